@@ -1,0 +1,101 @@
+# The house is built of rooms: one folder, one target, one job.
+#
+#   corvix_room(NAME [ROOMS room...] [LIBS lib...])
+#       An object library of all sources in the current folder. ROOMS are the rooms that it may include from.
+#   corvix_test(NAME [ROOMS room...] [LIBS lib...] [DLL])
+#       A GoogleTest program of all sources in the current folder. With ROOMS it is built from those rooms'
+#       objects and those below them; with DLL it is linked against the import library, as a caller's program would be.
+#   corvix_program(NAME [LIBS lib...] [DLL])
+#       A program of all sources in the current folder, put into the build tree's bin/.
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+
+find_program(CORVIX_CCACHE ccache)
+if(CORVIX_CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER "${CORVIX_CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CORVIX_CCACHE}")
+endif()
+
+add_library(corvix_options INTERFACE)
+target_compile_definitions(corvix_options INTERFACE
+  $<$<PLATFORM_ID:Windows>:UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00 WINVER=0x0A00>)
+if(MSVC)
+  target_compile_options(corvix_options INTERFACE /W4 /WX /permissive- /utf-8 /EHsc)
+else()
+  target_compile_options(corvix_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>)
+endif()
+
+function(corvix_sources OUT)
+  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/*.c")
+  set(${OUT} ${sources} PARENT_SCOPE)
+endfunction()
+
+function(corvix_room NAME)
+  cmake_parse_arguments(ROOM "" "" "ROOMS;LIBS" ${ARGN})
+  corvix_sources(sources)
+  if(NOT sources)
+    message(FATAL_ERROR "The room ${NAME} has no sources")
+  endif()
+  add_library(${NAME} OBJECT ${sources})
+  target_include_directories(${NAME} PUBLIC
+    "${CMAKE_SOURCE_DIR}/include" "${CMAKE_SOURCE_DIR}/src" "${CMAKE_SOURCE_DIR}/shared/common/utils")
+  target_compile_definitions(${NAME} PUBLIC CORVIXDM_BUILD)
+  target_link_libraries(${NAME} PUBLIC corvix_options ${ROOM_LIBS})
+  # Objects do not travel from room to room: this hands on include folders and system libraries only.
+  target_link_libraries(${NAME} PUBLIC ${ROOM_ROOMS})
+  set_property(TARGET ${NAME} PROPERTY CORVIX_NEEDS "${ROOM_ROOMS}")
+  set_property(GLOBAL APPEND PROPERTY CORVIX_ROOMS ${NAME})
+endfunction()
+
+# The rooms given and every room that they stand on.
+function(corvix_rooms_below OUT)
+  set(closed)
+  set(open ${ARGN})
+  while(open)
+    list(POP_FRONT open room)
+    if(NOT room IN_LIST closed)
+      list(APPEND closed ${room})
+      get_target_property(needs ${room} CORVIX_NEEDS)
+      if(needs)
+        list(APPEND open ${needs})
+      endif()
+    endif()
+  endwhile()
+  set(${OUT} ${closed} PARENT_SCOPE)
+endfunction()
+
+function(corvix_link_against_dll NAME)
+  target_include_directories(${NAME} PRIVATE "${CMAKE_SOURCE_DIR}/include")
+  target_link_libraries(${NAME} PRIVATE corvixdm64)
+endfunction()
+
+function(corvix_program NAME)
+  cmake_parse_arguments(PROGRAM "DLL" "" "LIBS" ${ARGN})
+  corvix_sources(sources)
+  add_executable(${NAME} ${sources})
+  target_link_libraries(${NAME} PRIVATE corvix_options ${PROGRAM_LIBS})
+  if(MINGW)
+    target_link_options(${NAME} PRIVATE -municode)
+  endif()
+  if(PROGRAM_DLL)
+    corvix_link_against_dll(${NAME})
+  endif()
+endfunction()
+
+function(corvix_test NAME)
+  cmake_parse_arguments(TEST "DLL" "" "ROOMS;LIBS" ${ARGN})
+  corvix_sources(sources)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${NAME} ${sources})
+  target_include_directories(${NAME} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
+  corvix_rooms_below(rooms ${TEST_ROOMS})
+  target_link_libraries(${NAME} PRIVATE corvix_options ${rooms} ${TEST_LIBS} corvix_test_main)
+  target_compile_definitions(${NAME} PRIVATE CORVIX_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+  if(TEST_DLL)
+    corvix_link_against_dll(${NAME})
+  endif()
+  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${NAME}." PROPERTIES TIMEOUT 120)
+endfunction()

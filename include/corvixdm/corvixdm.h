@@ -1,0 +1,11 @@
+/// \file corvixdm.h
+/// Everything a caller of corvixdm64 includes.
+#pragma once
+
+#include "cacheprovider.h"
+#include "datacollection.h"
+#include "dataitemspec.h"
+#include "datamapspec.h"
+#include "disposable.h"
+#include "disposableptr.h"
+#include "transport.h"

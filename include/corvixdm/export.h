@@ -1,0 +1,20 @@
+/// \file export.h
+/// How the library's names are marked for export and import. Everything that depends on the compiler is here.
+#pragma once
+
+#if defined(_WIN32)
+#if defined(CORVIXDM_BUILD)
+#define CORVIXDM_API __declspec(dllexport)
+#else
+#define CORVIXDM_API __declspec(dllimport)
+#endif
+#else
+#define CORVIXDM_API
+#endif
+
+#if defined(_MSC_VER)
+// Exported classes hold standard containers; library and caller are built with the same compiler.
+#pragma warning(disable : 4251 4275)
+// Virtual bases are inherited by dominance on purpose.
+#pragma warning(disable : 4250)
+#endif

@@ -1,0 +1,134 @@
+/// Owners of COM and OLE Automation resources.
+#pragma once
+
+#include <windows.h>
+
+#include <comdef.h>
+#include <oleauto.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "utilslib/logging.h"
+
+namespace KyUtils {
+
+/// Raises the library's COM error for a failed result; passes every other result.
+inline void ThrowIfFailed(HRESULT result) {
+    if (FAILED(result)) throw _com_error(result);
+}
+
+/// Owns one BSTR, which may be null.
+class Bstr {
+public:
+    Bstr() noexcept = default;
+    /// A copy of the text. \throws _com_error E_OUTOFMEMORY.
+    explicit Bstr(std::wstring_view text)
+        : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {
+        if (!text_) throw _com_error(E_OUTOFMEMORY);
+    }
+    Bstr(Bstr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
+    Bstr& operator=(Bstr&& other) noexcept {
+        std::swap(text_, other.text_);
+        return *this;
+    }
+    ~Bstr() { SysFreeString(text_); }
+
+    [[nodiscard]] BSTR* Receive() noexcept {
+        SysFreeString(std::exchange(text_, nullptr));
+        return &text_;
+    }
+    [[nodiscard]] BSTR Release() noexcept { return std::exchange(text_, nullptr); }
+    BSTR Get() const noexcept { return text_; }
+    explicit operator bool() const noexcept { return text_ != nullptr; }
+    std::wstring_view View() const noexcept {
+        return text_ ? std::wstring_view(text_, SysStringLen(text_)) : std::wstring_view();
+    }
+
+private:
+    BSTR text_ = nullptr;
+};
+
+/// Owns one VARIANT.
+class Variant {
+public:
+    Variant() noexcept { VariantInit(&value_); }
+    ~Variant() { VariantClear(&value_); }
+    Variant(Variant&& other) noexcept : value_(other.Release()) {}
+    Variant& operator=(Variant&& other) noexcept {
+        std::swap(value_, other.value_);
+        return *this;
+    }
+    /// \throws _com_error with the result of a failed copy.
+    static Variant Copy(const VARIANT& source) {
+        Variant copy;
+        ThrowIfFailed(VariantCopy(&copy.value_, &source));
+        return copy;
+    }
+    static Variant Adopt(VARIANT value) noexcept {
+        Variant variant;
+        variant.value_ = value;
+        return variant;
+    }
+    static Variant FromText(std::wstring_view text) {
+        Variant variant;
+        variant.value_.bstrVal = Bstr(text).Release();
+        variant.value_.vt = VT_BSTR;
+        return variant;
+    }
+    static Variant FromI4(long number) noexcept {
+        Variant variant;
+        variant.value_.vt = VT_I4;
+        variant.value_.lVal = number;
+        return variant;
+    }
+
+    /// The place for an out argument; what was held before is cleared.
+    [[nodiscard]] VARIANT* Receive() noexcept {
+        VariantClear(&value_);
+        return &value_;
+    }
+    /// Hands the value to the caller.
+    [[nodiscard]] VARIANT Release() noexcept {
+        const VARIANT value = value_;
+        VariantInit(&value_);
+        return value;
+    }
+    const VARIANT& Get() const noexcept { return value_; }
+    const VARIANT* operator->() const noexcept { return &value_; }
+    /// The text of a VT_BSTR, empty for every other type.
+    std::wstring_view Text() const noexcept {
+        if (value_.vt != VT_BSTR || !value_.bstrVal) return {};
+        return {value_.bstrVal, SysStringLen(value_.bstrVal)};
+    }
+
+private:
+    VARIANT value_;
+};
+
+/// A COM apartment for the calling thread, left again where it was entered.
+class ComApartment {
+public:
+    ComApartment() noexcept : status_(CoInitialize(nullptr)) {}
+    /// The same, with the outcome in the log.
+    explicit ComApartment(const LogSource& log) noexcept : ComApartment() {
+        if (status_ == S_OK) {
+            log.Debug(L"CoInitialize Passed");
+        } else {
+            log.Debug(L"CoInitialize returned %x", static_cast<unsigned>(status_));
+        }
+    }
+    ~ComApartment() {
+        if (SUCCEEDED(status_)) CoUninitialize();
+    }
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+
+    HRESULT Status() const noexcept { return status_; }
+
+private:
+    HRESULT status_;
+};
+
+}  // namespace KyUtils

@@ -1,0 +1,19 @@
+/// The XML DOM as the library uses it.
+#pragma once
+
+#include <windows.h>
+
+#include <msxml2.h>
+#include <wrl/client.h>
+
+#include <optional>
+#include <string>
+
+namespace Corvix {
+
+using Microsoft::WRL::ComPtr;
+
+/// A new, empty document. \return the result of making the object through COM.
+HRESULT CreateDomDocument(ComPtr<IXMLDOMDocument>& document);
+
+}  // namespace Corvix

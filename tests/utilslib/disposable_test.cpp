@@ -1,0 +1,76 @@
+#include "utilslib/disposable.h"
+
+#include <gmock/gmock.h>
+
+#include "corvixdm/disposableptr.h"
+
+namespace KyUtils {
+namespace {
+
+class Probe : public IDisposableImpl {
+public:
+    explicit Probe(int& destroyed) : destroyed_(destroyed) {}
+    ~Probe() override { ++destroyed_; }
+
+private:
+    int& destroyed_;
+};
+
+TEST(Disposable, IsDestroyedWithItsLastReference) {
+    int destroyed = 0;
+    auto* probe = new Probe(destroyed);
+    EXPECT_EQ(LiveObjectCount(), 1u);
+    EXPECT_EQ(probe->GetRefCount(), 0);
+    EXPECT_EQ(probe->AddRef(), 1);
+    EXPECT_EQ(probe->AddRef(), 2);
+    EXPECT_EQ(probe->Dispose(), 1);
+    EXPECT_EQ(destroyed, 0);
+    EXPECT_EQ(probe->Dispose(), 0);
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(LiveObjectCount(), 0u);
+}
+
+TEST(Disposable, SurvivesCountZeroWhileDeletionIsSuppressed) {
+    int destroyed = 0;
+    auto* probe = new Probe(destroyed);
+    probe->SetDeleteSuppressed(1);
+    EXPECT_NE(probe->IsDeleteSuppressed(), 0);
+    probe->AddRef();
+    EXPECT_EQ(probe->Dispose(), 0);
+    EXPECT_EQ(destroyed, 0);
+    EXPECT_EQ(probe->Dispose(), -1) << "one Dispose too many is told, and destroys nothing";
+    EXPECT_EQ(destroyed, 0);
+    probe->SetDeleteSuppressed(0);
+    probe->AddRef();
+    probe->AddRef();
+    probe->Dispose();
+    EXPECT_EQ(destroyed, 1);
+}
+
+TEST(Disposable, NamesItsClassAlike) {
+    int destroyed = 0;
+    const Corvix::DisposablePtr<Probe> probe = Corvix::DisposablePtr<Probe>::Share(new Probe(destroyed));
+    EXPECT_STREQ(probe->GetTypeName(),
+                 L"<GetTypeName(): class identification disabled, refer to IDisposableImpl>");
+    EXPECT_EQ(probe->GetTypeName(), probe->GetTypeName());
+}
+
+TEST(DisposablePtr, AdoptsSharesAndGivesUp) {
+    int destroyed = 0;
+    {
+        auto first = Corvix::DisposablePtr<Probe>::Share(new Probe(destroyed));
+        Corvix::DisposablePtr<Probe> second = first;
+        EXPECT_EQ(first->GetRefCount(), 2);
+        Corvix::DisposablePtr<IDisposable> base = std::move(second);
+        EXPECT_FALSE(second);
+        first.Reset();
+        EXPECT_EQ(base->GetRefCount(), 1);
+        *base.Receive() = new Probe(destroyed);
+        EXPECT_EQ(destroyed, 1) << "receiving gives up what was held";
+        base->AddRef();
+    }
+    EXPECT_EQ(destroyed, 2);
+}
+
+}  // namespace
+}  // namespace KyUtils
