@@ -1,0 +1,32 @@
+/// \file snmpconnection.h
+/// An SNMP connection to one device over UDP.
+#pragma once
+
+#include <string>
+
+#include "corvixdm/transport.h"
+
+namespace CorvixTransport {
+
+enum class SnmpVersion { V1, V2c };
+
+/// Where and how to ask. An address fills in the host, and the port from its port map.
+struct SnmpOptions {
+    /// A dotted IPv4 address, an IPv6 address without brackets, or a DNS name.
+    std::wstring host;
+    unsigned short port = 161;
+    SnmpVersion version = SnmpVersion::V2c;
+    std::string readCommunity = "public";
+    std::string writeCommunity = "public";
+    /// The longest wait for one answer.
+    unsigned timeoutMilliseconds = 2000;
+    /// How often a request is sent again when no answer came.
+    unsigned retries = 2;
+};
+
+/// Makes a connection that holds one reference, owned by the caller. Nothing is sent yet: an unreachable
+/// device shows at the first request. Null when the host cannot be resolved or a socket cannot be made;
+/// GetLastError() tells why.
+Corvix::MIBConnection* CreateSnmpConnection(const SnmpOptions& options);
+
+}  // namespace CorvixTransport
