@@ -1,0 +1,61 @@
+/// SNMP messages of versions 1 and 2c: request writer and answer reader. Pure C++, knows no sockets.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ber.h"
+
+namespace CorvixTransport {
+
+/// The numbers are those on the wire.
+enum class SnmpVersion : std::int32_t { V1 = 0, V2c = 1 };
+
+/// The tags of the values that SNMP adds to the universal ones.
+namespace SnmpTag {
+constexpr Ber::Tag IpAddress = 0x40;
+constexpr Ber::Tag Counter32 = 0x41;
+constexpr Ber::Tag Gauge32 = 0x42;
+constexpr Ber::Tag TimeTicks = 0x43;
+constexpr Ber::Tag Opaque = 0x44;
+constexpr Ber::Tag Counter64 = 0x46;
+constexpr Ber::Tag NoSuchObject = 0x80;
+constexpr Ber::Tag NoSuchInstance = 0x81;
+constexpr Ber::Tag EndOfMibView = 0x82;
+}  // namespace SnmpTag
+
+namespace SnmpErrorStatus {
+constexpr std::int32_t NoError = 0;
+constexpr std::int32_t TooBig = 1;
+constexpr std::int32_t NoSuchName = 2;
+}  // namespace SnmpErrorStatus
+
+enum class PduType : Ber::Tag { Get = 0xA0, GetNext = 0xA1, Response = 0xA2, Set = 0xA3 };
+
+/// An object and its value, as it stands on the wire.
+struct VarBind {
+    Oid oid;
+    Ber::Tag tag = Ber::Null;
+    std::string content;
+};
+
+struct SnmpMessage {
+    SnmpVersion version = SnmpVersion::V2c;
+    std::string community;
+    PduType type = PduType::Get;
+    std::int32_t requestId = 0;
+    std::int32_t errorStatus = 0;
+    std::int32_t errorIndex = 0;
+    std::vector<VarBind> variables;
+};
+
+std::string Encode(const SnmpMessage& message);
+
+/// Reads one datagram. Nothing when it is not a whole, well-formed message of a version and a type known here;
+/// bytes after the message are ignored, since some agents pad.
+std::optional<SnmpMessage> DecodeSnmpMessage(std::string_view datagram);
+
+}  // namespace CorvixTransport

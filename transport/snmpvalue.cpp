@@ -1,0 +1,185 @@
+#include "snmpvalue.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace CorvixTransport {
+namespace {
+
+const HRESULT notFound = HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+const HRESULT invalidData = HRESULT_FROM_WIN32(ERROR_INVALID_DATA);
+
+HRESULT SetText(std::wstring_view text, VARIANT* value) {
+    const BSTR copy = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    if (!copy) return E_OUTOFMEMORY;
+    value->vt = VT_BSTR;
+    value->bstrVal = copy;
+    return S_OK;
+}
+
+HRESULT SetAscii(std::string_view text, VARIANT* value) {
+    return SetText(std::wstring(text.begin(), text.end()), value);
+}
+
+HRESULT SetNumber(std::uint64_t number, VARIANT* value) {
+    value->vt = VT_I4;
+    value->lVal = static_cast<LONG>(static_cast<std::uint32_t>(number));
+    return S_OK;
+}
+
+HRESULT SetBytes(std::string_view octets, VARIANT* value) {
+    SAFEARRAY* array = SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(octets.size()));
+    if (!array) return E_OUTOFMEMORY;
+    if (!octets.empty()) std::memcpy(array->pvData, octets.data(), octets.size());
+    value->vt = VT_ARRAY | VT_UI1;
+    value->parray = array;
+    return S_OK;
+}
+
+HRESULT SetInteger(std::string_view content, VARIANT* value) {
+    const std::optional<std::int64_t> number = Ber::DecodeInteger(content);
+    return number ? SetNumber(static_cast<std::uint64_t>(*number), value) : invalidData;
+}
+
+HRESULT SetUnsigned(std::string_view content, VARIANT* value) {
+    const std::optional<std::uint64_t> number = Ber::DecodeUnsigned(content);
+    return number ? SetNumber(*number, value) : invalidData;
+}
+
+/// Too wide for VT_I4, so it travels as its decimal text.
+HRESULT SetCounter64(std::string_view content, VARIANT* value) {
+    const std::optional<std::uint64_t> number = Ber::DecodeUnsigned(content);
+    return number ? SetAscii(std::to_string(*number), value) : invalidData;
+}
+
+HRESULT SetOctets(std::string_view content, VARIANT* value) {
+    const std::optional<std::wstring> text = TextOfOctets(content);
+    return text ? SetText(*text, value) : SetBytes(content, value);
+}
+
+HRESULT SetOid(std::string_view content, VARIANT* value) {
+    const std::optional<Oid> oid = Ber::DecodeOid(content);
+    return oid ? SetAscii(FormatOid(*oid), value) : invalidData;
+}
+
+HRESULT SetIpAddress(std::string_view content, VARIANT* value) {
+    if (content.size() != 4) return SetBytes(content, value);
+    std::string text;
+    for (const char octet : content) {
+        if (!text.empty()) text += '.';
+        text += std::to_string(static_cast<std::uint8_t>(octet));
+    }
+    return SetAscii(text, value);
+}
+
+HRESULT RefuseAbsent(std::string_view, VARIANT*) { return notFound; }
+
+struct TagRule {
+    Ber::Tag tag;
+    HRESULT (*set)(std::string_view content, VARIANT* value);
+};
+
+constexpr TagRule tagRules[] = {
+    {Ber::Integer, SetInteger},
+    {Ber::OctetString, SetOctets},
+    {Ber::Null, RefuseAbsent},
+    {Ber::ObjectIdentifier, SetOid},
+    {SnmpTag::IpAddress, SetIpAddress},
+    {SnmpTag::Counter32, SetUnsigned},
+    {SnmpTag::Gauge32, SetUnsigned},
+    {SnmpTag::TimeTicks, SetUnsigned},
+    {SnmpTag::Opaque, SetBytes},
+    {SnmpTag::Counter64, SetCounter64},
+    {SnmpTag::NoSuchObject, RefuseAbsent},
+    {SnmpTag::NoSuchInstance, RefuseAbsent},
+    {SnmpTag::EndOfMibView, RefuseAbsent},
+};
+
+bool IsControl(wchar_t unit) {
+    if (unit == L'\t' || unit == L'\r' || unit == L'\n') return false;
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
+}
+
+std::optional<std::wstring> FromUtf8(std::string_view octets) {
+    const int length = static_cast<int>(octets.size());
+    const int units = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, octets.data(), length, nullptr, 0);
+    if (units <= 0) return std::nullopt;
+    std::wstring text(static_cast<size_t>(units), L'\0');
+    MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, octets.data(), length, text.data(), units);
+    return text;
+}
+
+/// At most a quarter of the octets above ASCII: names and messages are, hardware addresses and bit strings
+/// hardly ever.
+std::optional<std::wstring> FromLatin1(std::string_view octets) {
+    const auto above = std::count_if(octets.begin(), octets.end(), [](char octet) { return (octet & 0x80) != 0; });
+    if (static_cast<size_t>(above) * 4 > octets.size()) return std::nullopt;
+    std::wstring text;
+    for (const char octet : octets) text += static_cast<wchar_t>(static_cast<std::uint8_t>(octet));
+    return text;
+}
+
+/// One or two octets before the zeros are more likely bits than text.
+std::string_view WithoutPadding(std::string_view octets) {
+    constexpr size_t shortestPaddedText = 3;
+    const size_t last = octets.find_last_not_of('\0');
+    if (last == std::string_view::npos || last + 1 < shortestPaddedText) return octets;
+    return octets.substr(0, last + 1);
+}
+
+std::string ToUtf8(std::wstring_view text) {
+    const int units = static_cast<int>(text.size());
+    const int length = WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
+    std::string octets(static_cast<size_t>(length), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, octets.data(), length, nullptr, nullptr);
+    return octets;
+}
+
+HRESULT BytesOf(const VARIANT& value, std::string* octets) {
+    SAFEARRAY* array = value.parray;
+    if (!array || SafeArrayGetDim(array) != 1) return E_INVALIDARG;
+    octets->assign(static_cast<const char*>(array->pvData), array->rgsabound[0].cElements);
+    return S_OK;
+}
+
+/// The content octets of an INTEGER.
+std::string IntegerContent(std::int32_t number) { return std::string(Ber::Reader(Ber::EncodeInteger(number)).Next()->content); }
+
+}  // namespace
+
+std::optional<std::wstring> TextOfOctets(std::string_view octets) {
+    if (octets.empty()) return std::wstring();
+    const std::string_view padded = WithoutPadding(octets);
+    std::optional<std::wstring> text = FromUtf8(padded);
+    if (!text) text = FromLatin1(padded);
+    if (!text || std::any_of(text->begin(), text->end(), IsControl)) return std::nullopt;
+    return text;
+}
+
+HRESULT ToVariant(const VarBind& variable, VARIANT* value) {
+    for (const TagRule& rule : tagRules) {
+        if (rule.tag == variable.tag) return rule.set(variable.content, value);
+    }
+    return invalidData;
+}
+
+HRESULT FromVariant(const VARIANT& value, VarBind* variable) {
+    switch (value.vt) {
+        case VT_INT:
+        case VT_I4:
+            variable->tag = Ber::Integer;
+            variable->content = IntegerContent(value.vt == VT_INT ? value.intVal : value.lVal);
+            return S_OK;
+        case VT_BSTR:
+            variable->tag = Ber::OctetString;
+            variable->content = ToUtf8({value.bstrVal, SysStringLen(value.bstrVal)});
+            return S_OK;
+        case VT_ARRAY | VT_UI1:
+            variable->tag = Ber::OctetString;
+            return BytesOf(value, &variable->content);
+        default:
+            return E_INVALIDARG;
+    }
+}
+
+}  // namespace CorvixTransport

@@ -1,0 +1,27 @@
+/// SNMP values as VARIANTs and back, as MIBConnection documents it.
+#pragma once
+
+#include <windows.h>
+
+#include <oaidl.h>
+
+#include "snmpmessage.h"
+
+namespace CorvixTransport {
+
+/// Makes a VARIANT of a value.
+/// \param value receives a new value; untouched on failure.
+/// \return S_OK; ERROR_NOT_FOUND (as HRESULT) for NULL, `noSuchObject`, `noSuchInstance` and `endOfMibView`;
+///     ERROR_INVALID_DATA for a type that is unknown or a content that does not fit its type; E_OUTOFMEMORY.
+HRESULT ToVariant(const VarBind& variable, VARIANT* value);
+
+/// Sets tag and content of a variable from a VARIANT: VT_INT and VT_I4, VT_BSTR (as UTF-8), VT_ARRAY|VT_UI1.
+/// \return S_OK, or E_INVALIDARG for every other type.
+HRESULT FromVariant(const VARIANT& value, VarBind* variable);
+
+/// Whether the octets are text for people, and that text: UTF-8 without control characters other than tabulator
+/// and line ends, zeros at the end taken as padding. Octets that are not UTF-8 but nearly all ASCII are read as
+/// ISO 8859-1, which older printers use.
+std::optional<std::wstring> TextOfOctets(std::string_view octets);
+
+}  // namespace CorvixTransport
