@@ -1,4 +1,4 @@
-#include "ber.h"
+#include "transport/ber.h"
 
 #include <charconv>
 #include <limits>
@@ -54,7 +54,8 @@ void AppendSubIdentifier(std::string& content, std::uint32_t arc) {
 std::string EncodeLength(size_t length) {
     if (length < 0x80) return std::string(1, static_cast<char>(length));
     std::string octets;
-    for (; length != 0; length >>= 8) octets.insert(octets.begin(), static_cast<char>(length & 0xFF));
+    for (; length != 0; length >>= 8)
+        octets.insert(octets.begin(), static_cast<char>(length & 0xFF));
     octets.insert(octets.begin(), static_cast<char>(0x80 | octets.size()));
     return octets;
 }
@@ -141,19 +142,23 @@ std::optional<std::int64_t> DecodeInteger(std::string_view content) {
     if (content.empty()) return std::nullopt;
     const bool negative = OctetAt(content, 0) >= 0x80;
     const char fill = negative ? '\xFF' : '\0';
-    while (content.size() > 8 && content.front() == fill) content.remove_prefix(1);
+    while (content.size() > 8 && content.front() == fill)
+        content.remove_prefix(1);
     if (content.size() > 8 || (OctetAt(content, 0) >= 0x80) != negative) return std::nullopt;
     std::uint64_t number = negative ? ~std::uint64_t{0} : 0;
-    for (const char octet : content) number = number << 8 | static_cast<std::uint8_t>(octet);
+    for (const char octet : content)
+        number = number << 8 | static_cast<std::uint8_t>(octet);
     return static_cast<std::int64_t>(number);
 }
 
 std::optional<std::uint64_t> DecodeUnsigned(std::string_view content) {
     if (content.empty()) return std::nullopt;
-    while (content.size() > 8 && content.front() == '\0') content.remove_prefix(1);
+    while (content.size() > 8 && content.front() == '\0')
+        content.remove_prefix(1);
     if (content.size() > 8) return std::nullopt;
     std::uint64_t number = 0;
-    for (const char octet : content) number = number << 8 | static_cast<std::uint8_t>(octet);
+    for (const char octet : content)
+        number = number << 8 | static_cast<std::uint8_t>(octet);
     return number;
 }
 
@@ -179,7 +184,7 @@ std::string Encode(Tag tag, std::string_view content) {
     return bytes;
 }
 
-std::string EncodeInteger(std::int64_t number) {
+std::string IntegerContent(std::int64_t number) {
     std::string content;
     bool more = true;
     while (more) {
@@ -188,13 +193,16 @@ std::string EncodeInteger(std::int64_t number) {
         number >>= 8;
         more = number != (topBit ? -1 : 0);
     }
-    return Encode(Integer, content);
+    return content;
 }
+
+std::string EncodeInteger(std::int64_t number) { return Encode(Integer, IntegerContent(number)); }
 
 std::string EncodeOid(const Oid& oid) {
     std::string content;
     AppendSubIdentifier(content, oid[0] * 40 + oid[1]);
-    for (size_t i = 2; i < oid.size(); ++i) AppendSubIdentifier(content, oid[i]);
+    for (size_t i = 2; i < oid.size(); ++i)
+        AppendSubIdentifier(content, oid[i]);
     return Encode(ObjectIdentifier, content);
 }
 

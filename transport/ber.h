@@ -1,7 +1,7 @@
 /// The Basic Encoding Rules, as far as SNMP uses them. Bytes travel as std::string. Pure C++.
 ///
-/// The writer encodes as short as possible. The reader takes what agents really send: lengths and integers with
-/// needless leading octets are read, whatever would point outside the bytes at hand is refused.
+/// The writer encodes as short as possible. The reader takes what agents really send: lengths and integers
+/// with needless leading octets are read, whatever would point outside the bytes at hand is refused.
 #pragma once
 
 #include <cstdint>
@@ -15,8 +15,8 @@ namespace CorvixTransport {
 /// The arcs of an object identifier.
 using Oid = std::vector<std::uint32_t>;
 
-/// "1.3.6.1" to its arcs; a leading dot is allowed. Nothing for a text that is no object identifier of at least
-/// two and at most 128 arcs.
+/// "1.3.6.1" to its arcs; a leading dot is allowed. Nothing for a text that is no object identifier of at
+/// least two and at most 128 arcs.
 std::optional<Oid> ParseOid(std::string_view text);
 std::string FormatOid(const Oid& oid);
 
@@ -62,6 +62,8 @@ std::optional<std::uint64_t> DecodeUnsigned(std::string_view content);
 std::optional<Oid> DecodeOid(std::string_view content);
 
 std::string Encode(Tag tag, std::string_view content);
+/// The shortest two's complement of the number.
+std::string IntegerContent(std::int64_t number);
 std::string EncodeInteger(std::int64_t number);
 /// \pre the identifier has at least two arcs and they are in range, as those of ParseOid() are.
 std::string EncodeOid(const Oid& oid);

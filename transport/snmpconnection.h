@@ -5,10 +5,9 @@
 #include <string>
 
 #include "corvixdm/transport.h"
+#include "transport/snmpversion.h"
 
 namespace CorvixTransport {
-
-enum class SnmpVersion { V1, V2c };
 
 /// Where and how to ask. An address fills in the host, and the port from its port map.
 struct SnmpOptions {

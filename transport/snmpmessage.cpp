@@ -1,15 +1,17 @@
-#include "snmpmessage.h"
+#include "transport/snmpmessage.h"
 
 namespace CorvixTransport {
 namespace {
 
 std::string EncodeVariable(const VarBind& variable) {
-    return Ber::Encode(Ber::Sequence, Ber::EncodeOid(variable.oid) + Ber::Encode(variable.tag, variable.content));
+    return Ber::Encode(Ber::Sequence,
+                       Ber::EncodeOid(variable.oid) + Ber::Encode(variable.tag, variable.content));
 }
 
 std::string EncodePdu(const SnmpMessage& message) {
     std::string variables;
-    for (const VarBind& variable : message.variables) variables += EncodeVariable(variable);
+    for (const VarBind& variable : message.variables)
+        variables += EncodeVariable(variable);
     std::string fields = Ber::EncodeInteger(message.requestId);
     fields += Ber::EncodeInteger(message.errorStatus);
     fields += Ber::EncodeInteger(message.errorIndex);

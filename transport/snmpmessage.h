@@ -7,12 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "ber.h"
+#include "transport/ber.h"
+#include "transport/snmpversion.h"
 
 namespace CorvixTransport {
-
-/// The numbers are those on the wire.
-enum class SnmpVersion : std::int32_t { V1 = 0, V2c = 1 };
 
 /// The tags of the values that SNMP adds to the universal ones.
 namespace SnmpTag {
@@ -54,8 +52,8 @@ struct SnmpMessage {
 
 std::string Encode(const SnmpMessage& message);
 
-/// Reads one datagram. Nothing when it is not a whole, well-formed message of a version and a type known here;
-/// bytes after the message are ignored, since some agents pad.
+/// Reads one datagram. Nothing when it is not a whole, well-formed message of a version and a type known
+/// here; bytes after the message are ignored, since some agents pad.
 std::optional<SnmpMessage> DecodeSnmpMessage(std::string_view datagram);
 
 }  // namespace CorvixTransport

@@ -1,7 +1,9 @@
-#include "snmpvalue.h"
+#include "transport/snmpvalue.h"
 
 #include <algorithm>
 #include <cstring>
+
+#include "transport/text.h"
 
 namespace CorvixTransport {
 namespace {
@@ -112,10 +114,12 @@ std::optional<std::wstring> FromUtf8(std::string_view octets) {
 /// At most a quarter of the octets above ASCII: names and messages are, hardware addresses and bit strings
 /// hardly ever.
 std::optional<std::wstring> FromLatin1(std::string_view octets) {
-    const auto above = std::count_if(octets.begin(), octets.end(), [](char octet) { return (octet & 0x80) != 0; });
+    const auto above =
+        std::count_if(octets.begin(), octets.end(), [](char octet) { return (octet & 0x80) != 0; });
     if (static_cast<size_t>(above) * 4 > octets.size()) return std::nullopt;
     std::wstring text;
-    for (const char octet : octets) text += static_cast<wchar_t>(static_cast<std::uint8_t>(octet));
+    for (const char octet : octets)
+        text += static_cast<wchar_t>(static_cast<std::uint8_t>(octet));
     return text;
 }
 
@@ -127,23 +131,12 @@ std::string_view WithoutPadding(std::string_view octets) {
     return octets.substr(0, last + 1);
 }
 
-std::string ToUtf8(std::wstring_view text) {
-    const int units = static_cast<int>(text.size());
-    const int length = WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
-    std::string octets(static_cast<size_t>(length), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, octets.data(), length, nullptr, nullptr);
-    return octets;
-}
-
 HRESULT BytesOf(const VARIANT& value, std::string* octets) {
     SAFEARRAY* array = value.parray;
     if (!array || SafeArrayGetDim(array) != 1) return E_INVALIDARG;
     octets->assign(static_cast<const char*>(array->pvData), array->rgsabound[0].cElements);
     return S_OK;
 }
-
-/// The content octets of an INTEGER.
-std::string IntegerContent(std::int32_t number) { return std::string(Ber::Reader(Ber::EncodeInteger(number)).Next()->content); }
 
 }  // namespace
 
@@ -168,7 +161,7 @@ HRESULT FromVariant(const VARIANT& value, VarBind* variable) {
         case VT_INT:
         case VT_I4:
             variable->tag = Ber::Integer;
-            variable->content = IntegerContent(value.vt == VT_INT ? value.intVal : value.lVal);
+            variable->content = Ber::IntegerContent(value.vt == VT_INT ? value.intVal : value.lVal);
             return S_OK;
         case VT_BSTR:
             variable->tag = Ber::OctetString;

@@ -5,7 +5,7 @@
 
 #include <oaidl.h>
 
-#include "snmpmessage.h"
+#include "transport/snmpmessage.h"
 
 namespace CorvixTransport {
 
@@ -19,9 +19,9 @@ HRESULT ToVariant(const VarBind& variable, VARIANT* value);
 /// \return S_OK, or E_INVALIDARG for every other type.
 HRESULT FromVariant(const VARIANT& value, VarBind* variable);
 
-/// Whether the octets are text for people, and that text: UTF-8 without control characters other than tabulator
-/// and line ends, zeros at the end taken as padding. Octets that are not UTF-8 but nearly all ASCII are read as
-/// ISO 8859-1, which older printers use.
+/// Whether the octets are text for people, and that text: UTF-8 without control characters other than
+/// tabulator and line ends, zeros at the end taken as padding. Octets that are not UTF-8 but nearly all ASCII
+/// are read as ISO 8859-1, which older printers use.
 std::optional<std::wstring> TextOfOctets(std::string_view octets);
 
 }  // namespace CorvixTransport

@@ -57,8 +57,9 @@ struct AddressListDeleter {
 // What a host name stands for, in the order to try.
 using AddressList = std::unique_ptr<addrinfoW, AddressListDeleter>;
 
-// The addresses of a host: a dotted IPv4 address, an IPv6 address without brackets, or a DNS name. `socketType`
-// is SOCK_STREAM or SOCK_DGRAM. Null on failure, and GetLastError() tells why. Winsock has to be started.
+// The addresses of a host: a dotted IPv4 address, an IPv6 address without brackets, or a DNS name.
+// `socketType` is SOCK_STREAM or SOCK_DGRAM. Null on failure, and GetLastError() tells why. Winsock has to be
+// started.
 inline AddressList ResolveHost(const std::wstring& host, unsigned short port, int socketType) {
     addrinfoW hints{};
     hints.ai_family = AF_UNSPEC;
