@@ -1,0 +1,284 @@
+#include "datamodel/ipp/codec/requestbuilder.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "datamodel/ipp/codec/requestwriter.h"
+#include "datamodel/ipp/codec/tags.h"
+
+namespace Corvix::Ipp {
+namespace {
+
+constexpr std::array<std::string_view, 3> sidesKeywords = {"one-sided", "two-sided-long-edge",
+                                                           "two-sided-short-edge"};
+
+// The underscores are meant: printers served by this engine know these spellings.
+constexpr std::array<std::string_view, 3> documentHandlingKeywords = {"separate_documents_uncollated_copies",
+                                                                      "separate_documents_collated_copies",
+                                                                      "single_document_new_sheet"};
+
+constexpr std::array<std::string_view, 5> contentOptimizeKeywords = {"auto", "graphic", "photo", "text",
+                                                                     "text-and-graphic"};
+
+/// The keyword of a number, counted from `first`; empty when the number has none.
+template <std::size_t count>
+std::string_view KeywordOf(const std::array<std::string_view, count>& keywords, int number, int first) {
+    const auto index = static_cast<std::size_t>(number - first);
+    return number < first || index >= count ? std::string_view() : keywords[index];
+}
+
+/// The attribute part as it grows. After a writer refused, nothing more is written.
+class Part {
+public:
+    explicit Part(unsigned char* buffer) : buffer_(buffer) {}
+
+    Part& Header(int operation, const RequestFields& fields) {
+        return Take(AddHeader(buffer_, length_, operation, fields.language, fields.printerUri));
+    }
+    /// Leaves an empty text out.
+    Part& Text(unsigned char tag, std::string_view name, std::string_view value) {
+        if (refused_ || value.empty()) return *this;
+        return Take(AddStringToIPPRequest(buffer_, length_, tag, name, value));
+    }
+    Part& Set(unsigned char tag, std::string_view name, std::string_view list) {
+        return refused_ ? *this : Take(AddStringsToIPPRequest(buffer_, length_, tag, name, list));
+    }
+    template <class Number>
+    Part& IntegerIf(bool wanted, std::string_view name, Number value) {
+        if (refused_ || !wanted) return *this;
+        const auto number = static_cast<std::int32_t>(value);
+        return Take(AddIntegerToIPPRequest(buffer_, length_, Tag::Integer, name, number));
+    }
+    Part& Flag(std::string_view name, bool value) {
+        return refused_ ? *this : Take(AddBooleanToIPPRequest(buffer_, length_, name, value ? 1 : 0));
+    }
+    Part& TrueIf(bool wanted, std::string_view name) { return wanted ? Flag(name, true) : *this; }
+    Part& Resolution(const RequestFields& fields) {
+        if (refused_ || fields.crossFeedResolution <= 0 || fields.feedResolution <= 0) return *this;
+        return Take(AddResolutionToIPPRequest(buffer_, length_, "printer-resolution", fields.resolutionUnits,
+                                              fields.crossFeedResolution, fields.feedResolution));
+    }
+    Part& Extras(const RequestFields& fields, bool ofOperationGroup) {
+        for (const EncodedAttributes& extra : fields.extras) {
+            if (refused_) break;
+            if (extra.operationGroup == ofOperationGroup)
+                Take(AddEncodedAttributes(buffer_, length_, extra.bytes));
+        }
+        return *this;
+    }
+    Part& Delimiter(unsigned char tag) {
+        return refused_ ? *this : Take(AddDelimiter(buffer_, length_, tag));
+    }
+
+    bool Refused() const { return refused_; }
+    int Length() const { return length_; }
+
+private:
+    Part& Take(int result) {
+        refused_ = refused_ || result != Written;
+        return *this;
+    }
+
+    unsigned char* buffer_;
+    int length_ = 0;
+    bool refused_ = false;
+};
+
+bool CallerSetsCopies(const RequestFields& fields) {
+    return std::any_of(fields.extras.begin(), fields.extras.end(),
+                       [](const EncodedAttributes& extra) { return HoldsAttribute(extra.bytes, "copies"); });
+}
+
+void AddUserName(Part& part, const RequestFields& fields) {
+    part.Text(Tag::NameWithoutLanguage, "requesting-user-name", fields.userName);
+}
+
+void AddJobName(Part& part, const RequestFields& fields) {
+    part.Text(Tag::NameWithoutLanguage, "job-name", fields.jobName);
+}
+
+void AddFidelity(Part& part, const RequestFields& fields) {
+    part.TrueIf(fields.fidelity, "ipp-attribute-fidelity");
+}
+
+void AddJobId(Part& part, const RequestFields& fields) {
+    part.IntegerIf(fields.jobId > 0, "job-id", fields.jobId);
+}
+
+void AddDocumentName(Part& part, const RequestFields& fields) {
+    part.Text(Tag::NameWithoutLanguage, "document-name", fields.documentName);
+}
+
+void AddDocumentUri(Part& part, const RequestFields& fields) {
+    part.Text(Tag::Uri, "document-uri", fields.documentUri);
+}
+
+void AddCopiesAndSides(Part& part, const RequestFields& fields) {
+    part.IntegerIf(fields.copies > 0 && !CallerSetsCopies(fields), "copies", fields.copies)
+        .Text(Tag::Keyword, "sides", KeywordOf(sidesKeywords, fields.sides, 0));
+}
+
+// These two are enums, yet go out as integers.
+void AddOrientationAndQuality(Part& part, const RequestFields& fields) {
+    part.IntegerIf(fields.orientation > 2, "orientation-requested", fields.orientation)
+        .IntegerIf(fields.quality > 2, "print-quality", fields.quality);
+}
+
+void AddRenderingChoices(Part& part, const RequestFields& fields) {
+    part.Resolution(fields).Text(Tag::Keyword, "print-content-optimize",
+                                 KeywordOf(contentOptimizeKeywords, fields.contentOptimize, 1));
+}
+
+void FormGetPrinterAttributes(Part& part, const RequestFields& fields) {
+    std::string requested = "printer-name,printer-uri-supported,";
+    requested += fields.requestedAttributes;
+    part.Set(Tag::Keyword, "requested-attributes", requested);
+}
+
+void FormGetJobAttributes(Part& part, const RequestFields& fields) {
+    part.Text(Tag::Uri, "job-uri", fields.jobUri)
+        .Text(Tag::Keyword, "requested-attributes", fields.requestedAttributes);
+}
+
+void FormCancelJob(Part& part, const RequestFields& fields) {
+    part.Text(Tag::Uri, "job-uri", fields.jobUri);
+    AddUserName(part, fields);
+}
+
+void FormGetJobs(Part& part, const RequestFields& fields) {
+    AddUserName(part, fields);
+    part.TrueIf(!fields.userName.empty(), "my-jobs")
+        .Text(Tag::Keyword, "which-jobs", fields.completedJobs ? "completed" : "not-completed")
+        .Text(Tag::Keyword, "requested-attributes", "all");
+}
+
+void FormPrintJob(Part& part, const RequestFields& fields) {
+    part.Text(Tag::Uri, "printer-uri", fields.recordPrinterUri);
+    AddUserName(part, fields);
+    AddJobName(part, fields);
+    AddFidelity(part, fields);
+    AddDocumentName(part, fields);
+}
+
+void FormPrintUri(Part& part, const RequestFields& fields) {
+    FormPrintJob(part, fields);
+    AddDocumentUri(part, fields);
+}
+
+void FormPrintedJob(Part& part, const RequestFields& fields) {
+    AddCopiesAndSides(part, fields);
+    AddOrientationAndQuality(part, fields);
+    if (fields.monochrome) part.Text(Tag::Keyword, "print-color-mode", "monochrome");
+    AddRenderingChoices(part, fields);
+}
+
+void FormCreateJob(Part& part, const RequestFields& fields) {
+    AddUserName(part, fields);
+    AddJobName(part, fields);
+    AddFidelity(part, fields);
+}
+
+void FormSendUri(Part& part, const RequestFields& fields) {
+    AddJobId(part, fields);
+    FormCreateJob(part, fields);
+    AddDocumentName(part, fields);
+    AddDocumentUri(part, fields);
+    part.Flag("last-document", fields.lastDocument);
+}
+
+void FormCreatedJob(Part& part, const RequestFields& fields) {
+    AddCopiesAndSides(part, fields);
+    part.Text(Tag::Keyword, "multiple-document-handling",
+              KeywordOf(documentHandlingKeywords, fields.multipleDocumentHandling, 1));
+    AddOrientationAndQuality(part, fields);
+    AddRenderingChoices(part, fields);
+}
+
+void FormSendDocument(Part& part, const RequestFields& fields) {
+    AddJobId(part, fields);
+    AddUserName(part, fields);
+    AddDocumentName(part, fields);
+    part.Flag("last-document", fields.lastDocument);
+    AddFidelity(part, fields);
+}
+
+using GroupForm = void (*)(Part& part, const RequestFields& fields);
+
+struct OperationForm {
+    int operation;
+    GroupForm operationGroup;
+    GroupForm jobGroup;  ///< null: the operation has none
+};
+
+constexpr OperationForm operationForms[] = {
+    {Operation::PrintJob, FormPrintJob, FormPrintedJob},
+    {Operation::StreamedPrintJob, FormPrintJob, FormPrintedJob},
+    {Operation::PrintUri, FormPrintUri, FormPrintedJob},
+    {Operation::CreateJob, FormCreateJob, FormCreatedJob},
+    {Operation::SendDocument, FormSendDocument, nullptr},
+    {Operation::SendUri, FormSendUri, FormCreatedJob},
+    {Operation::CancelJob, FormCancelJob, nullptr},
+    {Operation::GetJobAttributes, FormGetJobAttributes, nullptr},
+    {Operation::GetJobs, FormGetJobs, nullptr},
+    {Operation::GetPrinterAttributes, FormGetPrinterAttributes, nullptr},
+};
+
+/// An operation that has no attributes of its own still gets the header and what the caller adds.
+OperationForm FormOf(int operation) {
+    for (const OperationForm& form : operationForms) {
+        if (form.operation == operation) return form;
+    }
+    return {operation, [](Part&, const RequestFields&) {}, nullptr};
+}
+
+}  // namespace
+
+FormResult FormRequest(unsigned char* buffer, int& length, int operation, const RequestFields& fields) {
+    if (operation == Operation::GetPrinterAttributes && fields.requestedAttributes.empty())
+        return FormResult::NothingRequested;
+    const OperationForm form = FormOf(operation);
+    Part part(buffer);
+    part.Header(operation, fields);
+    form.operationGroup(part, fields);
+    part.Extras(fields, true);
+    if (form.jobGroup) {
+        part.Delimiter(Tag::JobAttributes);
+        form.jobGroup(part, fields);
+    }
+    part.Extras(fields, false).Delimiter(Tag::EndOfAttributes);
+    if (part.Refused()) return FormResult::Refused;
+    length = part.Length();
+    return FormResult::Formed;
+}
+
+namespace {
+
+/// Takes a text of a two-byte length off the front; false when there are fewer bytes than announced.
+bool TakeText(std::string_view& bytes, std::string_view& text) {
+    if (bytes.size() < 2) return false;
+    const auto high = static_cast<unsigned char>(bytes[0]);
+    const auto low = static_cast<unsigned char>(bytes[1]);
+    const std::size_t size = static_cast<std::size_t>(high) << 8 | low;
+    if (bytes.size() - 2 < size) return false;
+    text = bytes.substr(2, size);
+    bytes.remove_prefix(2 + size);
+    return true;
+}
+
+}  // namespace
+
+bool HoldsAttribute(std::string_view encoded, std::string_view name) {
+    while (!encoded.empty()) {
+        const auto tag = static_cast<unsigned char>(encoded.front());
+        encoded.remove_prefix(1);
+        if (tag < Tag::FirstValue) continue;
+        std::string_view found;
+        std::string_view value;
+        if (!TakeText(encoded, found) || !TakeText(encoded, value)) return false;
+        if (found == name) return true;
+    }
+    return false;
+}
+
+}  // namespace Corvix::Ipp
