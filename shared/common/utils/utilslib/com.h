@@ -19,6 +19,11 @@ inline void ThrowIfFailed(HRESULT result) {
     if (FAILED(result)) throw _com_error(result);
 }
 
+/// VariantCopy() with the source that it does not change declared so; not every system header does.
+inline HRESULT CopyVariant(VARIANT* target, const VARIANT& source) {
+    return VariantCopy(target, const_cast<VARIANT*>(&source));
+}
+
 /// Owns one BSTR, which may be null.
 class Bstr {
 public:
@@ -63,7 +68,7 @@ public:
     /// \throws _com_error with the result of a failed copy.
     static Variant Copy(const VARIANT& source) {
         Variant copy;
-        ThrowIfFailed(VariantCopy(&copy.value_, &source));
+        ThrowIfFailed(CopyVariant(&copy.value_, source));
         return copy;
     }
     static Variant Adopt(VARIANT value) noexcept {
