@@ -136,4 +136,14 @@ private:
     HRESULT status_;
 };
 
+/// An apartment that is left again whatever entering it returned. A mode conflict then takes one
+/// initialisation from the thread; the text entry point has always behaved so, and its callers count on it.
+class UncheckedComApartment {
+public:
+    UncheckedComApartment() noexcept { (void)CoInitialize(nullptr); }
+    ~UncheckedComApartment() { CoUninitialize(); }
+    UncheckedComApartment(const UncheckedComApartment&) = delete;
+    UncheckedComApartment& operator=(const UncheckedComApartment&) = delete;
+};
+
 }  // namespace KyUtils

@@ -1,0 +1,91 @@
+// The exported ways to a data collection: from a file, from text, from a DOM, from specifications.
+#include <memory>
+
+#include "corvixdm/datacollection.h"
+#include "datamodel/binding/createfromspecs.h"
+#include "datamodel/maps/dom.h"
+#include "utilslib/boundary.h"
+#include "utilslib/com.h"
+#include "utilslib/logging.h"
+
+namespace {
+
+using Corvix::Address;
+using Corvix::ComPtr;
+using Corvix::DataCollection;
+using Corvix::DataMapSpecCollection;
+using Corvix::ICacheProvider;
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+struct DisposeCollection {
+    void operator()(DataMapSpecCollection* maps) const { DataMapSpecCollection::Dispose(maps); }
+};
+using OwnedCollection = std::unique_ptr<DataMapSpecCollection, DisposeCollection>;
+
+HRESULT CreateFromDom(Address* address, IXMLDOMNode* document, DataCollection** collection,
+                      ICacheProvider* cache) {
+    if (!document) return E_FAIL;
+    ComPtr<IXMLDOMNode> root;
+    const HRESULT selected = Corvix::SelectNode(document, L"DataMaps", root);
+    if (FAILED(selected)) return selected;
+    if (!root) return E_FAIL;
+    const OwnedCollection maps(DataMapSpecCollection::CreateDataMapSpecCollection(root.Get()));
+    return Corvix::CreateFromSpecs(address, maps.get(), collection, cache);
+}
+
+/// `load` fills a new document: HRESULT(IXMLDOMDocument&, VARIANT_BOOL&).
+template <class Load>
+HRESULT CreateFromLoaded(Address* address, DataCollection** collection, ICacheProvider* cache, Load load) {
+    ComPtr<IXMLDOMDocument> document;
+    const HRESULT created = Corvix::CreateDomDocument(document);
+    if (FAILED(created)) return created;
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    const HRESULT result = load(*document.Get(), loaded);
+    if (FAILED(result) || loaded != VARIANT_TRUE) {
+        logSource.ErrorResult(result, L"The data map document does not load");
+        return result;
+    }
+    return CreateFromDom(address, document.Get(), collection, cache);
+}
+
+}  // namespace
+
+HRESULT CreateDataCollectionFromFile(Address* address, const wchar_t* path, DataCollection** collection,
+                                     ICacheProvider* cache) {
+    const KyUtils::LogScope scope(logSource, "CreateDataCollectionFromFile");
+    if (!address || !path || !collection) return E_FAIL;
+    return KyUtils::RaisingComErrors([&] {
+        const KyUtils::ComApartment apartment(logSource);
+        return CreateFromLoaded(address, collection, cache,
+                                [&](IXMLDOMDocument& document, VARIANT_BOOL& loaded) {
+                                    return document.load(KyUtils::Variant::FromText(path).Get(), &loaded);
+                                });
+    });
+}
+
+HRESULT CreateDataCollectionFromXML(Address* address, const wchar_t* xml, DataCollection** collection,
+                                    ICacheProvider* cache) {
+    const KyUtils::LogScope scope(logSource, "CreateDataCollectionFromXML");
+    if (!address || !xml || !collection) return E_FAIL;
+    return KyUtils::RaisingComErrors([&] {
+        const KyUtils::UncheckedComApartment apartment;
+        return CreateFromLoaded(address, collection, cache,
+                                [&](IXMLDOMDocument& document, VARIANT_BOOL& loaded) {
+                                    return document.loadXML(KyUtils::Bstr(xml).Get(), &loaded);
+                                });
+    });
+}
+
+HRESULT CreateDataCollectionFromDOM(Address* address, IXMLDOMNode* document, DataCollection** collection,
+                                    ICacheProvider* cache) {
+    const KyUtils::LogScope scope(logSource, "CreateDataCollectionFromDOM");
+    return KyUtils::RaisingComErrors([&] { return CreateFromDom(address, document, collection, cache); });
+}
+
+HRESULT CreateDataCollectionFromDataMapSpecsCollection(Address* address, DataMapSpecCollection* maps,
+                                                       DataCollection** collection, ICacheProvider* cache) {
+    const KyUtils::LogScope scope(logSource, "CreateDataCollectionFromDataMapSpecsCollection");
+    return KyUtils::RaisingComErrors(
+        [&] { return Corvix::CreateFromSpecs(address, maps, collection, cache); });
+}

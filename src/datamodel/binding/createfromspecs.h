@@ -1,0 +1,13 @@
+/// Makes the collection for a device from a document's maps.
+#pragma once
+
+#include "corvixdm/datacollection.h"
+
+namespace Corvix {
+
+/// Binds the first map, in document order, whose provider can be made for the device. See
+/// CreateDataCollectionFromDataMapSpecsCollection().
+HRESULT CreateFromSpecs(Address* address, DataMapSpecCollection* maps, DataCollection** collection,
+                        ICacheProvider* cache);
+
+}  // namespace Corvix

@@ -1,0 +1,25 @@
+/// One binder for each kind of map: makes the provider of the map's protocol, and the mapper over it.
+#pragma once
+
+#include <string>
+
+#include "corvixdm/datamapspec.h"
+#include "corvixdm/disposableptr.h"
+#include "corvixdm/transport.h"
+#include "datamodel/collection/datacollectionimpl.h"
+
+namespace Corvix {
+
+/// A map that was bound to a device.
+struct BoundMap {
+    DisposablePtr<DataCollectionImpl> mapper;  ///< null when the device does not speak the map's protocol
+    std::wstring identity;  ///< what tells the device from others; empty unless wanted and known
+};
+
+/// Binds one map. `identityWanted` asks for the device's identity, which may cost an exchange.
+using MapBinder = BoundMap (*)(Address& address, DataMapSpec& map, bool identityWanted);
+
+/// The binder of a kind of map, or null where there is none.
+MapBinder BinderOf(DataMapTypeEnum type);
+
+}  // namespace Corvix
