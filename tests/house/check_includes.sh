@@ -1,0 +1,42 @@
+#!/bin/sh
+# Includes point down the house only: a room includes itself, what lies below it, and the public headers.
+# check_includes.sh SOURCE_DIR
+cd "$1" || exit 2
+bad=0
+
+# allow FOLDER PATTERN: quoted includes of the folder's sources match the pattern.
+allow() {
+    lines=$(grep -rnE '^#include "' --include='*.h' --include='*.cpp' "$1" | grep -vE "#include \"($2)")
+    [ -z "$lines" ] && return
+    echo "$1 includes what is not below it:"
+    echo "$lines"
+    bad=1
+}
+
+public='corvixdm/|[a-z]+\.h"'
+allow include/corvixdm '[a-z]+\.h"'
+allow shared/common/utils/utilslib 'utilslib/|corvixdm/'
+allow src/resolver 'resolver/|utilslib/|corvixdm/'
+allow src/datamodel/maps 'datamodel/maps/|utilslib/|corvixdm/'
+allow src/datamodel/collection 'datamodel/(collection|maps)/|utilslib/|corvixdm/'
+for room in caches snmp xml; do
+    allow src/datamodel/$room "datamodel/($room|collection|maps)/|utilslib/|corvixdm/"
+done
+allow src/datamodel/ipp/codec 'datamodel/ipp/codec/'
+allow src/datamodel/ipp 'datamodel/(ipp|ipp/codec|collection|maps)/|resolver/|utilslib/|corvixdm/'
+allow src/datamodel/binding 'datamodel/|resolver/|utilslib/|corvixdm/'
+for folder in transport examples; do
+    allow $folder "$public|transport/"
+done
+allow tools "$public|transport/|[a-z]+/[a-z]+\\.h\""
+
+# Only those that put the house together name another room's concrete classes.
+lines=$(grep -rnE '#include "datamodel/[a-z]+/[a-z]+impl\.h"' --include='*.h' --include='*.cpp' src |
+    sed -E 's|^src/datamodel/([a-z]+)/|\1 &|' | grep -vE '^(binding|api) ' |
+    grep -vE '^([a-z]+) .*"datamodel/\1/' | grep -v '"datamodel/collection/datacollectionimpl.h"')
+if [ -n "$lines" ]; then
+    echo "concrete classes of another room are named by:"
+    echo "$lines"
+    bad=1
+fi
+exit $bad
