@@ -2,15 +2,15 @@
 /// Data item specifications: how one named value of a device is fetched.
 ///
 /// Items are built from the elements of a data map document or, in code, by their factories. Whoever makes an
-/// item owns it until DataMapSpec::AddDataItemSpec() takes it over. Texts passed in are copied; a text that was
-/// never given is null, which is not the same as an empty one. Text accessors return the object's own string,
-/// valid until the object changes or goes. Items are copyable and are used by one thread at a time.
+/// item owns it until DataMapSpec::AddDataItemSpec() takes it over. Texts passed in are copied; a text that
+/// was never given is null, which is not the same as an empty one. Text accessors return the object's own
+/// string, valid until the object changes or goes. Items are copyable and are used by one thread at a time.
 #pragma once
 
 #include <windows.h>
 
-#include <map>
 #include <oaidl.h>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -20,6 +20,7 @@ struct IXMLDOMNode;
 
 namespace Corvix {
 
+class DomElement;
 class NextOIDDataItemSpec;
 class OIDGetDataItemsSpec;
 
@@ -36,7 +37,8 @@ public:
 
     /// Applies the item's rules to one raw value.
     /// \param raw the value as the device gave it; stays the caller's.
-    /// \return a new VARIANT that the caller clears: the replacement text of the rule that matched (VT_BSTR), or
+    /// \return a new VARIANT that the caller clears: the replacement text of the rule that matched (VT_BSTR),
+    /// or
     ///     a copy of `raw` when none did.
     /// \throws _com_error when a value cannot be copied (its HRESULT) or memory runs out (E_OUTOFMEMORY).
     VARIANT ConvertValue(VARIANT raw) const;
@@ -45,7 +47,7 @@ protected:
     CvxDataItem() = default;
     /// Sets both the name and the attribute ID to `name`.
     CvxDataItem(const wchar_t* name, const wchar_t* prefix);
-    explicit CvxDataItem(IXMLDOMNode* node);
+    explicit CvxDataItem(const DomElement& element);
     CvxDataItem(const CvxDataItem&) = default;
     CvxDataItem(CvxDataItem&&) = default;
     CvxDataItem& operator=(const CvxDataItem&) = default;
@@ -54,7 +56,7 @@ protected:
     using Text = std::optional<std::wstring>;
     using ConversionRules = std::map<std::wstring, std::wstring>;
     /// Reads the element's `Conversion` children into the rules.
-    void AddToConversionCollection(IXMLDOMNode* node);
+    void AddToConversionCollection(const DomElement& element);
 
 private:
     Text name_;
@@ -80,7 +82,7 @@ protected:
     DataItemSpec() = default;
     DataItemSpec(const wchar_t* name, bool transient, const wchar_t* prefix, unsigned long long lifespan,
                  const wchar_t* type);
-    explicit DataItemSpec(IXMLDOMNode* node);
+    explicit DataItemSpec(const DomElement& element);
 
 private:
     unsigned lifespan_ = 0;
@@ -104,7 +106,7 @@ public:
 
 private:
     XMLDataItemSpec() = default;
-    explicit XMLDataItemSpec(IXMLDOMNode* node);
+    explicit XMLDataItemSpec(const DomElement& element);
     XMLDataItemSpec(const wchar_t* name, const wchar_t* uri, const wchar_t* xpath, const wchar_t* prefix,
                     bool transient, unsigned long long lifespan, const wchar_t* type);
 
@@ -117,8 +119,8 @@ class CORVIXDM_API OIDDataItemSpec : public DataItemSpec {
 public:
     static OIDDataItemSpec* CreateOIDDataItemSpec();
     static OIDDataItemSpec* CreateOIDDataItemSpec(IXMLDOMNode* node);
-    static OIDDataItemSpec* CreateOIDDataItemSpec(const wchar_t* name, const wchar_t* oid, const wchar_t* group,
-                                                  bool transient, const wchar_t* prefix,
+    static OIDDataItemSpec* CreateOIDDataItemSpec(const wchar_t* name, const wchar_t* oid,
+                                                  const wchar_t* group, bool transient, const wchar_t* prefix,
                                                   unsigned long long lifespan, const wchar_t* type);
     void Initialize() override;
     /// This item as a walk, or null when it is none.
@@ -132,7 +134,7 @@ public:
 
 protected:
     OIDDataItemSpec() = default;
-    explicit OIDDataItemSpec(IXMLDOMNode* node);
+    explicit OIDDataItemSpec(const DomElement& element);
     OIDDataItemSpec(const wchar_t* name, const wchar_t* oid, const wchar_t* group, bool transient,
                     const wchar_t* prefix, unsigned long long lifespan, const wchar_t* type);
 
@@ -159,10 +161,10 @@ public:
 
 private:
     NextOIDDataItemSpec() = default;
-    explicit NextOIDDataItemSpec(IXMLDOMNode* node);
+    explicit NextOIDDataItemSpec(const DomElement& element);
     NextOIDDataItemSpec(const wchar_t* name, const wchar_t* oid, const wchar_t* group, bool transient,
-                        const wchar_t* prefix, unsigned long long lifespan, const wchar_t* type, bool untilEnd,
-                        int count);
+                        const wchar_t* prefix, unsigned long long lifespan, const wchar_t* type,
+                        bool untilEnd, int count);
 
     int count_ = 0;
     bool untilEnd_ = false;
@@ -194,10 +196,10 @@ public:
 
 private:
     OIDGetDataItemsSpec() = default;
-    explicit OIDGetDataItemsSpec(IXMLDOMNode* node);
+    explicit OIDGetDataItemsSpec(const DomElement& element);
     OIDGetDataItemsSpec(const wchar_t* name, const wchar_t* oid, const wchar_t* group, bool transient,
-                        const wchar_t* prefix, unsigned long long lifespan, const wchar_t* type, bool untilEnd,
-                        int count, const wchar_t* n);
+                        const wchar_t* prefix, unsigned long long lifespan, const wchar_t* type,
+                        bool untilEnd, int count, const wchar_t* n);
     std::wstring FindAndReplaceNInOID();
 
     std::wstring nText_;
@@ -225,7 +227,7 @@ public:
 
 private:
     IPPDataItemSpec() = default;
-    explicit IPPDataItemSpec(IXMLDOMNode* node);
+    explicit IPPDataItemSpec(const DomElement& element);
     IPPDataItemSpec(const wchar_t* name, const wchar_t* command, bool transient, const wchar_t* prefix,
                     const wchar_t* jobUri, unsigned long long lifespan, const wchar_t* type);
 
@@ -249,7 +251,7 @@ public:
 
 private:
     StaticDataItemSpec() = default;
-    explicit StaticDataItemSpec(IXMLDOMNode* node);
+    explicit StaticDataItemSpec(const DomElement& element);
     StaticDataItemSpec(const wchar_t* name, const wchar_t* value, const wchar_t* prefix);
 
     Text value_;

@@ -34,21 +34,6 @@ HRESULT CreateFromDom(Address* address, IXMLDOMNode* document, DataCollection** 
     return Corvix::CreateFromSpecs(address, maps.get(), collection, cache);
 }
 
-/// `load` fills a new document: HRESULT(IXMLDOMDocument&, VARIANT_BOOL&).
-template <class Load>
-HRESULT CreateFromLoaded(Address* address, DataCollection** collection, ICacheProvider* cache, Load load) {
-    ComPtr<IXMLDOMDocument> document;
-    const HRESULT created = Corvix::CreateDomDocument(document);
-    if (FAILED(created)) return created;
-    VARIANT_BOOL loaded = VARIANT_FALSE;
-    const HRESULT result = load(*document.Get(), loaded);
-    if (FAILED(result) || loaded != VARIANT_TRUE) {
-        logSource.ErrorResult(result, L"The data map document does not load");
-        return result;
-    }
-    return CreateFromDom(address, document.Get(), collection, cache);
-}
-
 }  // namespace
 
 HRESULT CreateDataCollectionFromFile(Address* address, const wchar_t* path, DataCollection** collection,
@@ -57,10 +42,9 @@ HRESULT CreateDataCollectionFromFile(Address* address, const wchar_t* path, Data
     if (!address || !path || !collection) return E_FAIL;
     return KyUtils::RaisingComErrors([&] {
         const KyUtils::ComApartment apartment(logSource);
-        return CreateFromLoaded(address, collection, cache,
-                                [&](IXMLDOMDocument& document, VARIANT_BOOL& loaded) {
-                                    return document.load(KyUtils::Variant::FromText(path).Get(), &loaded);
-                                });
+        ComPtr<IXMLDOMDocument> document;
+        const HRESULT loaded = Corvix::LoadDomFile(path, document);
+        return loaded == S_OK ? CreateFromDom(address, document.Get(), collection, cache) : loaded;
     });
 }
 
@@ -70,10 +54,9 @@ HRESULT CreateDataCollectionFromXML(Address* address, const wchar_t* xml, DataCo
     if (!address || !xml || !collection) return E_FAIL;
     return KyUtils::RaisingComErrors([&] {
         const KyUtils::UncheckedComApartment apartment;
-        return CreateFromLoaded(address, collection, cache,
-                                [&](IXMLDOMDocument& document, VARIANT_BOOL& loaded) {
-                                    return document.loadXML(KyUtils::Bstr(xml).Get(), &loaded);
-                                });
+        ComPtr<IXMLDOMDocument> document;
+        const HRESULT loaded = Corvix::LoadDomText(xml, document);
+        return loaded == S_OK ? CreateFromDom(address, document.Get(), collection, cache) : loaded;
     });
 }
 

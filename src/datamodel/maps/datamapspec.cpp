@@ -1,0 +1,34 @@
+#include "corvixdm/datamapspec.h"
+
+#include "datamodel/maps/datamapspecimpl.h"
+#include "datamodel/maps/protocols.h"
+#include "utilslib/boundary.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+}  // namespace
+
+DataMapSpec::~DataMapSpec() = default;
+
+DataMapSpec* DataMapSpec::CreateDataMapSpec() { return CreateDataMapSpec(DataMapTypeEnum::Unknown); }
+
+DataMapSpec* DataMapSpec::CreateDataMapSpec(DataMapTypeEnum type) {
+    const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpec::CreateDataMapSpec");
+    return KyUtils::RaisingComErrors([type] {
+        return DisposablePtr<DataMapSpec>::Share(new DataMapSpecImpl(ProtocolText(type))).Release();
+    });
+}
+
+DataMapSpec* DataMapSpec::CreateDataMapSpec(IXMLDOMNode* node) {
+    const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpec::CreateDataMapSpec");
+    return KyUtils::RaisingComErrors([node] {
+        auto map = DisposablePtr<DataMapSpecImpl>::Share(new DataMapSpecImpl);
+        map->Read(node);
+        return map.Release();
+    });
+}
+
+}  // namespace Corvix

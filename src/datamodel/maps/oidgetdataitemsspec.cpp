@@ -1,0 +1,89 @@
+#include <limits>
+
+#include "corvixdm/dataitemspec.h"
+#include "datamodel/maps/domreader.h"
+#include "utilslib/boundary.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+constexpr wchar_t indexPlaceholder = L'N';
+
+}  // namespace
+
+OIDGetDataItemsSpec::OIDGetDataItemsSpec(const DomElement& element)
+    : OIDDataItemSpec(element),
+      nText_(TextValueOf(element, L"N").value_or(std::wstring())),
+      n_(IntValueOf(element, L"N")),
+      count_(IntValueOf(element, L"Count")),
+      untilEnd_(BoolValueOf(element, L"UntilEnd")) {}
+
+OIDGetDataItemsSpec::OIDGetDataItemsSpec(const wchar_t* name, const wchar_t* oid, const wchar_t* group,
+                                         bool transient, const wchar_t* prefix, unsigned long long lifespan,
+                                         const wchar_t* type, bool untilEnd, int count, const wchar_t* n)
+    : OIDDataItemSpec(name, oid, group, transient, prefix, lifespan, type),
+      nText_(n ? n : L""),
+      count_(count),
+      untilEnd_(untilEnd) {}
+
+OIDGetDataItemsSpec* OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec() {
+    const KyUtils::LogScope scope(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec");
+    return KyUtils::RaisingComErrors([] { return new OIDGetDataItemsSpec; });
+}
+
+OIDGetDataItemsSpec* OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(IXMLDOMNode* node) {
+    const KyUtils::LogScope scope(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec");
+    return KyUtils::RaisingComErrors([&] { return new OIDGetDataItemsSpec(DomElement(node)); });
+}
+
+OIDGetDataItemsSpec* OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(
+    const wchar_t* name, const wchar_t* oid, const wchar_t* group, bool transient, const wchar_t* prefix,
+    unsigned long long lifespan, const wchar_t* type, bool untilEnd, int count, const wchar_t* n) {
+    const KyUtils::LogScope scope(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec");
+    return KyUtils::RaisingComErrors([&] {
+        return new OIDGetDataItemsSpec(name, oid, group, transient, prefix, lifespan, type, untilEnd, count,
+                                       n);
+    });
+}
+
+void OIDGetDataItemsSpec::Initialize() {
+    nText_.clear();
+    n_ = 0;
+    count_ = 0;
+    untilEnd_ = false;
+}
+
+NextOIDDataItemSpec* OIDGetDataItemsSpec::GetNextOIDDataItemSpec() { return nullptr; }
+
+OIDGetDataItemsSpec* OIDGetDataItemsSpec::GetOIDGetDataItemsSpec() { return this; }
+
+bool OIDGetDataItemsSpec::IsUntilEnd() const { return untilEnd_; }
+
+int OIDGetDataItemsSpec::Count() const { return count_; }
+
+const wchar_t* OIDGetDataItemsSpec::GetN() const { return nText_.c_str(); }
+
+std::wstring OIDGetDataItemsSpec::GetOid() {
+    if (nText_.empty()) return {};
+    return GetNextOid();
+}
+
+std::wstring OIDGetDataItemsSpec::GetNextOid() {
+    const KyUtils::LogScope scope(logSource, "Corvix::OIDGetDataItemsSpec::GetNextOid");
+    return KyUtils::RaisingComErrors([this] { return FindAndReplaceNInOID(); });
+}
+
+std::wstring OIDGetDataItemsSpec::FindAndReplaceNInOID() {
+    const wchar_t* pattern = OIDDataItemSpec::GetOid();
+    if (!pattern) return {};
+    std::wstring oid = pattern;
+    const size_t placeholder = oid.find(indexPlaceholder);
+    if (placeholder == std::wstring::npos) return oid;
+    oid.replace(placeholder, 1, std::to_wstring(n_));
+    if (n_ < std::numeric_limits<int>::max()) ++n_;
+    return oid;
+}
+
+}  // namespace Corvix
