@@ -1,0 +1,176 @@
+#include "httpserver.h"
+
+namespace CorvixSim {
+namespace {
+
+constexpr size_t kMaxConnections = 256;
+constexpr uint64_t kMaxDiscarded = 1 << 20;
+constexpr DWORD kIdleLimit = 120'000;  // milliseconds
+
+void SetIdleLimit(const Socket& socket) {
+    for (const int option : {SO_RCVTIMEO, SO_SNDTIMEO}) {
+        setsockopt(socket.Get(), SOL_SOCKET, option, reinterpret_cast<const char*>(&kIdleLimit),
+                   sizeof kIdleLimit);
+    }
+}
+
+bool IsControlPath(const std::string& path) { return path.compare(0, 5, "/sim/") == 0; }
+
+}  // namespace
+
+HttpServer::HttpServer(std::string service, const std::string& address, uint16_t port, Device& device,
+                       HttpHandler& handler, HttpHandler& control)
+    : service_(std::move(service)),
+      address_(address),
+      port_(port),
+      device_(device),
+      handler_(handler),
+      control_(control) {
+    StartListening();
+}
+
+HttpServer::~HttpServer() {
+    stopper_.Stop();
+    Refuse(true);
+    {
+        const std::lock_guard lock(mutex_);
+        for (Connection& connection : connections_)
+            connection.socket.Interrupt();
+    }
+    for (Connection& connection : connections_)
+        connection.thread.join();
+}
+
+void HttpServer::Refuse(bool refuse) {
+    const std::lock_guard lock(listenMutex_);
+    if (refuse) {
+        StopListening();
+    } else {
+        StartListening();
+    }
+}
+
+bool HttpServer::Refuses() const {
+    const std::lock_guard lock(mutex_);
+    return !listening_;
+}
+
+void HttpServer::StartListening() {
+    if (listener_) return;
+    listener_ = ListenOn(Endpoint(address_, port_));
+    port_ = LocalPort(listener_);
+    {
+        const std::lock_guard lock(mutex_);
+        listening_ = true;
+    }
+    acceptor_ = std::thread([this] { AcceptConnections(); });
+}
+
+void HttpServer::StopListening() {
+    if (!listener_) return;
+    {
+        const std::lock_guard lock(mutex_);
+        listening_ = false;
+    }
+    KnockAt(Endpoint(address_, port_));
+    acceptor_.join();
+    listener_.Close();
+}
+
+void HttpServer::AcceptConnections() {
+    for (;;) {
+        Socket socket(accept(listener_.Get(), nullptr, nullptr));
+        if (Refuses()) return socket.CloseWithReset();
+        if (socket) {
+            AddConnection(std::move(socket));
+        } else {
+            // Out of sockets or a connection that was gone before it was accepted: neither lasts.
+            stopper_.Sleep(std::chrono::milliseconds(10));
+        }
+    }
+}
+
+void HttpServer::AddConnection(Socket socket) {
+    RemoveEnded();
+    SetIdleLimit(socket);
+    const std::lock_guard lock(mutex_);
+    if (connections_.size() >= kMaxConnections) return;
+    Connection& connection = connections_.emplace_back();
+    connection.socket = std::move(socket);
+    connection.thread = std::thread([this, &connection] { Run(connection); });
+}
+
+void HttpServer::RemoveEnded() {
+    std::list<Connection> ended;
+    {
+        const std::lock_guard lock(mutex_);
+        for (auto it = connections_.begin(); it != connections_.end();) {
+            const auto current = it++;
+            if (current->ended) ended.splice(ended.end(), connections_, current);
+        }
+    }
+    for (Connection& connection : ended)
+        connection.thread.join();
+}
+
+void HttpServer::Run(Connection& connection) {
+    const AfterAnswer after = Serve(connection.socket);
+    const std::lock_guard lock(mutex_);
+    if (after == AfterAnswer::Reset) {
+        connection.socket.CloseWithReset();
+    } else {
+        connection.socket.Close();
+    }
+    connection.ended = true;
+}
+
+AfterAnswer HttpServer::Serve(const Socket& socket) {
+    HttpChannel channel(socket);
+    bool counted = false;
+    try {
+        while (const std::optional<HttpRequest> request = ReadRequestHead(channel)) {
+            if (!counted && !IsControlPath(request->path)) device_.counters.CountConnection(service_);
+            counted = counted || !IsControlPath(request->path);
+            const AfterAnswer after = ServeRequest(socket, channel, *request);
+            if (after != AfterAnswer::KeepOpen) return after;
+        }
+        return AfterAnswer::Close;
+    } catch (const NetError&) {
+        return AfterAnswer::Close;  // the peer has gone
+    } catch (const ConnectionDropped&) {
+        return AfterAnswer::Reset;
+    } catch (const HttpError& error) {
+        try {
+            WriteAnswer(socket, {}, PlainResponse(error.Status(), error.what()), {}, stopper_);
+        } catch (const NetError&) {
+        }
+        return AfterAnswer::Close;
+    }
+}
+
+AfterAnswer HttpServer::ServeRequest(const Socket& socket, HttpChannel& channel, const HttpRequest& request) {
+    const bool isControl = IsControlPath(request.path);
+    if (!isControl && Refuses()) return AfterAnswer::Reset;
+    FaultSet faults;
+    if (!isControl) {
+        device_.counters.Count(service_, request.path);
+        faults = device_.faults.Match({service_, request.path, {}});
+    }
+    HttpBody body(channel, request);
+    if (faults.Has(FaultKind::ReceiveOnly)) body.DropAfter(faults.Number(FaultKind::ReceiveOnly));
+    HttpResponse response = Handle(request, body, isControl);
+    faults.Merge(response.faults);
+    const bool bodyDone = body.Discard(kMaxDiscarded);
+    const AfterAnswer after = WriteAnswer(socket, request, std::move(response), faults, stopper_);
+    return after == AfterAnswer::KeepOpen && !bodyDone ? AfterAnswer::Close : after;
+}
+
+HttpResponse HttpServer::Handle(const HttpRequest& request, HttpBody& body, bool isControl) {
+    try {
+        return (isControl ? control_ : handler_).Handle(request, body);
+    } catch (const std::invalid_argument& error) {
+        return PlainResponse(400, error.what());
+    }
+}
+
+}  // namespace CorvixSim

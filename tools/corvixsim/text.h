@@ -1,0 +1,46 @@
+// Small helpers for the line-based texts that the simulator reads and the JSON that it writes.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace CorvixSim {
+
+std::string ToLower(std::string_view text);
+bool EqualsIgnoringCase(std::string_view a, std::string_view b);
+bool StartsWith(std::string_view text, std::string_view prefix);
+std::string_view Trim(std::string_view text);
+
+/// The lines of a text without their ends; a last line without an end counts.
+std::vector<std::string_view> SplitLines(std::string_view text);
+
+/// The parts between separators, trimmed; empty parts are kept. An empty text has no parts.
+std::vector<std::string_view> Split(std::string_view text, char separator);
+
+/// Takes the first blank-separated word off `rest` and leaves the trimmed remainder in it.
+std::string_view TakeWord(std::string_view& rest);
+
+/// A whole decimal number within [0, max], or nothing.
+std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t max);
+
+/// A whole decimal number with an optional minus sign, or nothing.
+std::optional<int32_t> ParseInteger(std::string_view text);
+
+/// The bytes of pairs of hexadecimal digits; blanks and colons between pairs are skipped.
+std::optional<std::string> ParseHex(std::string_view text);
+
+/// Whether `text` fits `pattern`, in which each '*' stands for any run of characters.
+bool MatchesPattern(std::string_view pattern, std::string_view text);
+
+std::string EscapeXml(std::string_view text);
+
+/// The text as a JSON string with its quotes.
+std::string JsonText(std::string_view text);
+
+/// Percent signs of a URI undone. Broken escapes stay as they are.
+std::string PercentDecode(std::string_view text);
+
+}  // namespace CorvixSim
