@@ -7,7 +7,11 @@ constexpr size_t kMaxConnections = 256;
 constexpr uint64_t kMaxDiscarded = 1 << 20;
 constexpr DWORD kIdleLimit = 120'000;  // milliseconds
 
-void SetIdleLimit(const Socket& socket) {
+void TuneConnection(const Socket& socket) {
+    // The head and the body of an answer go separately: the second must not wait for the first's receipt.
+    const BOOL noDelay = TRUE;
+    setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&noDelay),
+               sizeof noDelay);
     for (const int option : {SO_RCVTIMEO, SO_SNDTIMEO}) {
         setsockopt(socket.Get(), SOL_SOCKET, option, reinterpret_cast<const char*>(&kIdleLimit),
                    sizeof kIdleLimit);
@@ -92,7 +96,7 @@ void HttpServer::AcceptConnections() {
 
 void HttpServer::AddConnection(Socket socket) {
     RemoveEnded();
-    SetIdleLimit(socket);
+    TuneConnection(socket);
     const std::lock_guard lock(mutex_);
     if (connections_.size() >= kMaxConnections) return;
     Connection& connection = connections_.emplace_back();

@@ -104,7 +104,7 @@ HttpAnswer HttpClient::Receive(bool answerHasBody) {
     HttpAnswer answer;
     if (!ReadHead(answer)) return answer;
     answer.end = HttpEnd::Complete;
-    if (answerHasBody) ReadBody(answer);
+    if (answerHasBody && answer.status != 204) ReadBody(answer);
     return answer;
 }
 
