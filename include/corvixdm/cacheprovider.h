@@ -4,8 +4,8 @@
 
 #include <windows.h>
 
-#include <map>
 #include <oaidl.h>
+#include <map>
 #include <string>
 
 #include "disposable.h"
@@ -38,3 +38,30 @@ public:
 };
 
 }  // namespace Corvix
+
+/// \name Factories
+/// Each hands back a provider with one reference, owned by the caller, and throws _com_error with
+/// E_OUTOFMEMORY when memory runs out.
+/// @{
+extern "C" {
+/// Makes a cache that keeps values in the registry, below HKEY_LOCAL_MACHINE.
+///
+/// The key is `rootPath`, then the identity of the device, then the protocol of the data map. The identity is
+/// read from the device whenever a collection is made with this cache. A device that does not tell who it is
+/// gets no cache: its collection neither loads nor keeps values, for they might be another device's.
+///
+/// A value stands under its item's name as REG_SZ or REG_DWORD, with the FILETIME at which it was obtained as
+/// decimal text under the name + ".Expires". Values of other types than VT_BSTR and VT_I4 are not kept.
+///
+/// \param rootPath a key path of the caller's own; null or empty makes a cache that keeps nothing. The
+/// calling user
+///     must be allowed to write there: what cannot be written is logged and read from the device next time.
+CORVIXDM_API Corvix::ICacheProvider* CreateRegCacheProvider(const wchar_t* rootPath);
+
+/// Makes a cache that keeps values in the spooler's data of one printer, under the key "UBidiData", and loads
+/// what is there already. \param printer an open printer handle; stays the caller's and stays open for as
+/// long as the provider lives.
+///     Without one (null or INVALID_HANDLE_VALUE) the cache is empty and keeps nothing.
+CORVIXDM_API Corvix::ICacheProvider* CreatePrintDataCacheProvider(HANDLE printer);
+}
+/// @}

@@ -1,0 +1,70 @@
+#include "datamodel/caches/cachedvalues.h"
+
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "utilslib/clock.h"
+
+namespace Corvix {
+namespace {
+
+constexpr std::wstring_view expiresSuffix = L".Expires";
+
+bool IsExpiresName(std::wstring_view name) {
+    return name.size() >= expiresSuffix.size() &&
+           name.substr(name.size() - expiresSuffix.size()) == expiresSuffix;
+}
+
+/// Nothing unless the text is a decimal number of 64 bits and nothing else.
+std::optional<std::uint64_t> ParseTimeStamp(std::wstring_view text) {
+    constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
+    if (text.empty()) return std::nullopt;
+    std::uint64_t number = 0;
+    for (const wchar_t c : text) {
+        if (c < L'0' || c > L'9') return std::nullopt;
+        const auto digit = static_cast<std::uint64_t>(c - L'0');
+        if (number > (largest - digit) / 10) return std::nullopt;
+        number = number * 10 + digit;
+    }
+    return number;
+}
+
+}  // namespace
+
+std::wstring ExpiresName(std::wstring_view name) {
+    std::wstring companion;
+    companion.reserve(name.size() + expiresSuffix.size());
+    return companion.append(name).append(expiresSuffix);
+}
+
+std::wstring FormatTimeStamp(std::uint64_t timeStamp) { return std::to_wstring(timeStamp); }
+
+void CachedValues::Put(std::wstring name, KyUtils::Variant value) {
+    values_.insert_or_assign(std::move(name), std::move(value));
+}
+
+HRESULT CachedValues::Get(const wchar_t* name, VARIANT* value) const {
+    if (!name || !value) return S_FALSE;
+    const auto found = values_.find(std::wstring_view(name));
+    if (found == values_.end()) return S_FALSE;
+    *value = KyUtils::Variant::Copy(found->second.Get()).Release();
+    return S_OK;
+}
+
+HRESULT CachedValues::FillDataMapSpec(const DataMapSpec* spec, ValueStore& target) const {
+    if (!spec || (spec->SizeOf() == 0 && values_.empty())) return S_FALSE;
+    for (const auto& [name, value] : values_) {
+        if (IsExpiresName(name)) continue;
+        const auto companion = values_.find(ExpiresName(name));
+        if (companion == values_.end()) continue;
+        const auto timeStamp = ParseTimeStamp(companion->second.Text());
+        const auto* item = dynamic_cast<const DataItemSpec*>(spec->GetDataItemSpec(name.c_str()));
+        if (!timeStamp || !item || KyUtils::IsExpired(*timeStamp, item->GetLifespan())) continue;
+        target.Put(
+            name, {KyUtils::Variant::Copy(value.Get()), *timeStamp, item->GetLifespan(), ValueSource::Cache});
+    }
+    return S_OK;
+}
+
+}  // namespace Corvix
