@@ -1,8 +1,13 @@
 #include "datamodel/binding/createfromspecs.h"
 
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "datamodel/binding/mapbinders.h"
+#include "datamodel/caches/devicecache.h"
+#include "datamodel/caches/printdatacacheprovider.h"
+#include "datamodel/caches/regcacheprovider.h"
 #include "utilslib/logging.h"
 
 namespace Corvix {
@@ -21,15 +26,52 @@ BoundMap BindFirstMap(Address& address, const DataMapSpecCollection& maps, bool 
     return {};
 }
 
+/// "urn:uuid:1234" and "1234" are the same device.
+std::wstring WithoutUuidScheme(std::wstring identity) {
+    constexpr std::wstring_view mark = L"uuid:";
+    const size_t found = identity.find(mark);
+    return found == std::wstring::npos ? identity : identity.substr(found + mark.size());
+}
+
+/// A registry cache serves a device that tells who it is, and no other: the values could be another device's.
+void TakeRegistryCache(DataCollectionImpl& collection, RegCacheProvider& provider, std::wstring identity) {
+    identity = WithoutUuidScheme(std::move(identity));
+    if (identity.empty()) {
+        if (provider.HasBaseKey())
+            logSource.Warning(L"The device has no identity: its values are not cached");
+        return;
+    }
+    const auto cache =
+        DeviceCache::Create(provider, std::move(identity), collection.Map()->GetProtocolType());
+    collection.SetCacheProvider(cache.Get());
+    cache->PopulateFromRegistry(collection.Map(), collection.Store());
+}
+
+void TakeCache(DataCollectionImpl& collection, ICacheProvider* cache, std::wstring identity) {
+    if (auto* registry = dynamic_cast<RegCacheProvider*>(cache)) {
+        TakeRegistryCache(collection, *registry, std::move(identity));
+        return;
+    }
+    collection.SetCacheProvider(cache);
+    const auto* printerData = dynamic_cast<const PrintDataCacheProvider*>(cache);
+    if (printerData && printerData->HasPrinter())
+        printerData->FillDataMapSpec(collection.Map(), collection.Store());
+}
+
+bool NeedsIdentity(ICacheProvider* cache) {
+    const auto* registry = dynamic_cast<const RegCacheProvider*>(cache);
+    return registry && registry->HasBaseKey();
+}
+
 }  // namespace
 
 HRESULT CreateFromSpecs(Address* address, DataMapSpecCollection* maps, DataCollection** collection,
                         ICacheProvider* cache) {
     const KyUtils::LogScope scope(logSource, "Corvix::DataCollectionImpl::CreateFromSpecs");
     if (!address || !maps || !collection || maps->GetCount() == 0) return E_FAIL;
-    BoundMap bound = BindFirstMap(*address, *maps, false);
+    BoundMap bound = BindFirstMap(*address, *maps, NeedsIdentity(cache));
     if (!bound.mapper) return E_FAIL;
-    bound.mapper->SetCacheProvider(cache);
+    TakeCache(*bound.mapper, cache, std::move(bound.identity));
     bound.mapper->LoadStaticItems(bound.mapper->Map());
     *collection = bound.mapper.Release();
     return S_OK;
