@@ -8,4 +8,7 @@
 #include "datamapspec.h"
 #include "disposable.h"
 #include "disposableptr.h"
+#include "pavoprovider.h"
 #include "transport.h"
+#include "wsprovider.h"
+#include "xmlprovider.h"

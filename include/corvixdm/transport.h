@@ -5,15 +5,17 @@
 /// connections, and calls those in the order that each interface describes. The folder `transport/` of the
 /// project holds a complete implementation over sockets, to use or to copy.
 ///
-/// **Ownership.** Every object that goes out through an `out` argument carries one reference, which the receiver
-/// gives up with IDisposable::Dispose(). Texts returned by an object are the object's own and stay valid until it
-/// is changed or goes. Texts passed in are copied by the callee when it needs them longer than the call.
+/// **Ownership.** Every object that goes out through an `out` argument carries one reference, which the
+/// receiver gives up with IDisposable::Dispose(). Texts returned by an object are the object's own and stay
+/// valid until it is changed or goes. Texts passed in are copied by the callee when it needs them longer than
+/// the call.
 ///
-/// **Results.** 0 (S_OK) is success, a negative value is failure. On failure an out argument is left as it was.
-/// No operation may throw.
+/// **Results.** 0 (S_OK) is success, a negative value is failure. On failure an out argument is left as it
+/// was. No operation may throw.
 ///
-/// **Threads.** One request, response or connection is used by one thread at a time. An `Address` may be asked
-/// for requests by several threads at once: the polling threads of an IPP provider share it with the caller.
+/// **Threads.** One request, response or connection is used by one thread at a time. An `Address` may be
+/// asked for requests by several threads at once: the polling threads of an IPP provider share it with the
+/// caller.
 #pragma once
 
 #include <windows.h>
@@ -68,7 +70,10 @@ public:
     /// Adds one header line; the same name may be added more than once.
     virtual void AddHeader(const wchar_t* name, const wchar_t* value) = 0;
     virtual void SetContentType(const wchar_t* contentType) = 0;
-    /// Sends the request with a body of `length` bytes (null and 0: without one).
+    /// Sends the request with a body of `length` bytes (null and 0: without one), which need not stay valid.
+    /// The content type may still be set between this call and GetResponse(), and counts: the library does so
+    /// in SOAP exchanges. A transport may hold the exchange back until GetResponse() and report its failures
+    /// there.
     virtual HRESULT Send(const unsigned char* body, unsigned long length) = 0;
     /// Waits for the response. Whatever its status, an answer of the device is a success here.
     virtual HRESULT GetResponse(HTTPResponse** response) = 0;
@@ -83,12 +88,12 @@ public:
     virtual void SetTimeout(unsigned long milliseconds) = 0;
 };
 
-/// A request whose body can be written piece by piece. What Address::CreateHTTPRequest() hands out is asked for
-/// this class with a dynamic_cast where a print job is streamed.
+/// A request whose body can be written piece by piece. What Address::CreateHTTPRequest() hands out is asked
+/// for this class with a dynamic_cast where a print job is streamed.
 ///
 /// A streamed exchange: method, URI, content type and headers; "Transfer-Encoding: chunked" among the headers
-/// means that the pieces written are the exact bytes of the chunked body, frames included. SetTotalBodyLength(),
-/// then Write() for each piece, then GetResult(), then GetResponse().
+/// means that the pieces written are the exact bytes of the chunked body, frames included.
+/// SetTotalBodyLength(), then Write() for each piece, then GetResult(), then GetResponse().
 class CORVIXDM_API KyHTTPRequestEx : public HTTPRequest {
 public:
     KyHTTPRequestEx();
@@ -179,8 +184,8 @@ public:
 
     /// A value that the library hands unchanged to HTTPRequest::SetRequestParameter() of an extended request.
     virtual unsigned long long GetConnectionParameter() = 0;
-    /// The device's host: a dotted IPv4 address, an IPv6 address without brackets, a DNS name, or the name of a
-    /// USB port such as "USB001".
+    /// The device's host: a dotted IPv4 address, an IPv6 address without brackets, a DNS name, or the name of
+    /// a USB port such as "USB001".
     virtual const wchar_t* GetHostName() = 0;
     virtual void SetHostName(const wchar_t* host) = 0;
     /// A name for people, or null.

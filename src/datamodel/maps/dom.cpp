@@ -1,5 +1,8 @@
 #include "datamodel/maps/dom.h"
 
+#include <string>
+#include <string_view>
+
 #include "utilslib/com.h"
 
 namespace Corvix {
@@ -25,6 +28,39 @@ HRESULT LoadDom(ComPtr<IXMLDOMDocument>& document, Load load) {
     return S_OK;
 }
 
+HRESULT SelectAsGiven(IXMLDOMNode* from, std::wstring_view xpath, ComPtr<IXMLDOMNode>& node) {
+    const KyUtils::Bstr expression(xpath);
+    return from->selectSingleNode(expression.Get(), &node);
+}
+
+/// Whether "." with a predicate selects what it says. Wine's DOM answers the document itself, without an
+/// error.
+bool SelectsDotWithPredicate() {
+    ComPtr<IXMLDOMDocument> document;
+    if (LoadDomText(L"<a><b>x</b></a>", document) != S_OK) return true;
+    ComPtr<IXMLDOMNode> node;
+    KyUtils::Bstr name;
+    return SelectAsGiven(document.Get(), L"//.[b=\"x\"]", node) == S_OK &&
+           node->get_nodeName(name.Receive()) == S_OK && name.View() == L"a";
+}
+
+/// Writes "*" for every "." step that has a predicate, which selects the same among elements.
+std::wstring WithoutDotPredicates(std::wstring_view xpath) {
+    std::wstring plain(xpath);
+    wchar_t quote = L'\0';
+    for (size_t i = 0; i < plain.size(); ++i) {
+        const wchar_t c = plain[i];
+        if (quote) {
+            if (c == quote) quote = L'\0';
+        } else if (c == L'"' || c == L'\'') {
+            quote = c;
+        } else if (plain.compare(i, 3, L"/.[") == 0) {
+            plain[i + 1] = L'*';
+        }
+    }
+    return plain;
+}
+
 }  // namespace
 
 HRESULT CreateDomDocument(ComPtr<IXMLDOMDocument>& document) {
@@ -32,8 +68,11 @@ HRESULT CreateDomDocument(ComPtr<IXMLDOMDocument>& document) {
 }
 
 HRESULT SelectNode(IXMLDOMNode* from, const wchar_t* xpath, ComPtr<IXMLDOMNode>& node) {
-    const KyUtils::Bstr expression(xpath);
-    return from->selectSingleNode(expression.Get(), &node);
+    const std::wstring_view expression(xpath);
+    if (expression.find(L"/.[") == std::wstring_view::npos) return SelectAsGiven(from, expression, node);
+    static const bool selectsDotWithPredicate = SelectsDotWithPredicate();
+    if (selectsDotWithPredicate) return SelectAsGiven(from, expression, node);
+    return SelectAsGiven(from, WithoutDotPredicates(expression), node);
 }
 
 HRESULT LoadDomFile(const wchar_t* path, ComPtr<IXMLDOMDocument>& document) {

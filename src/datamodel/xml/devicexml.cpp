@@ -128,16 +128,8 @@ HRESULT ParseDeviceXml(std::string_view body, ComPtr<IXMLDOMDocument>& document)
     const std::wstring text = DecodeXml(body);
     const HRESULT inspected = Inspect(text);
     if (FAILED(inspected)) return inspected;
-    ComPtr<IXMLDOMDocument> parsed;
-    const HRESULT created = CreateDomDocument(parsed);
-    if (FAILED(created)) return created;
-    VARIANT_BOOL loaded = VARIANT_FALSE;
-    const KyUtils::Bstr source(text);
-    const HRESULT result = parsed->loadXML(source.Get(), &loaded);
-    if (FAILED(result)) return result;
-    if (loaded != VARIANT_TRUE) return E_FAIL;
-    document = parsed;
-    return S_OK;
+    const HRESULT loaded = LoadDomText(text, document);
+    return loaded == S_FALSE ? E_FAIL : loaded;
 }
 
 }  // namespace Corvix

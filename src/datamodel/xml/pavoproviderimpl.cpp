@@ -1,0 +1,69 @@
+#include "datamodel/xml/pavoproviderimpl.h"
+
+#include <algorithm>
+
+#include "datamodel/xml/xmlidentity.h"
+#include "utilslib/logging.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+constexpr const wchar_t* discoveryTree = L"/DevMgmt/DiscoveryTree.xml";
+
+bool IsResourceType(const wchar_t* uri) { return *uri && *uri != L'/'; }
+
+/// What a device lists becomes part of a request: nothing goes there that could end its first line.
+bool IsUsableUri(const std::wstring& uri) {
+    return !uri.empty() && std::all_of(uri.begin(), uri.end(), [](wchar_t c) { return c > L' '; });
+}
+
+}  // namespace
+
+PavoProvider::~PavoProvider() = default;
+
+DisposablePtr<PavoProvider> PavoProviderImpl::Create(Address* address) {
+    const KyUtils::LogScope scope(logSource, "Corvix::PavoProviderImpl::Create");
+    if (!address) return {};
+    auto provider = DisposablePtr<PavoProviderImpl>::Share(new PavoProviderImpl(address));
+    unsigned needed = 0;
+    // Asked without a buffer, a resource that is listed with a URI is one that does not fit.
+    const HRESULT probed = provider->GetResourceURI(pavoIdentity.uri, nullptr, 0, &needed, 0);
+    if (probed != E_OUTOFMEMORY || needed <= 1) return {};
+    return provider;
+}
+
+HRESULT PavoProviderImpl::GetResourceURI(const wchar_t* resourceType, wchar_t* text, unsigned textChars,
+                                         unsigned* neededChars, unsigned lifespan) {
+    const KyUtils::LogScope scope(logSource, "Corvix::PavoProviderImpl::GetResourceURI");
+    if (!resourceType || wcschr(resourceType, L'"')) return E_FAIL;
+    const std::wstring xpath =
+        std::wstring(L"//.[dd:ResourceType=\"").append(resourceType).append(L"\"]/dd:ResourceURI");
+    return XMLProvider::GetValue(discoveryTree, xpath.c_str(), text, textChars, neededChars, true, lifespan);
+}
+
+HRESULT PavoProviderImpl::ReadResourceURI(const wchar_t* resourceType, std::wstring& uri) {
+    std::wstring text(256, L'\0');
+    unsigned needed = 0;
+    HRESULT result = GetResourceURI(resourceType, text.data(), 256, &needed, 0);
+    if (result == E_OUTOFMEMORY) {
+        text.resize(needed);
+        result = GetResourceURI(resourceType, text.data(), needed, &needed, 0);
+    }
+    if (result == S_OK) uri = text.c_str();
+    return result;
+}
+
+HRESULT PavoProviderImpl::GetValue(const wchar_t* uri, const wchar_t* xpath, wchar_t* text,
+                                   unsigned textChars, unsigned* neededChars, bool useCache,
+                                   unsigned lifespan) {
+    const KyUtils::LogScope scope(logSource, "Corvix::PavoProviderImpl::GetValue");
+    if (!uri || !xpath) return E_FAIL;
+    std::wstring resolved;
+    const bool found = IsResourceType(uri) && ReadResourceURI(uri, resolved) == S_OK && IsUsableUri(resolved);
+    return XMLProvider::GetValue(found ? resolved.c_str() : uri, xpath, text, textChars, neededChars,
+                                 useCache, lifespan);
+}
+
+}  // namespace Corvix
