@@ -16,11 +16,11 @@ namespace Corvix {
 
 /// Where a value came from.
 enum class ValueSource : int {
-    None = 0,     ///< nothing was answered
-    Static = 1,   ///< a constant of the data map
-    Store = 2,    ///< the collection's own store: fetched before in this collection
-    Cache = 3,    ///< the cache provider: fetched by an earlier collection
-    Device = 4,   ///< the device, just now
+    None = 0,    ///< nothing was answered
+    Static = 1,  ///< a constant of the data map
+    Store = 2,   ///< the collection's own store: fetched before in this collection
+    Cache = 3,   ///< the cache provider: fetched by an earlier collection
+    Device = 4,  ///< the device, just now
 };
 
 /// How the last answer of a collection came about.
@@ -42,8 +42,9 @@ public:
     /// Answers one item: from the store while it is fresh there, else from the device.
     /// \param name the item's name, optionally with a prefix and ":" before it, and for elements of a walk or
     ///     a table with "." and the element's number after it.
-    /// \param value set on success to a new value that the caller clears (VariantClear); left as it was on failure.
-    /// \return S_OK; E_FAIL for a null argument, an unknown item or one that the device does not answer; another
+    /// \param value set on success to a new value that the caller clears (VariantClear); left as it was on
+    /// failure. \return S_OK; E_FAIL for a null argument, an unknown item or one that the device does not
+    /// answer; another
     ///     failure as the device's transport gave it.
     virtual HRESULT GetValue(const wchar_t* name, VARIANT* value) = 0;
 
@@ -69,9 +70,9 @@ public:
 ///
 /// \param address the device; the collection takes its own reference.
 /// \param collection receives the new collection with one reference; untouched on failure.
-/// \param cache where values are kept beyond the collection's life, or null; the collection takes its own reference.
-/// \return S_OK; E_FAIL for a null argument, a document without `DataMaps`, or when no map fits the device.
-/// \throws _com_error with E_OUTOFMEMORY when memory runs out.
+/// \param cache where values are kept beyond the collection's life, or null; the collection takes its own
+/// reference. \return S_OK; E_FAIL for a null argument, a document without `DataMaps`, or when no map fits
+/// the device. \throws _com_error with E_OUTOFMEMORY when memory runs out.
 /// @{
 extern "C" {
 /// \param path of the document. A file that does not load gives the loader's own result, S_FALSE included.

@@ -41,8 +41,8 @@ public:
     virtual void Begin() = 0;
     /// The item at the iteration position, which moves on; null at the end. Owned by the map.
     virtual CvxDataItem* GetNextDataItemSpec() = 0;
-    /// Destroys the item that GetNextDataItemSpec() returned last, unless the position is at the end: the last
-    /// item in name order cannot be removed this way.
+    /// Destroys the item that GetNextDataItemSpec() returned last, unless the position is at the end: the
+    /// last item in name order cannot be removed this way.
     virtual void RemoveFromMap() = 0;
 
     virtual unsigned SizeOf() const = 0;

@@ -21,7 +21,8 @@ public:
     /// Gives up one reference; the object destroys itself with the last one. \return the count that is left.
     virtual long Dispose() = 0;
 
-    /// \return a text that names the object's class in log lines; the object's own, valid as long as it lives.
+    /// \return a text that names the object's class in log lines; the object's own, valid as long as it
+    /// lives.
     virtual const wchar_t* GetTypeName() = 0;
 
 protected:

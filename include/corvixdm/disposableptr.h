@@ -7,9 +7,9 @@
 namespace Corvix {
 
 /// An intrusive pointer: owns one reference to a `T` derived from IDisposable and gives it up when it goes.
-/// Built from a raw pointer it *adopts* the reference that came with it, which is what every factory and every
-/// out argument of the library hands over; Share() takes one more reference to an object that somebody else owns.
-/// As thread-safe as a raw pointer: guard a shared instance, the object's count guards itself.
+/// Built from a raw pointer it *adopts* the reference that came with it, which is what every factory and
+/// every out argument of the library hands over; Share() takes one more reference to an object that somebody
+/// else owns. As thread-safe as a raw pointer: guard a shared instance, the object's count guards itself.
 template <class T>
 class DisposablePtr {
 public:

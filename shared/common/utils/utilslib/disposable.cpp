@@ -35,13 +35,15 @@ public:
 
 private:
     ~CDisposableSet() {
-        for (IDisposable* object : objects_) Report(object);
+        for (IDisposable* object : objects_)
+            Report(object);
     }
 
     static void Report(IDisposable* object) {
         if (auto* disposable = dynamic_cast<CDisposable*>(object)) {
-            logSource.Error(L"%ls (%p) remains in object set with ref count of %d", disposable->TypeNameImpl(),
-                            static_cast<void*>(disposable), static_cast<int>(disposable->RefCountImpl()));
+            logSource.Error(L"%ls (%p) remains in object set with ref count of %d",
+                            disposable->TypeNameImpl(), static_cast<void*>(disposable),
+                            static_cast<int>(disposable->RefCountImpl()));
         } else {
             logSource.Error(L"%p remains in object set but could not be cast as CDisposable*",
                             static_cast<void*>(object));
@@ -61,7 +63,8 @@ CDisposable::~CDisposable() { CDisposableSet::Instance().Remove(this); }
 long CDisposable::AddRefImpl() {
     const long count = InterlockedIncrement(&refCount_);
     if (logSource.IsOn(LineFlag::Debug)) {
-        logSource.Debug(L"%ls (%p) ref is %d", TypeNameImpl(), static_cast<void*>(this), static_cast<int>(count));
+        logSource.Debug(L"%ls (%p) ref is %d", TypeNameImpl(), static_cast<void*>(this),
+                        static_cast<int>(count));
     }
     return count;
 }
@@ -69,7 +72,8 @@ long CDisposable::AddRefImpl() {
 long CDisposable::DisposeImpl() {
     const long count = InterlockedDecrement(&refCount_);
     if (logSource.IsOn(LineFlag::Debug)) {
-        logSource.Debug(L"%ls (%p) ref is %d", TypeNameImpl(), static_cast<void*>(this), static_cast<int>(count));
+        logSource.Debug(L"%ls (%p) ref is %d", TypeNameImpl(), static_cast<void*>(this),
+                        static_cast<int>(count));
     }
     if (count == 0 && deleteSuppressed_ == 0) delete this;
     return count;
@@ -86,7 +90,8 @@ const char* CDisposable::ClassIdentification() const {
 const wchar_t* CDisposable::TypeNameImpl() {
     if (typeName_.empty()) {
         if (const char* name = ClassIdentification()) {
-            for (; *name; ++name) typeName_ += static_cast<wchar_t>(static_cast<unsigned char>(*name));
+            for (; *name; ++name)
+                typeName_ += static_cast<wchar_t>(static_cast<unsigned char>(*name));
         }
     }
     return typeName_.c_str();

@@ -9,8 +9,8 @@
 
 namespace KyUtils {
 
-/// Counts references; starts at 0, so that a new object belongs to whoever calls AddRef first. Counting may be
-/// done from any thread, everything else by the owner.
+/// Counts references; starts at 0, so that a new object belongs to whoever calls AddRef first. Counting may
+/// be done from any thread, everything else by the owner.
 class CDisposable : public virtual IDisposable {
 public:
     CDisposable(const CDisposable&) = delete;

@@ -1,7 +1,7 @@
 /// The log: lines of a per-user file, switched on and formed by settings in the registry.
 ///
-/// Each source file has one LogSource that names its module; functions open a LogScope and write lines through
-/// the source. Formats are those of wprintf; texts go in with %ls.
+/// Each source file has one LogSource that names its module; functions open a LogScope and write lines
+/// through the source. Formats are those of wprintf; texts go in with %ls.
 #pragma once
 
 #include <windows.h>
