@@ -1,0 +1,22 @@
+// Standard output and standard error in UTF-8, and the user's wish to stop.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace CorvixCtl {
+
+// Writes to standard output: as text on a console, else as the UTF-8 bytes exactly.
+// Throws Failure when it cannot be written, so that a full disk is not taken for success.
+void Print(std::wstring_view text);
+// One line on standard error, with the program's name before it. Never fails.
+void Complain(std::wstring_view message);
+
+// From now on Ctrl-C (Ctrl-Break, the closing of the console) asks the program to stop. Asked a second time
+// the system ends it as usual.
+void WatchForInterrupts();
+bool IsInterrupted();
+// Throws Failure once the user asked to stop.
+void StopIfInterrupted();
+
+}  // namespace CorvixCtl

@@ -1,0 +1,30 @@
+// The device that a command talks to.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "commandline.h"
+#include "corvixdm/disposableptr.h"
+#include "corvixdm/transport.h"
+#include "exchanges.h"
+
+namespace CorvixCtl {
+
+extern const OptionGroup deviceOptions;
+extern const OptionGroup snmpOptions;
+
+struct Device {
+    std::wstring host;  // as the user wrote it
+    // The address reports to the journal, which therefore outlives it.
+    std::unique_ptr<ExchangeJournal> journal;
+    Corvix::DisposablePtr<Corvix::KyNetAddress> address;
+};
+
+// Throws UsageError. Nothing is sent yet.
+Device OpenDevice(const Arguments& arguments);
+
+// Throws Failure (Unreachable): `reason`, and what to do next.
+[[noreturn]] void FailAsUnreachable(const Device& device, const std::wstring& reason);
+
+}  // namespace CorvixCtl

@@ -1,0 +1,87 @@
+#include "exchanges.h"
+
+#include <winsock2.h>
+
+#include "systemtext.h"
+#include "xmlfault.h"
+
+namespace CorvixCtl {
+namespace {
+
+using CorvixTransport::ExchangeRecord;
+
+struct NetworkError {
+    unsigned long code;
+    bool unreachable;  // nothing at all came from the device
+    const wchar_t* text;
+};
+constexpr NetworkError networkErrors[] = {
+    {WSAECONNREFUSED, true, L"connection refused"},
+    {WSAHOST_NOT_FOUND, true, L"no such host"},
+    {WSANO_DATA, true, L"the host name has no address"},
+    {WSATRY_AGAIN, true, L"the name server does not answer"},
+    {WSANO_RECOVERY, true, L"the host name cannot be resolved"},
+    {WSAENETUNREACH, true, L"network unreachable"},
+    {WSAEHOSTUNREACH, true, L"host unreachable"},
+    {WSAEADDRNOTAVAIL, true, L"not an address to connect to"},
+    {WSAETIMEDOUT, true, L"no answer in time"},
+    {ERROR_TIMEOUT, true, L"no answer in time"},
+    {WSAECONNRESET, false, L"the device broke the connection off"},
+    {WSAECONNABORTED, false, L"the connection broke off"},
+    {ERROR_HANDLE_EOF, false, L"the device stopped before the end of its answer"},
+    {ERROR_FILE_TOO_LARGE, false, L"the answer is larger than is accepted"},
+    {ERROR_INVALID_DATA, false, L"the answer is not HTTP"},
+    {ERROR_CANCELLED, false, L"cancelled"},
+};
+
+const NetworkError* FindNetworkError(unsigned long code) {
+    for (const NetworkError& error : networkErrors) {
+        if (error.code == code) return &error;
+    }
+    return nullptr;
+}
+
+bool IsUnreachable(const ExchangeRecord& exchange) {
+    const NetworkError* error = FindNetworkError(exchange.error);
+    return exchange.status == 0 && exchange.bytesReceived == 0 && error && error->unreachable;
+}
+
+std::wstring DescribeRefusal(HRESULT result) {
+    const std::wstring reason = XmlReason(result);
+    // The library's own two reasons have no code of their own.
+    return reason.empty() ? L"it is not well-formed, holds a document type declaration or nests too deeply"
+                          : reason;
+}
+
+std::wstring Place(const ExchangeRecord& exchange) {
+    return exchange.path + L" (port " + std::to_wstring(exchange.realPort) + L")";
+}
+
+}  // namespace
+
+void ExchangeJournal::Record(const ExchangeRecord& exchange) {
+    last_ = exchange;
+    if (!IsUnreachable(exchange)) {
+        answered_ = true;
+    } else if (!unreachable_) {
+        unreachable_ = exchange;
+    }
+}
+
+std::wstring DescribeNetworkError(unsigned long code) {
+    const NetworkError* error = FindNetworkError(code);
+    return error ? error->text : SystemText(code);
+}
+
+std::wstring DescribeExchange(const ExchangeRecord& exchange, HRESULT result) {
+    if (exchange.error != 0) return DescribeNetworkError(exchange.error) + L" for " + Place(exchange);
+    if (exchange.status == 401 || exchange.status == 403) {
+        return L"HTTP " + std::to_wstring(exchange.status) + L" for " + Place(exchange) +
+               L": the device wants another --user and --password";
+    }
+    if (exchange.status != 200)
+        return L"HTTP " + std::to_wstring(exchange.status) + L" for " + Place(exchange);
+    return L"document refused: " + Place(exchange) + L": " + DescribeRefusal(result);
+}
+
+}  // namespace CorvixCtl

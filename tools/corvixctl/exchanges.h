@@ -1,0 +1,37 @@
+// What the transport's exchanges with the device came to, for messages that say what went wrong.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "transport/nettransport.h"
+
+namespace CorvixCtl {
+
+// Told of every exchange by the address. Used on one thread.
+class ExchangeJournal {
+public:
+    void Record(const CorvixTransport::ExchangeRecord& exchange);
+
+    // Forgets the last exchange, so that what Last() tells belongs to what is asked next.
+    void BeginRequest() { last_.reset(); }
+    const std::optional<CorvixTransport::ExchangeRecord>& Last() const { return last_; }
+
+    // Whether the device gave any sign of life.
+    bool HasAnswered() const { return answered_; }
+    // The first failure to get through to the device; nothing when there was none.
+    const std::optional<CorvixTransport::ExchangeRecord>& Unreachable() const { return unreachable_; }
+
+private:
+    std::optional<CorvixTransport::ExchangeRecord> last_;
+    std::optional<CorvixTransport::ExchangeRecord> unreachable_;
+    bool answered_ = false;
+};
+
+// What became of one exchange: "HTTP 404 for /x", "connection refused". `result` is what the library made of
+// it.
+std::wstring DescribeExchange(const CorvixTransport::ExchangeRecord& exchange, HRESULT result);
+// A network error in few words.
+std::wstring DescribeNetworkError(unsigned long code);
+
+}  // namespace CorvixCtl

@@ -1,0 +1,183 @@
+// get: the values of a device.
+#include <algorithm>
+#include <functional>
+
+#include "com.h"
+#include "commands.h"
+#include "console.h"
+#include "device.h"
+#include "mapfile.h"
+#include "reading.h"
+#include "records.h"
+#include "systemtext.h"
+
+namespace CorvixCtl {
+namespace {
+
+using Corvix::DataCollection;
+using Corvix::DataMapTypeEnum;
+using Corvix::DisposablePtr;
+using Corvix::ValueSource;
+
+const OptionGroup mapOptions = {
+    L"Data map",
+    {
+        {L"map", L"FILE", L"the data map document"},
+        {L"explain", nullptr,
+         L"also tell where each value came from, its age, and what it was before conversion"},
+    },
+};
+
+struct SourceName {
+    ValueSource source;
+    const wchar_t* name;
+};
+constexpr SourceName sourceNames[] = {
+    {ValueSource::Static, L"static"},
+    {ValueSource::Store, L"store"},
+    {ValueSource::Cache, L"cache"},
+    {ValueSource::Device, L"device"},
+};
+
+Cell SourceCell(ValueSource source) {
+    for (const SourceName& known : sourceNames) {
+        if (known.source == source) return std::wstring(known.name);
+    }
+    return {};
+}
+
+// ---- binding
+
+bool HasMap(const MapFile& file, DataMapTypeEnum type) { return file.FindMap(type) != nullptr; }
+
+void RequireKnownMap(const MapFile& file) {
+    const bool known = std::any_of(file.Maps().begin(), file.Maps().end(),
+                                   [](const MapInfo& map) { return map.type != DataMapTypeEnum::Unknown; });
+    if (known) return;
+    throw Failure(ExitCode::BadMap, L"map " + file.Path() + L": the protocol \"" +
+                                        file.Maps().front().protocol +
+                                        L"\" is not known; use PLSXML, Pavo or WS for an XMLDataMap");
+}
+
+// Why a device that was asked by SNMP got no provider.
+std::wstring DiagnoseSnmp(Corvix::Address& address) {
+    DisposablePtr<Corvix::MIBConnection> connection;
+    const HRESULT connected = address.CreateMIBConnection(connection.Receive());
+    if (FAILED(connected) || !connection)
+        return DescribeNetworkError(static_cast<unsigned long>(HRESULT_CODE(connected)));
+    Variant upTime;
+    if (FAILED(connection->GetValue(L"1.3.6.1.2.1.1.3.0", upTime.Receive())))
+        return L"no SNMP answer (another --community or --snmp-version?)";
+    return L"its SNMP agent answers, but does not describe a device (1.3.6.1.2.1.25.3.2.1.3.1)";
+}
+
+[[noreturn]] void FailToBind(const Device& device, const MapFile& file, HRESULT result) {
+    StopIfInterrupted();
+    if (const auto& exchange = device.journal->Unreachable(); exchange && !device.journal->HasAnswered())
+        FailAsUnreachable(device, DescribeExchange(*exchange, result));
+    if (HasMap(file, DataMapTypeEnum::OID)) FailAsUnreachable(device, DiagnoseSnmp(*device.address));
+    FailAsUnreachable(device, L"no map of " + file.Path() + L" fits it");
+}
+
+DisposablePtr<DataCollection> Bind(const Device& device, const MapFile& file) {
+    RequireKnownMap(file);
+    DisposablePtr<DataCollection> collection;
+    const HRESULT result = CreateDataCollectionFromDataMapSpecsCollection(device.address.Get(), file.Specs(),
+                                                                          collection.Receive(), nullptr);
+    if (result != S_OK || !collection) FailToBind(device, file, result);
+    return collection;
+}
+
+// ---- output
+
+Records ToRecords(const std::vector<Reading>& readings, bool explain) {
+    Records records{{{L"name"}, {L"value"}, {L"error", true}}, {}};
+    if (explain) records.columns.insert(records.columns.end(), {{L"source"}, {L"raw"}, {L"age"}});
+    for (const Reading& reading : readings) {
+        records.rows.push_back({reading.name, reading.value, reading.error});
+        if (!explain) continue;
+        auto& row = records.rows.back();
+        row.insert(row.end(), {SourceCell(reading.source), reading.raw, reading.age});
+    }
+    return records;
+}
+
+std::wstring Render(const Records& records, Format format, const Device& device, DataMapTypeEnum type) {
+    if (format == Format::Table) return ToTable(records);
+    if (format == Format::Csv) return ToCsv(records);
+    return L"{\"schema\":1,\"device\":" + ToJsonText(device.host) + L",\"protocol\":" +
+           ToJsonText(ProtocolName(type)) + L",\"items\":" + ToJsonArray(records) + L"}\n";
+}
+
+// ---- the command
+
+bool IsAnswered(const Reading& reading) { return std::holds_alternative<std::monostate>(reading.error); }
+
+// A constant says nothing about the device.
+bool IsLearned(const Reading& reading) {
+    return IsAnswered(reading) && reading.source != ValueSource::Static;
+}
+
+bool IsOutOfReach(const Device& device) {
+    return device.journal->Unreachable() && !device.journal->HasAnswered();
+}
+
+std::vector<Reading> ReadItems(DataCollection& collection, const MapInfo& map, const Device& device,
+                               const std::vector<std::wstring>& names) {
+    ItemReader reader(collection, map, device);
+    for (const std::wstring& name : names) {
+        reader.Read(name);
+        // Each further item would only wait for the same silence again.
+        if (IsOutOfReach(device)) break;
+    }
+    const auto& readings = reader.Readings();
+    if (IsOutOfReach(device) && std::none_of(readings.begin(), readings.end(), IsLearned))
+        FailAsUnreachable(device, DescribeExchange(*device.journal->Unreachable(), E_FAIL));
+    return readings;
+}
+
+const MapInfo& BoundMap(const MapFile& file, const DataCollection& collection) {
+    const MapInfo* map = file.FindMap(MapTypeOf(collection.GetDataMapName()));
+    if (map) return *map;
+    throw Failure(ExitCode::BadMap, L"map " + file.Path() + L": bound to " + collection.GetDataMapName() +
+                                        L", which it does not hold");
+}
+
+ExitCode RunGet(const Arguments& arguments) {
+    const Format format = ReadFormat(arguments);
+    const std::wstring path = arguments.Require(L"map", L"the data map to use");
+    const Device device = OpenDevice(arguments);
+    const MapFile file = MapFile::Load(path);
+    const DisposablePtr<DataCollection> collection = Bind(device, file);
+    const MapInfo& map = BoundMap(file, *collection);
+    const auto& named = arguments.Operands();
+    const auto readings = ReadItems(*collection, map, device, named.empty() ? NamesOf(map) : named);
+    Print(Render(ToRecords(readings, arguments.Has(L"explain")), format, device, map.type));
+    const auto failed = std::count_if(readings.begin(), readings.end(), std::not_fn(IsAnswered));
+    if (failed == 0) return ExitCode::Done;
+    Complain(std::to_wstring(failed) + L" of " + std::to_wstring(readings.size()) + L" items failed");
+    return ExitCode::Incomplete;
+}
+
+}  // namespace
+
+const Command& GetCommand() {
+    static const Command command = {
+        L"get",
+        L"--device HOST --map FILE [OPTION...] [ITEM...]",
+        L"read items of a device",
+        L"Reads the items named, or all items of the map, and prints their values. Of a document with "
+        L"several\n"
+        L"maps the first that fits the device is used. A walk or a table is printed element by element.",
+        L"corvixctl get --device 192.0.2.7 --map maps/plsxml.xml\n"
+        L"corvixctl get --device printer.example --map maps/plsxml.xml --format json Model State\n"
+        L"corvixctl get --device 127.0.0.2 --port-map 80=18080 --map maps/plsxml.xml --explain",
+        {&mapOptions, &deviceOptions, &snmpOptions, &formatOptions},
+        0,
+        anyNumber,
+        RunGet,
+    };
+    return command;
+}
+
+}  // namespace CorvixCtl

@@ -1,0 +1,294 @@
+#include "mapfile.h"
+
+#include <windows.h>
+
+#include <msxml.h>
+#include <shlwapi.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
+#include "com.h"
+#include "exitcodes.h"
+#include "systemtext.h"
+#include "xmlfault.h"
+
+namespace CorvixCtl {
+namespace {
+
+using Corvix::CvxDataItem;
+using Corvix::DataItemSpec;
+using Corvix::DataMapSpec;
+using Corvix::DataMapSpecCollection;
+using Corvix::DataMapTypeEnum;
+
+constexpr CLSID domDocumentClass = {
+    0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+
+struct Protocol {
+    DataMapTypeEnum type;
+    const wchar_t* name;
+    const wchar_t* mapName;  // what a collection bound to such a map calls it
+};
+constexpr Protocol protocols[] = {
+    {DataMapTypeEnum::Pavo, L"Pavo", L"XMLDataMap[@Protocol='Pavo']"},
+    {DataMapTypeEnum::WS, L"WS", L"XMLDataMap[@Protocol='WS']"},
+    {DataMapTypeEnum::PLSXML, L"PLSXML", L"XMLDataMap[@Protocol='PLSXML']"},
+    {DataMapTypeEnum::IPP, L"IPP", L"IPPDataMap"},
+    {DataMapTypeEnum::OID, L"OID", L"OIDDataMap"},
+};
+
+Failure BadMap(const std::wstring& path, const std::wstring& reason) {
+    return Failure(ExitCode::BadMap, L"map " + path + L": " + reason);
+}
+
+// ---- the file
+
+class File {
+public:
+    explicit File(const std::wstring& path)
+        : handle_(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    ~File() {
+        if (IsOpen()) CloseHandle(handle_);
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
+    // False with the last error set.
+    bool ReadAll(std::string& bytes) const {
+        LARGE_INTEGER size = {};
+        if (!GetFileSizeEx(handle_, &size)) return false;
+        constexpr LONGLONG largest = 256ll * 1024 * 1024;
+        if (size.QuadPart > largest) {
+            SetLastError(ERROR_FILE_TOO_LARGE);
+            return false;
+        }
+        bytes.resize(static_cast<size_t>(size.QuadPart));
+        DWORD read = 0;
+        if (!ReadFile(handle_, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr)) return false;
+        bytes.resize(read);
+        return true;
+    }
+
+private:
+    HANDLE handle_;
+};
+
+std::string ReadMapFile(const std::wstring& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+        throw BadMap(path, L"this is a folder; name the XML file itself");
+    const File file(path);
+    std::string bytes;
+    if (!file.IsOpen() || !file.ReadAll(bytes))
+        throw BadMap(path, L"cannot be read: " + SystemText(GetLastError()));
+    if (bytes.empty())
+        throw BadMap(path, L"the file is empty; a map is an XML document with the root DataMaps");
+    return bytes;
+}
+
+// ---- the document
+
+ComPtr<IStream> StreamOver(const std::string& bytes) {
+    ComPtr<IStream> stream;
+    stream.Attach(
+        SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<UINT>(bytes.size())));
+    return stream;
+}
+
+std::wstring ReasonOf(IXMLDOMDocument& document) {
+    ComPtr<IXMLDOMParseError> error;
+    Bstr reason;
+    if (FAILED(document.get_parseError(&error)) || FAILED(error->get_reason(reason.Receive()))) return {};
+    std::wstring text(reason.View());
+    text.erase(text.find_last_not_of(L" .\r\n") + 1);
+    return text;
+}
+
+Failure NotXml(const std::wstring& path, const std::string& bytes, IXMLDOMDocument& document) {
+    const ComPtr<IStream> stream = StreamOver(bytes);
+    const std::optional<XmlFault> fault = stream ? FindXmlFault(*stream.Get()) : std::nullopt;
+    if (fault) {
+        return BadMap(path, L"not well-formed XML at line " + std::to_wstring(fault->line) + L", column " +
+                                std::to_wstring(fault->column) + L": " + fault->reason);
+    }
+    const std::wstring reason = ReasonOf(document);
+    return BadMap(path, L"does not load as XML" + (reason.empty() ? L"" : L": " + reason));
+}
+
+ComPtr<IXMLDOMDocument> ParseMap(const std::wstring& path, const std::string& bytes) {
+    ComPtr<IXMLDOMDocument> document;
+    const HRESULT created =
+        CoCreateInstance(domDocumentClass, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument, &document);
+    if (FAILED(created))
+        throw BadMap(path, L"the system's XML parser cannot be started: " +
+                               SystemText(static_cast<unsigned long>(created)));
+    const ComPtr<IStream> stream = StreamOver(bytes);
+    VARIANT source = {};
+    source.vt = VT_UNKNOWN;
+    source.punkVal = stream.Get();
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    document->put_async(VARIANT_FALSE);
+    if (!stream || FAILED(document->load(source, &loaded)) || loaded != VARIANT_TRUE)
+        throw NotXml(path, bytes, *document.Get());
+    return document;
+}
+
+ComPtr<IXMLDOMNode> SelectDataMaps(const std::wstring& path, IXMLDOMDocument& document) {
+    ComPtr<IXMLDOMNode> root;
+    document.selectSingleNode(Bstr(L"DataMaps").Get(), &root);
+    if (root) return root;
+    ComPtr<IXMLDOMElement> element;
+    Bstr name;
+    if (document.get_documentElement(&element) == S_OK) element->get_nodeName(name.Receive());
+    throw BadMap(path, L"the root element is " + std::wstring(name.View()) + L", not DataMaps");
+}
+
+// ---- the items
+
+std::wstring TextOr(const wchar_t* text, const wchar_t* fallback) { return text && *text ? text : fallback; }
+
+std::wstring OidSource(const Corvix::OIDDataItemSpec& item) {
+    std::wstring source = TextOr(item.GetOid(), L"(no OID)");
+    if (const wchar_t* group = item.GetGroup()) source += L" (group " + std::wstring(group) + L")";
+    return source;
+}
+
+std::wstring ExtentText(const Elements& elements) {
+    return elements.untilEnd ? L"until the end" : std::to_wstring(elements.count) + L" more";
+}
+
+// One function for each kind of item; each fills in what is its own. False when the item is of another kind.
+bool DescribeConstant(const CvxDataItem& item, MapItem& info) {
+    const auto* constant = dynamic_cast<const Corvix::StaticDataItemSpec*>(&item);
+    if (!constant) return false;
+    info.kind = L"StaticDataItem";
+    info.source = L"constant " + TextOr(constant->GetStaticDataItemValue(), L"(empty)");
+    info.isConstant = true;
+    if (const wchar_t* prefix = item.GetPrefix()) info.name = std::wstring(prefix) + L":" + info.name;
+    return true;
+}
+
+bool DescribeXml(const CvxDataItem& item, MapItem& info) {
+    const auto* xml = dynamic_cast<const Corvix::XMLDataItemSpec*>(&item);
+    if (!xml) return false;
+    info.kind = L"DataItem";
+    info.source = TextOr(xml->GetUri(), L"(no URI)") + L" " + TextOr(xml->GetXPath(), L"(no XPath)");
+    return true;
+}
+
+bool DescribeWalk(const CvxDataItem& item, MapItem& info) {
+    const auto* walk = dynamic_cast<const Corvix::NextOIDDataItemSpec*>(&item);
+    if (!walk) return false;
+    info.kind = L"NextDataItem";
+    info.elements = {walk->IsUntilEnd(), walk->Count()};
+    info.source = OidSource(*walk) + L", walked " + ExtentText(*info.elements);
+    return true;
+}
+
+bool DescribeTable(const CvxDataItem& item, MapItem& info) {
+    const auto* table = dynamic_cast<const Corvix::OIDGetDataItemsSpec*>(&item);
+    if (!table) return false;
+    info.kind = L"GetDataItems";
+    info.elements = {table->IsUntilEnd(), table->Count()};
+    // The table's own GetOid() would use up an index: the base's is the template.
+    info.source =
+        OidSource(*table) + L", N from " + TextOr(table->GetN(), L"0") + L", " + ExtentText(*info.elements);
+    return true;
+}
+
+bool DescribeOid(const CvxDataItem& item, MapItem& info) {
+    const auto* oid = dynamic_cast<const Corvix::OIDDataItemSpec*>(&item);
+    if (!oid) return false;
+    info.kind = L"DataItem";
+    info.source = OidSource(*oid);
+    return true;
+}
+
+bool DescribeIpp(const CvxDataItem& item, MapItem& info) {
+    const auto* ipp = dynamic_cast<const Corvix::IPPDataItemSpec*>(&item);
+    if (!ipp) return false;
+    info.isParameters = info.name == L"IPPParams";
+    info.kind = info.isParameters ? L"IPPParams" : L"DataItem";
+    if (info.isParameters) {
+        info.source = L"resource " + TextOr(ipp->GetResourceUri(), L"/ipp/printer");
+        return true;
+    }
+    info.source = L"attribute " + TextOr(item.GetAttributeID(), info.name.c_str());
+    if (const wchar_t* command = ipp->GetCommand()) info.source += L" by " + std::wstring(command);
+    return true;
+}
+
+using Describe = bool (*)(const CvxDataItem& item, MapItem& info);
+// A walk and a table are OID items too: they are asked first.
+constexpr Describe describers[] = {DescribeConstant, DescribeXml, DescribeWalk,
+                                   DescribeTable,    DescribeOid, DescribeIpp};
+
+MapItem DescribeItem(const std::wstring& name, const CvxDataItem& item) {
+    MapItem info;
+    info.name = name;
+    info.kind = L"";
+    for (const Describe describe : describers) {
+        if (describe(item, info)) break;
+    }
+    if (const auto* fetched = dynamic_cast<const DataItemSpec*>(&item)) {
+        info.isTransient = fetched->IsTransient();
+        info.lifespan = fetched->GetLifespan();
+    }
+    return info;
+}
+
+MapInfo DescribeMap(const DataMapSpec& map) {
+    MapInfo info{map.GetDataMapType(), map.GetProtocolType(), {}};
+    for (const auto& [name, item] : map.GetItems())
+        info.items.push_back(DescribeItem(name, *item));
+    return info;
+}
+
+// Comments and unknown elements become empty maps of no kind, which nobody wants to see.
+bool IsMap(const MapInfo& map) {
+    return map.type != DataMapTypeEnum::Unknown || !map.protocol.empty() || !map.items.empty();
+}
+
+}  // namespace
+
+MapFile MapFile::Load(const std::wstring& path) {
+    const std::string bytes = ReadMapFile(path);
+    const ComPtr<IXMLDOMDocument> document = ParseMap(path, bytes);
+    const ComPtr<IXMLDOMNode> root = SelectDataMaps(path, *document.Get());
+    MapFile file;
+    file.path_ = path;
+    file.specs_.reset(DataMapSpecCollection::CreateDataMapSpecCollection(root.Get()));
+    for (unsigned i = 0; i < file.specs_->GetCount(); ++i) {
+        MapInfo info = DescribeMap(*file.specs_->GetDataMapSpec(i));
+        if (IsMap(info)) file.maps_.push_back(std::move(info));
+    }
+    if (file.maps_.empty())
+        throw BadMap(path, L"DataMaps holds no map; add an XMLDataMap, OIDDataMap or IPPDataMap element");
+    return file;
+}
+
+const MapInfo* MapFile::FindMap(DataMapTypeEnum type) const {
+    const auto found =
+        std::find_if(maps_.begin(), maps_.end(), [&](const MapInfo& map) { return map.type == type; });
+    return found == maps_.end() ? nullptr : &*found;
+}
+
+const wchar_t* ProtocolName(DataMapTypeEnum type) {
+    for (const Protocol& protocol : protocols) {
+        if (protocol.type == type) return protocol.name;
+    }
+    return nullptr;
+}
+
+DataMapTypeEnum MapTypeOf(std::wstring_view dataMapName) {
+    for (const Protocol& protocol : protocols) {
+        if (dataMapName == protocol.mapName) return protocol.type;
+    }
+    return DataMapTypeEnum::Unknown;
+}
+
+}  // namespace CorvixCtl

@@ -1,0 +1,66 @@
+// A data map document: its maps for the library, and what their items are for the user.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "commandline.h"
+#include "corvixdm/datamapspec.h"
+
+namespace CorvixCtl {
+
+// Walks and tables answer a row of elements.
+struct Elements {
+    bool untilEnd;
+    int count;  // beyond the first one; without a meaning when the device sets the end
+};
+
+struct MapItem {
+    std::wstring name;    // by which a collection is asked for it
+    const wchar_t* kind;  // the item's element in the document
+    std::wstring source;  // where its value comes from
+    bool isConstant = false;
+    bool isParameters = false;  // settings of the map's requests: no value
+    bool isTransient = false;
+    unsigned lifespan = 0;  // in tenths of a second, 0 for ever
+    std::optional<Elements> elements;
+};
+
+struct MapInfo {
+    Corvix::DataMapTypeEnum type;
+    std::wstring protocol;  // as the document writes it
+    std::vector<MapItem> items;
+};
+
+class MapFile {
+public:
+    // Throws Failure (BadMap) with the reason when there is nothing to use in it.
+    static MapFile Load(const std::wstring& path);
+
+    const std::wstring& Path() const { return path_; }
+    // Binding the maps to a device takes constants out of them: ask Maps() for what there was.
+    Corvix::DataMapSpecCollection* Specs() const { return specs_.get(); }
+    const std::vector<MapInfo>& Maps() const { return maps_; }
+    const MapInfo* FindMap(Corvix::DataMapTypeEnum type) const;
+
+private:
+    struct DisposeSpecs {
+        void operator()(Corvix::DataMapSpecCollection* specs) const {
+            Corvix::DataMapSpecCollection::Dispose(specs);
+        }
+    };
+
+    std::wstring path_;
+    std::unique_ptr<Corvix::DataMapSpecCollection, DisposeSpecs> specs_;
+    std::vector<MapInfo> maps_;
+};
+
+// "PLSXML", "OID", ...; null for an unknown kind of map.
+const wchar_t* ProtocolName(Corvix::DataMapTypeEnum type);
+// The kind of map that an XPath of DataCollection::GetDataMapName() selects.
+Corvix::DataMapTypeEnum MapTypeOf(std::wstring_view dataMapName);
+
+}  // namespace CorvixCtl

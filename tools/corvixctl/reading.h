@@ -1,0 +1,54 @@
+// Reads items of a bound collection and keeps how each answer came about.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "corvixdm/datacollection.h"
+#include "device.h"
+#include "mapfile.h"
+#include "records.h"
+
+namespace CorvixCtl {
+
+// One item, or one element of a walk or a table.
+struct Reading {
+    std::wstring name;
+    Cell value;
+    Cell error;  // a text when the item was not answered
+    Corvix::ValueSource source = Corvix::ValueSource::None;
+    Cell raw;   // before conversion
+    Cell age;   // since it was obtained
+    Cell left;  // of its lifespan
+};
+
+class ItemReader {
+public:
+    // All of them outlive the reader.
+    ItemReader(Corvix::DataCollection& collection, const MapInfo& map, const Device& device)
+        : collection_(collection), map_(map), device_(device) {}
+
+    // Reads one item; a walk or a table, asked for as a whole, element by element.
+    void Read(const std::wstring& name);
+
+    const std::vector<Reading>& Readings() const { return readings_; }
+
+private:
+    Reading ReadOne(const std::wstring& name);
+    void ReadElements(const std::wstring& name, const Elements& elements);
+    const MapItem* FindItem(const std::wstring& name) const;
+    std::wstring ReasonOfFailure(const std::wstring& name, HRESULT result) const;
+    std::wstring ReasonOfUnknown(const std::wstring& name) const;
+
+    Corvix::DataCollection& collection_;
+    const MapInfo& map_;
+    const Device& device_;
+    std::vector<Reading> readings_;
+};
+
+// The names of all items of a map that have values.
+std::vector<std::wstring> NamesOf(const MapInfo& map);
+// A text, a number, or the bytes of an array in hexadecimal.
+Cell ToCell(const VARIANT& value);
+
+}  // namespace CorvixCtl

@@ -1,0 +1,13 @@
+// The system's own words for its error codes.
+#pragma once
+
+#include <string>
+
+namespace CorvixCtl {
+
+// One line without a full stop, such as "File not found"; "error 1234" when the system has no words for it.
+std::wstring SystemText(unsigned long code);
+// The number as it is looked up: "0x80004005".
+std::wstring ToHex(unsigned long code);
+
+}  // namespace CorvixCtl
