@@ -38,8 +38,8 @@ std::wstring ToTables(const MapFile& file) {
 Records ItemRecords(const MapInfo& map) {
     Records records{{{L"name"}, {L"kind"}, {L"source"}, {L"lifespan"}, {L"transient"}}, {}};
     for (const MapItem& item : map.items) {
-        records.rows.push_back({item.name, std::wstring(item.kind), item.source, LifespanOf(item),
-                                std::wstring(item.isTransient ? L"true" : L"false")});
+        records.rows.push_back(
+            {item.name, std::wstring(item.kind), item.source, LifespanOf(item), item.isTransient});
     }
     return records;
 }

@@ -52,6 +52,7 @@ std::wstring ToPlainText(const Cell& cell) {
     return std::visit(Overloaded{[](std::monostate) { return std::wstring(); },
                                  [](const std::wstring& text) { return text; },
                                  [](long long number) { return std::to_wstring(number); },
+                                 [](bool yes) { return std::wstring(yes ? L"true" : L"false"); },
                                  [](Seconds time) { return ToPlainNumber(time.count); }},
                       cell);
 }

@@ -10,11 +10,11 @@
 
 namespace CorvixCtl {
 
-// Nothing, a text, a whole number, or a number of seconds.
+// Nothing, a text, a whole number, yes or no, or a number of seconds.
 struct Seconds {
     double count;
 };
-using Cell = std::variant<std::monostate, std::wstring, long long, Seconds>;
+using Cell = std::variant<std::monostate, std::wstring, long long, bool, Seconds>;
 
 struct Column {
     const wchar_t* name;        // in JSON and CSV; in capitals the heading of a table

@@ -98,9 +98,14 @@ std::optional<XmlFault> FindXmlFault(IStream& document) {
         FAILED(reader->SetInput(&document)))
         return std::nullopt;
     XmlNodeType type = XmlNodeType_None;
+    bool hasElement = false;
     HRESULT result = S_OK;
-    while (result == S_OK)
+    while (result == S_OK) {
+        hasElement = hasElement || type == XmlNodeType_Element;
         result = reader->Read(&type);
+    }
+    // Not every system's reader minds a text without any element.
+    if (SUCCEEDED(result) && !hasElement) result = static_cast<HRESULT>(WC_E_ROOTELEMENT);
     if (SUCCEEDED(result)) return std::nullopt;
     UINT line = 0;
     UINT column = 0;
