@@ -1,0 +1,162 @@
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+
+#include "datamodel/xml/pavoproviderimpl.h"
+#include "support/faketransport.h"
+#include "support/testclock.h"
+
+namespace Corvix {
+namespace {
+
+using CorvixTest::FakeAddress;
+using CorvixTest::FakeDevice;
+using CorvixTest::HttpAnswer;
+using CorvixTest::TestClock;
+
+constexpr const wchar_t* treeUri = L"/DevMgmt/DiscoveryTree.xml";
+constexpr const char* configuration = "pavo:veyraPavoProductConfigDyn";
+
+std::string Entry(const std::string& type, const std::string& resourceUri) {
+    return "<ledm:SupportedIfc><dd:ResourceType>" + type + "</dd:ResourceType><dd:ResourceURI>" +
+           resourceUri + "</dd:ResourceURI></ledm:SupportedIfc>";
+}
+
+std::string Tree(const std::string& entries) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><ledm:DiscoveryTree xmlns:ledm=\"urn:test:ledm\" "
+           "xmlns:dd=\"urn:test:dd\">" +
+           entries + "</ledm:DiscoveryTree>";
+}
+
+class PavoProviderTest : public testing::Test {
+protected:
+    PavoProviderTest() {
+        SetTree(Entry("pavo:other", "/other.xml") + Entry(configuration, "/config.xml"));
+        device->resources[L"/config.xml"] = Resource("configuration");
+        device->resources[L"/other.xml"] = Resource("other");
+    }
+    ~PavoProviderTest() override {
+        address.Reset();
+        EXPECT_EQ(CorvixTest::liveFakes, 0);
+    }
+
+    static HttpAnswer Resource(const std::string& text) {
+        return {200, "<c xmlns:dd=\"urn:test:dd\"><dd:SerialNumber>" + text + "</dd:SerialNumber></c>"};
+    }
+    void SetTree(const std::string& entries) { device->resources[treeUri] = {200, Tree(entries)}; }
+    static std::wstring Read(IXMLProvider& provider, const wchar_t* uri, bool useCache = true) {
+        wchar_t text[64] = {};
+        return provider.GetValue(uri, L"//dd:SerialNumber", text, 64, nullptr, useCache, 0) == S_OK
+                   ? text
+                   : L"failed";
+    }
+
+    CorvixTest::FakeDevicePtr device = std::make_shared<FakeDevice>();
+    DisposablePtr<Address> address{new FakeAddress(device)};
+};
+
+TEST_F(PavoProviderTest, ServesDevicesThatListTheProductConfiguration) {
+    struct Case {
+        const char* what;
+        HttpAnswer tree;
+        bool served;
+    };
+    const Case cases[] = {
+        {"listed", {200, Tree(Entry(configuration, "/config.xml"))}, true},
+        {"listed after others",
+         {200, Tree(Entry("pavo:a", "/a") + Entry(configuration, "/config.xml"))},
+         true},
+        {"not listed", {200, Tree(Entry("pavo:a", "/a"))}, false},
+        {"a longer type", {200, Tree(Entry(std::string(configuration) + "2", "/config.xml"))}, false},
+        {"empty URI", {200, Tree(Entry(configuration, ""))}, false},
+        {"no entries", {200, Tree("")}, false},
+        {"the URI belongs to another entry",
+         {200, Tree("<ledm:S><dd:ResourceType>" + std::string(configuration) + "</dd:ResourceType></ledm:S>" +
+                    Entry("pavo:a", "/a"))},
+         false},
+        {"prefix not declared",
+         {200, "<t><ResourceType>" + std::string(configuration) + "</ResourceType></t>"},
+         false},
+        {"not XML", {200, "nothing"}, false},
+        {"missing", {404, ""}, false},
+        {"out of memory in the transport", {200, "", E_OUTOFMEMORY}, false},
+    };
+    for (const Case& c : cases) {
+        device->resources[treeUri] = c.tree;
+        EXPECT_EQ(static_cast<bool>(PavoProviderImpl::Create(address.Get())), c.served) << c.what;
+    }
+    EXPECT_FALSE(PavoProviderImpl::Create(nullptr));
+}
+
+TEST_F(PavoProviderTest, FindsResourcesByUriAndByType) {
+    const auto provider = PavoProviderImpl::Create(address.Get());
+    ASSERT_TRUE(provider);
+    EXPECT_EQ(provider->GetKind(), 8080u);
+    EXPECT_EQ(Read(*provider, L"/other.xml"), L"other");
+    EXPECT_EQ(Read(*provider, L"pavo:other"), L"other");
+    EXPECT_EQ(Read(*provider, L"pavo:veyraPavoProductConfigDyn"), L"configuration");
+    EXPECT_EQ(device->RequestsFor(L"/other.xml"), 1u) << "one resource under both names";
+    for (const auto& exchange : device->exchanges)
+        EXPECT_EQ(exchange.port, 8080u);
+}
+
+TEST_F(PavoProviderTest, FetchesTheTreeOnce) {
+    const TestClock clock;
+    const auto provider = PavoProviderImpl::Create(address.Get());
+    for (int i = 0; i < 3; ++i) {
+        TestClock::Advance(static_cast<std::int64_t>(TestClock::lifespanUnit) * 1'000'000);
+        EXPECT_EQ(Read(*provider, L"pavo:other", false), L"other");
+    }
+    EXPECT_EQ(device->RequestsFor(treeUri), 1u);
+    EXPECT_EQ(device->RequestsFor(L"/other.xml"), 3u);
+}
+
+TEST_F(PavoProviderTest, FollowsUrisOfAnyLength) {
+    for (const size_t length : {255, 256, 300, 5000}) {
+        const std::wstring uri = L"/" + std::wstring(length - 1, L'u');
+        device->resources[uri] = Resource("far");
+        SetTree(Entry(configuration, "/config.xml") + Entry("pavo:far", std::string(uri.begin(), uri.end())));
+        const auto provider = PavoProviderImpl::Create(address.Get());
+        EXPECT_EQ(Read(*provider, L"pavo:far"), L"far") << length;
+    }
+}
+
+TEST_F(PavoProviderTest, UsesATypeAsItIsWhenTheTreeDoesNotHelp) {
+    SetTree(Entry(configuration, "/config.xml") + Entry("pavo:empty", "") +
+            Entry("pavo:split", "/x HTTP/1.1&#13;&#10;Host: other"));
+    const auto provider = PavoProviderImpl::Create(address.Get());
+    for (const wchar_t* type : {L"pavo:unknown", L"pavo:empty", L"pavo:split", L"pavo:\"quoted", L""}) {
+        EXPECT_EQ(Read(*provider, type), L"failed");
+        EXPECT_EQ(device->exchanges.back().uri, type);
+    }
+    device->resources[L"relative.xml"] = Resource("relative");
+    EXPECT_EQ(Read(*provider, L"relative.xml"), L"relative");
+    EXPECT_EQ(provider->GetValue(nullptr, L"//a", nullptr, 0, nullptr, true, 0), E_FAIL);
+    EXPECT_EQ(provider->GetValue(L"/a", nullptr, nullptr, 0, nullptr, true, 0), E_FAIL);
+}
+
+TEST_F(PavoProviderTest, TellsTheUriOfAType) {
+    const auto provider = PavoProviderImpl::Create(address.Get());
+    wchar_t text[16] = L"untouched";
+    unsigned needed = 0;
+    EXPECT_EQ(provider->GetResourceURI(L"pavo:other", text, 4, &needed, 0), E_OUTOFMEMORY);
+    EXPECT_EQ(needed, 11u);
+    EXPECT_EQ(provider->GetResourceURI(L"pavo:unknown", text, 16, &needed, 0), S_FALSE);
+    EXPECT_STREQ(text, L"untouched");
+    EXPECT_EQ(provider->GetResourceURI(L"pavo:other", text, 16, &needed, 0), S_OK);
+    EXPECT_STREQ(text, L"/other.xml");
+    EXPECT_EQ(provider->GetResourceURI(nullptr, text, 16, &needed, 0), E_FAIL);
+}
+
+TEST_F(PavoProviderTest, GivesEverythingUpWhenACallFails) {
+    for (int k = 1; k <= 2; ++k) {
+        device->calls = 0;
+        device->failingCall = k;
+        EXPECT_FALSE(PavoProviderImpl::Create(address.Get())) << k;
+        EXPECT_EQ(CorvixTest::liveFakes, 1) << "only the test's own address is left";
+    }
+}
+
+}  // namespace
+}  // namespace Corvix

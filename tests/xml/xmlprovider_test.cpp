@@ -1,0 +1,227 @@
+#include "datamodel/xml/xmlprovider.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "datamodel/xml/devicexml.h"
+#include "datamodel/xml/plsxmlproviderimpl.h"
+#include "support/faketransport.h"
+#include "support/testclock.h"
+
+namespace Corvix {
+namespace {
+
+using CorvixTest::FakeAddress;
+using CorvixTest::FakeDevice;
+using CorvixTest::HttpAnswer;
+using CorvixTest::TestClock;
+using testing::ElementsAre;
+
+constexpr const wchar_t* uri = L"/a.xml";
+
+/// A provider with credentials that a test may set.
+class CredentialsProvider final : public XMLProvider {
+public:
+    explicit CredentialsProvider(Address* address) : XMLProvider(address, 81) {}
+    unsigned GetKind() const override { return 81; }
+};
+
+class XmlProviderTest : public testing::Test {
+protected:
+    XmlProviderTest() { device->resources[uri] = {200, "<a><b>text</b></a>"}; }
+    ~XmlProviderTest() override {
+        address.Reset();
+        provider.Reset();
+        EXPECT_EQ(CorvixTest::liveFakes, 0) << "everything was given up";
+    }
+
+    /// The text, or what went wrong.
+    std::wstring Read(const wchar_t* xpath = L"//b", bool useCache = true, unsigned lifespan = 0) {
+        std::array<wchar_t, 64> text{};
+        const HRESULT result = provider->GetValue(uri, xpath, text.data(), 64, nullptr, useCache, lifespan);
+        return result == S_OK ? text.data() : L"result " + std::to_wstring(static_cast<unsigned>(result));
+    }
+    HRESULT Result(bool useCache = true) {
+        return provider->GetValue(uri, L"//b", nullptr, 0, nullptr, useCache, 0);
+    }
+
+    CorvixTest::FakeDevicePtr device = std::make_shared<FakeDevice>();
+    DisposablePtr<Address> address{new FakeAddress(device)};
+    DisposablePtr<IXMLProvider> provider = PLSXMLProviderImpl::Create(address.Get());
+};
+
+TEST_F(XmlProviderTest, ReadsTheResourceOnItsPort) {
+    EXPECT_EQ(Read(), L"text");
+    ASSERT_EQ(device->exchanges.size(), 1u);
+    EXPECT_EQ(device->exchanges[0].port, 80u);
+    EXPECT_THAT(device->exchanges[0].calls, ElementsAre("SetURI", "GetResponse"))
+        << "neither a method nor credentials";
+    EXPECT_FALSE(PLSXMLProviderImpl::Create(nullptr));
+}
+
+TEST_F(XmlProviderTest, TellsTheRoomThatATextNeeds) {
+    std::array<wchar_t, 5> text{L'x'};
+    unsigned needed = 99;
+    EXPECT_EQ(provider->GetValue(uri, L"//b", text.data(), 4, &needed, true, 0), E_OUTOFMEMORY);
+    EXPECT_EQ(needed, 5u);
+    EXPECT_EQ(text[0], L'x');
+    EXPECT_EQ(provider->GetValue(uri, L"//b", nullptr, 100, &needed, true, 0), E_OUTOFMEMORY);
+    EXPECT_EQ(provider->GetValue(uri, L"//b", text.data(), 5, &needed, true, 0), S_OK);
+    EXPECT_STREQ(text.data(), L"text");
+    EXPECT_EQ(provider->GetValue(uri, L"//missing", text.data(), 5, &needed, true, 0), S_FALSE);
+    EXPECT_EQ(needed, 0u);
+    EXPECT_STREQ(text.data(), L"text");
+    EXPECT_EQ(provider->GetValue(nullptr, L"//b", text.data(), 5, &needed, true, 0), E_FAIL);
+    EXPECT_EQ(provider->GetValue(uri, nullptr, text.data(), 5, &needed, true, 0), E_FAIL);
+}
+
+TEST_F(XmlProviderTest, KeepsADocumentForALifespan) {
+    const TestClock clock;
+    struct Step {
+        const char* what;
+        std::int64_t advance;
+        bool useCache;
+        unsigned lifespan;
+        size_t requests;
+    };
+    const Step steps[] = {
+        {"the first read", 0, true, 10, 1},
+        {"exactly as old as the lifespan", 10 * TestClock::lifespanUnit, true, 10, 1},
+        {"older", 1, true, 10, 2},
+        {"the cache is not to be used", 0, false, 10, 3},
+        {"any age will do", 1'000'000 * TestClock::lifespanUnit, true, 0, 3},
+        {"the clock was set back", -5'000'000ll * static_cast<std::int64_t>(TestClock::lifespanUnit), true,
+         10, 4},
+    };
+    for (const Step& step : steps) {
+        TestClock::Advance(step.advance);
+        EXPECT_EQ(Read(L"//b", step.useCache, step.lifespan), L"text") << step.what;
+        EXPECT_EQ(device->exchanges.size(), step.requests) << step.what;
+    }
+}
+
+TEST_F(XmlProviderTest, AnswersWithoutAClockButKeepsNothing) {
+    const TestClock clock;
+    TestClock::Set(std::nullopt);
+    EXPECT_EQ(Read(), L"text");
+    EXPECT_EQ(Read(), L"text");
+    EXPECT_EQ(device->exchanges.size(), 2u);
+}
+
+TEST_F(XmlProviderTest, RefusesWhatIsNoDocumentAndKeepsTheEarlierOne) {
+    std::string deep;
+    for (int i = 0; i < 300; ++i)
+        deep += "<d>";
+    deep += "<b>deep</b>";
+    for (int i = 0; i < 300; ++i)
+        deep += "</d>";
+    const HttpAnswer refused[] = {
+        {204, ""},
+        {401, "<a><b>other</b></a>"},
+        {404, "<a><b>other</b></a>"},
+        {500, "<a><b>other</b></a>"},
+        {200, ""},
+        {200, "plain text"},
+        {200, "<a><b>other</b>"},
+        {200, "<a><b>other</a></b>"},
+        {200, "<a/><a/>"},
+        {200, std::string("<a><b>\0</b></a>", 15)},
+        {200, "<!DOCTYPE a><a><b>other</b></a>"},
+        {200, "<!DOCTYPE a [<!ENTITY e 'eee'>]><a><b>&e;</b></a>"},
+        {200, "<a><b>&undeclared;</b></a>"},
+        {200, deep},
+        {200, "<a><b>other</b></a>", E_ABORT},
+        {200, "<a><b>other</b></a>", S_OK, false},
+    };
+    for (const HttpAnswer& answer : refused) {
+        const std::string what = std::to_string(answer.status) + " " + answer.body.substr(0, 60);
+        provider = PLSXMLProviderImpl::Create(address.Get());
+        device->resources[uri] = answer;
+        EXPECT_TRUE(FAILED(Result())) << what;
+        EXPECT_TRUE(FAILED(Result())) << "nothing was kept: " << what;
+        device->resources[uri] = {200, "<a><b>text</b></a>"};
+        EXPECT_EQ(Read(), L"text");
+        device->resources[uri] = answer;
+        EXPECT_TRUE(FAILED(Result(false))) << what;
+        EXPECT_EQ(Read(), L"text") << "the earlier document still answers: " << what;
+    }
+}
+
+TEST_F(XmlProviderTest, TakesNestingUpToTheLimit) {
+    std::string document = "<b>text</b>";
+    for (unsigned depth = 1; depth < maximumXmlDepth; ++depth)
+        document = "<d>" + document + "</d>";
+    device->resources[uri].body = document;
+    EXPECT_EQ(Read(), L"text");
+    device->resources[uri].body = "<d>" + document + "</d>";
+    EXPECT_TRUE(FAILED(Result(false)));
+}
+
+TEST_F(XmlProviderTest, DecodesWhatDevicesSend) {
+    struct Case {
+        const char* body;
+        const wchar_t* text;
+    };
+    const Case cases[] = {
+        {"<a><b>\xC3\xA9\xE2\x82\xAC</b></a>", L"\u00E9\u20AC"},
+        {"\xEF\xBB\xBF<a><b>\xC3\xA9</b></a>", L"\u00E9"},
+        {"<?xml version=\"1.0\" encoding=\"utf-8\"?><a><b>\xC3\xA9</b></a>", L"\u00E9"},
+        {"<?xml version='1.0' encoding='ISO-8859-1'?><a><b>\xE9</b></a>", L"\u00E9"},
+        {"<?xml version='1.0' encoding='windows-1252'?><a><b>\x80</b></a>", L"\u20AC"},
+        {"<?xml version='1.0' encoding='utf-8'?><a><b>\xE9</b></a>", L"\u00E9"},
+        {"<?xml version='1.0' encoding='no-such'?><a><b>\xC3\xA9</b></a>", L"\u00E9"},
+        {"<a><b>\xF0\x9F\x96\xA8</b></a>", L"\U0001F5A8"},
+        {"<a><b>&#x20AC;&lt;&amp;</b></a>", L"\u20AC<&"},
+    };
+    for (const Case& c : cases) {
+        device->resources[uri].body = c.body;
+        EXPECT_EQ(Read(L"//b", false), c.text) << c.body;
+    }
+}
+
+TEST_F(XmlProviderTest, SendsCredentialsOnlyWithAPassword) {
+    struct Case {
+        const wchar_t* userName;
+        const wchar_t* password;
+        const wchar_t* sent;
+        std::vector<std::string> calls;
+    };
+    const Case cases[] = {
+        {L"", L"", L"", {"SetURI", "GetResponse"}},
+        {L"me", L"", L"", {"SetURI", "GetResponse"}},
+        {L"", L"secret", L"admin", {"SetURI", "SetPassword", "SetUserName", "GetResponse"}},
+        {L"me", L"secret", L"me", {"SetURI", "SetPassword", "SetUserName", "GetResponse"}},
+    };
+    for (const Case& c : cases) {
+        const auto owned = DisposablePtr<CredentialsProvider>::Share(new CredentialsProvider(address.Get()));
+        owned->SetCredentials(c.userName, c.password);
+        std::string body;
+        EXPECT_EQ(owned->GetContent(uri, body), S_OK);
+        EXPECT_EQ(device->exchanges.back().userName, c.sent);
+        EXPECT_EQ(device->exchanges.back().password, c.password);
+        EXPECT_EQ(device->exchanges.back().calls, c.calls);
+    }
+}
+
+TEST_F(XmlProviderTest, FailsWithEveryFailingCall) {
+    for (int k = 1; k <= 2; ++k) {
+        device->calls = 0;
+        device->failingCall = k;
+        std::string body = "untouched";
+        EXPECT_EQ(provider->GetContent(uri, body), HRESULT_FROM_WIN32(ERROR_NETNAME_DELETED)) << k;
+        EXPECT_EQ(body, "untouched");
+        IXMLDOMDocument* document = nullptr;
+        device->calls = 0;
+        EXPECT_TRUE(FAILED(provider->GetDOM(uri, &document, true, 0)));
+        EXPECT_EQ(document, nullptr);
+    }
+    device->failingCall = 0;
+    EXPECT_EQ(Read(), L"text");
+}
+
+}  // namespace
+}  // namespace Corvix
