@@ -80,13 +80,28 @@ ComPtr<IStream> StreamOver(const std::string& bytes) {
     return stream;
 }
 
+/// Elements that are open; readers do not agree on what depth an element has.
+class Nesting {
+public:
+    /// False when the node is an element inside too many others.
+    bool Enter(IXmlReader& reader, XmlNodeType node) {
+        if (node == XmlNodeType_EndElement) --depth_;
+        if (node != XmlNodeType_Element) return true;
+        if (depth_ == maximumXmlDepth) return false;
+        if (!reader.IsEmptyElement()) ++depth_;
+        return true;
+    }
+
+private:
+    unsigned depth_ = 0;
+};
+
 HRESULT ReadToEnd(IXmlReader& reader) {
-    XmlNodeType type;
+    Nesting nesting;
+    XmlNodeType node;
     HRESULT result;
-    while ((result = reader.Read(&type)) == S_OK) {
-        UINT depth = 0;
-        if (type == XmlNodeType_DocumentType) return E_FAIL;
-        if (SUCCEEDED(reader.GetDepth(&depth)) && depth > maximumXmlDepth) return E_FAIL;
+    while ((result = reader.Read(&node)) == S_OK) {
+        if (node == XmlNodeType_DocumentType || !nesting.Enter(reader, node)) return E_FAIL;
     }
     return result == S_FALSE ? S_OK : result;
 }
@@ -99,7 +114,7 @@ HRESULT Inspect(const std::wstring& text) {
     const ComPtr<IStream> stream = StreamOver(utf8);
     if (!stream) return E_OUTOFMEMORY;
     reader->SetProperty(XmlReaderProperty_DtdProcessing, DtdProcessing_Prohibit);
-    reader->SetProperty(XmlReaderProperty_MaxElementDepth, maximumXmlDepth);
+    reader->SetProperty(XmlReaderProperty_MaxElementDepth, 0);
     result = reader->SetInput(stream.Get());
     if (SUCCEEDED(result)) result = ReadToEnd(*reader.Get());
     if (SUCCEEDED(result)) return S_OK;
