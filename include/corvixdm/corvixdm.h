@@ -8,6 +8,8 @@
 #include "datamapspec.h"
 #include "disposable.h"
 #include "disposableptr.h"
+#include "ipprequest.h"
+#include "ippresponse.h"
 #include "pavoprovider.h"
 #include "transport.h"
 #include "wsprovider.h"

@@ -2,9 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include "datamodel/ipp/codec/encodedattributes.h"
 #include "datamodel/ipp/codec/requestwriter.h"
 #include "datamodel/ipp/codec/tags.h"
-#include "ippcodec/bytes.h"
+#include "support/ippbytes.h"
 
 namespace Corvix::Ipp {
 namespace {
@@ -212,21 +213,36 @@ TEST(RequestBuilder, AddsTheCallersAttributesInTheirOrder) {
 }
 
 TEST(RequestBuilder, LeavesCopiesToTheCaller) {
-    const std::string own = Keyword("media", "copies") + Integer("copies", 9);
+    const std::string own = Integer("copies", 9);
     RequestFields fields;
     fields.copies = 1;
     fields.extras = {{false, own}};
+    fields.extrasHoldCopies = true;
     EXPECT_EQ(Form(Operation::CreateJob, fields).bytes, StartWithTarget(5) + Byte(2) + own + endTag);
 }
 
-TEST(RequestBuilder, FindsNamesInEncodedAttributes) {
-    const std::string attributes = Byte(2) + Keyword("media", "copies") + Begin("media-col") +
-                                   MemberInteger("copies", 1) + End() + Integer("sides", 1);
-    EXPECT_TRUE(HoldsAttribute(attributes, "media"));
-    EXPECT_TRUE(HoldsAttribute(attributes, "sides"));
-    EXPECT_FALSE(HoldsAttribute(attributes, "copies")) << "a value or a member is no attribute";
+TEST(EncodedAttributes, TellTheirNames) {
+    const std::string attributes = Byte(2) + Keyword("media", "copies") + Keyword("", "a4") +
+                                   Begin("media-col") + MemberInteger("copies", 1) + End() +
+                                   Integer("sides", 1);
+    EXPECT_THAT(NamesOfAttributes(attributes), testing::ElementsAre("media", "media-col", "sides"));
     for (std::size_t size = 0; size < attributes.size(); ++size)
-        EXPECT_FALSE(HoldsAttribute(std::string_view(attributes).substr(0, size), "sides")) << size;
+        EXPECT_LT(NamesOfAttributes(std::string_view(attributes).substr(0, size)).size(), 3u) << size;
+}
+
+TEST(EncodedAttributes, AreEncodedOneByOne) {
+    const std::string longest(1023, 'x');
+    std::string encoded;
+    EXPECT_TRUE(EncodeAttribute(0x44, "media", "a4", encoded));
+    EXPECT_TRUE(EncodeAttribute(0x13, longest, "", encoded));
+    EXPECT_TRUE(EncodeAttribute(0x30, "x", longest, encoded));
+    const std::string good = Keyword("media", "a4") + Value(0x13, longest, "") + Value(0x30, "x", longest);
+    EXPECT_EQ(encoded, good);
+    EXPECT_FALSE(EncodeAttribute(0x44, "", "a4", encoded));
+    EXPECT_FALSE(EncodeAttribute(0x02, "media", "a4", encoded));
+    EXPECT_FALSE(EncodeAttribute(0x44, longest + "x", "a4", encoded));
+    EXPECT_FALSE(EncodeAttribute(0x44, "media", longest + "x", encoded));
+    EXPECT_EQ(encoded, good);
 }
 
 TEST(RequestBuilder, RefusesWhatDoesNotFit) {

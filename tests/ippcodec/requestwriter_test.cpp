@@ -7,7 +7,7 @@
 
 #include "datamodel/ipp/codec/attributetable.h"
 #include "datamodel/ipp/codec/tags.h"
-#include "ippcodec/bytes.h"
+#include "support/ippbytes.h"
 
 namespace Corvix::Ipp {
 namespace {

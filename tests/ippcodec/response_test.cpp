@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "datamodel/ipp/codec/responsereader.h"
-#include "ippcodec/bytes.h"
+#include "support/ippbytes.h"
 
 namespace Corvix::Ipp {
 namespace {

@@ -1,6 +1,5 @@
 #include "datamodel/ipp/codec/requestbuilder.h"
 
-#include <algorithm>
 #include <array>
 #include <string>
 
@@ -85,11 +84,6 @@ private:
     bool refused_ = false;
 };
 
-bool CallerSetsCopies(const RequestFields& fields) {
-    return std::any_of(fields.extras.begin(), fields.extras.end(),
-                       [](const EncodedAttributes& extra) { return HoldsAttribute(extra.bytes, "copies"); });
-}
-
 void AddUserName(Part& part, const RequestFields& fields) {
     part.Text(Tag::NameWithoutLanguage, "requesting-user-name", fields.userName);
 }
@@ -115,7 +109,7 @@ void AddDocumentUri(Part& part, const RequestFields& fields) {
 }
 
 void AddCopiesAndSides(Part& part, const RequestFields& fields) {
-    part.IntegerIf(fields.copies > 0 && !CallerSetsCopies(fields), "copies", fields.copies)
+    part.IntegerIf(fields.copies > 0 && !fields.extrasHoldCopies, "copies", fields.copies)
         .Text(Tag::Keyword, "sides", KeywordOf(sidesKeywords, fields.sides, 0));
 }
 
@@ -250,35 +244,6 @@ FormResult FormRequest(unsigned char* buffer, int& length, int operation, const 
     if (part.Refused()) return FormResult::Refused;
     length = part.Length();
     return FormResult::Formed;
-}
-
-namespace {
-
-/// Takes a text of a two-byte length off the front; false when there are fewer bytes than announced.
-bool TakeText(std::string_view& bytes, std::string_view& text) {
-    if (bytes.size() < 2) return false;
-    const auto high = static_cast<unsigned char>(bytes[0]);
-    const auto low = static_cast<unsigned char>(bytes[1]);
-    const std::size_t size = static_cast<std::size_t>(high) << 8 | low;
-    if (bytes.size() - 2 < size) return false;
-    text = bytes.substr(2, size);
-    bytes.remove_prefix(2 + size);
-    return true;
-}
-
-}  // namespace
-
-bool HoldsAttribute(std::string_view encoded, std::string_view name) {
-    while (!encoded.empty()) {
-        const auto tag = static_cast<unsigned char>(encoded.front());
-        encoded.remove_prefix(1);
-        if (tag < Tag::FirstValue) continue;
-        std::string_view found;
-        std::string_view value;
-        if (!TakeText(encoded, found) || !TakeText(encoded, value)) return false;
-        if (found == name) return true;
-    }
-    return false;
 }
 
 }  // namespace Corvix::Ipp

@@ -42,6 +42,7 @@ struct RequestFields {
     bool lastDocument = false;
 
     std::vector<EncodedAttributes> extras;  ///< in the order in which they were added
+    bool extrasHoldCopies = false;          ///< the caller's "copies" then stands in for `copies`
 };
 
 enum class FormResult {
@@ -54,9 +55,5 @@ enum class FormResult {
 /// touched only when the part was formed. An operation that has no attributes of its own gets the header and
 /// the extras.
 FormResult FormRequest(unsigned char* buffer, int& length, int operation, const RequestFields& fields);
-
-/// Whether encoded attributes hold one of this name outside collections. Bytes that can't be read end the
-/// search.
-bool HoldsAttribute(std::string_view encoded, std::string_view name);
 
 }  // namespace Corvix::Ipp

@@ -1,0 +1,98 @@
+// What an answer says: its attributes as values, and the outcome of a job.
+#include "datamodel/ipp/codec/responsereader.h"
+#include "datamodel/ipp/codec/tags.h"
+#include "datamodel/ipp/ippattributecache.h"
+#include "datamodel/ipp/ippoperations.h"
+#include "datamodel/ipp/ippwire.h"
+#include "utilslib/logging.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+/// Every request carries this id.
+constexpr const char* requestId = "100";
+
+struct JobStateName {
+    std::string_view number;
+    const char* name;
+};
+
+constexpr JobStateName jobStateNames[] = {
+    {"3", "Pending"},  {"4", "Pending_held"}, {"5", "Processing"}, {"6", "Processing_stopped"},
+    {"7", "Canceled"}, {"8", "Aborted"},      {"9", "Completed"},
+};
+
+struct CopiedAttribute {
+    std::string_view name;
+    void (IPPResponseBase::*set)(const char* text);
+};
+
+constexpr CopiedAttribute copiedAttributes[] = {
+    {"document-access-error", &IPPResponseBase::SetDocumentAccessError},
+    {"job-uri", &IPPResponseBase::SetJobURI},
+    {"job-id", &IPPResponseBase::SetJobID},
+    {"job-state-reasons", &IPPResponseBase::SetJobStateReasons},
+};
+
+void CopyJob(const Ipp::Response& response, IPPResponseBase& record) {
+    for (const CopiedAttribute& attribute : copiedAttributes) {
+        if (const auto text = response.ValueText(attribute.name)) (record.*attribute.set)(text->c_str());
+    }
+    if (const auto state = response.ValueText("job-state")) record.SetJobState(GetJobState(*state).c_str());
+}
+
+}  // namespace
+
+std::string GetJobState(std::string_view number) {
+    for (const JobStateName& state : jobStateNames) {
+        if (state.number == number) return state.name;
+    }
+    return std::string(number);
+}
+
+/// The attribute that a parse answers: the one requested, or of several the one that the key names.
+std::string_view IPPOperations::TargetName() const {
+    const bool single = requestedAttributes_.find(',') == std::string::npos;
+    return single && !requestedAttributes_.empty() ? requestedAttributes_ : attributeKey_;
+}
+
+HRESULT IPPOperations::ParseIPPContent(const unsigned char* body, unsigned long length, VARIANT* value) {
+    const std::string_view bytes(reinterpret_cast<const char*>(body), body ? length : 0);
+    response_ =
+        std::make_shared<const Ipp::Response>(Ipp::ReadResponse(bytes, Ipp::ReadOptions{failOnErrorStatus_}));
+    if (response_->HasHeader() && response_->StatusCode() != Ipp::Status::Ok)
+        logSource.Error(L"IPP status is not success %d", static_cast<int>(response_->StatusCode()));
+    if (const auto& fault = response_->GetFault()) {
+        logSource.Error(L"The IPP response is malformed at byte %lu: %hs",
+                        static_cast<unsigned long>(fault->offset), fault->reason);
+        return E_FAIL;
+    }
+    if (value && response_->HasEndTag()) GetValueFromIPPMap(TargetName(), value);
+    return S_OK;
+}
+
+HRESULT IPPOperations::ParseIPPResponse(HTTPResponse* response, VARIANT* value) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::ParseIPPResponse");
+    if (!response) return FailForNullArgument();
+    const unsigned long length = response->GetBodyLength();
+    return ParseIPPContent(response->GetBody(), length, value);
+}
+
+HRESULT IPPOperations::GetValueFromIPPMap(std::string_view name, VARIANT* value) const {
+    if (!value) return FailForNullArgument();
+    return response_ ? CopyAttributeText(*response_, name, value) : S_FALSE;
+}
+
+HRESULT IPPOperations::FormResponseStructure(int operation, IPPResponseBase* record) const {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::FormResponseStructure");
+    if (!record) return FailForNullArgument();
+    if (!response_) return E_FAIL;
+    record->SetSuccess(response_->ValueText("status-code").value_or("NOT_SET_ERROR").c_str());
+    record->SetRequestID(requestId);
+    if (operation != Ipp::Operation::CancelJob) CopyJob(*response_, *record);
+    return S_OK;
+}
+
+}  // namespace Corvix
