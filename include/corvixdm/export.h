@@ -18,3 +18,13 @@
 // Virtual bases are inherited by dominance on purpose.
 #pragma warning(disable : 4250)
 #endif
+
+// Interfaces derived from IUnknown have no virtual destructor, by COM's own rule.
+#if defined(__GNUC__)
+#define CORVIXDM_COM_INTERFACES_BEGIN \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wnon-virtual-dtor\"")
+#define CORVIXDM_COM_INTERFACES_END _Pragma("GCC diagnostic pop")
+#else
+#define CORVIXDM_COM_INTERFACES_BEGIN
+#define CORVIXDM_COM_INTERFACES_END
+#endif

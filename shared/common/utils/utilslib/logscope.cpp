@@ -1,0 +1,61 @@
+#include <chrono>
+#include <exception>
+#include <new>
+
+#include "utilslib/logging.h"
+#include "utilslib/logtext.h"
+
+namespace KyUtils {
+namespace {
+
+thread_local LogScope* innermostScope = nullptr;
+
+std::int64_t NowInMicroseconds() {
+    using std::chrono::microseconds;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<microseconds>(now).count();
+}
+
+}  // namespace
+
+void LogScope::NoteHandledException() noexcept {
+    if (innermostScope) innermostScope->handledException_ = true;
+}
+
+void LogScope::Enter(const LogSource& source, const char* function, std::uint32_t flags) noexcept {
+    source_ = &source;
+    function_ = function;
+    flags_ = flags;
+    outer_ = innermostScope;
+    innermostScope = this;
+    exceptionsAtEntry_ = std::uncaught_exceptions();
+    source.Line(LineFlag::Entry | flags, L"%hs", function);
+    entered_ = NowInMicroseconds();
+}
+
+void LogScope::Leave() noexcept {
+    innermostScope = outer_;
+    if (!source_->IsOn(LineFlag::Exit)) return;
+    const int exceptionsInFlight = std::uncaught_exceptions();
+    try {
+        const std::wstring notes = ExitNotes(exceptionsInFlight);
+        source_->Line(LineFlag::Exit | flags_, L"%hs%ls", function_, notes.c_str());
+    } catch (const std::bad_alloc&) {
+        // A line that finds no memory is lost: logging never fails the function that logs.
+    }
+}
+
+std::wstring LogScope::ExitNotes(int exceptionsInFlight) const {
+    std::wstring notes;
+    if (flags_ & LineFlag::Duration)
+        notes += FormatText(L" (Dur: %I64d us) ", NowInMicroseconds() - entered_);
+    if (exceptionsInFlight > exceptionsAtEntry_) {
+        notes += L"(*unhandled exception*) ";
+    } else if (handledException_) {
+        notes += L"(handled exception) ";
+    }
+    if (exceptionsInFlight > 0) notes += L"*** UNHANDLED EXCEPTION PENDING ***";
+    return notes;
+}
+
+}  // namespace KyUtils

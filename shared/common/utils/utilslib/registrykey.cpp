@@ -1,0 +1,67 @@
+#include "utilslib/registrykey.h"
+
+#include <winternl.h>
+
+// Part of the system's native interface, whose import library has it but whose headers do not.
+extern "C" NTSTATUS NTAPI NtQueryKey(HANDLE key, int informationClass, void* information, ULONG length,
+                                     ULONG* needed);
+
+namespace KyUtils {
+namespace {
+
+constexpr int keyNameInformation = 3;
+
+struct KeyName {
+    ULONG lengthInBytes;
+    wchar_t characters[1024];
+};
+
+std::uint64_t HashOf(const void* bytes, size_t length) {
+    std::uint64_t hash = 14695981039346656037u;
+    for (const auto* byte = static_cast<const unsigned char*>(bytes); length > 0; ++byte, --length) {
+        hash = (hash ^ *byte) * 1099511628211u;
+    }
+    return hash;
+}
+
+}  // namespace
+
+RegistryKey RegistryKey::OpenForReading(HKEY root, const wchar_t* path) noexcept {
+    HKEY key = nullptr;
+    return RegistryKey(RegOpenKeyExW(root, path, 0, KEY_READ, &key) == ERROR_SUCCESS ? key : nullptr);
+}
+
+std::uint32_t RegistryKey::Number(const wchar_t* name, std::uint32_t absent) const noexcept {
+    DWORD number = 0;
+    DWORD size = sizeof number;
+    if (!key_ ||
+        RegGetValueW(key_, nullptr, name, RRF_RT_REG_DWORD, nullptr, &number, &size) != ERROR_SUCCESS) {
+        return absent;
+    }
+    return number;
+}
+
+std::wstring RegistryKey::Text(const wchar_t* name) const {
+    if (!key_) return {};
+    std::wstring text(MAX_PATH, L'\0');
+    for (;;) {
+        auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+        const LONG status = RegGetValueW(key_, nullptr, name, RRF_RT_REG_SZ, nullptr, text.data(), &size);
+        if (status == ERROR_MORE_DATA) {
+            text.resize(text.size() * 2);
+            continue;
+        }
+        if (status != ERROR_SUCCESS) return {};
+        text.resize(wcsnlen(text.data(), size / sizeof(wchar_t)));
+        return text;
+    }
+}
+
+std::uint64_t RegistryKey::Identity() const noexcept {
+    KeyName name;
+    ULONG needed = 0;
+    if (!key_ || NtQueryKey(key_, keyNameInformation, &name, sizeof name, &needed) < 0) return 0;
+    return HashOf(name.characters, name.lengthInBytes);
+}
+
+}  // namespace KyUtils
