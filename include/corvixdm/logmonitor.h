@@ -36,7 +36,7 @@ protected:
 CORVIXDM_COM_INTERFACES_END
 
 /// {6C1E1C0E-5B43-4B0E-9C5E-0B7C3F4D8A21}
-constexpr IID IID_ILogMonitor = {
+inline constexpr IID IID_ILogMonitor = {
     0x6c1e1c0e, 0x5b43, 0x4b0e, {0x9c, 0x5e, 0x0b, 0x7c, 0x3f, 0x4d, 0x8a, 0x21}};
 
 }  // namespace Corvix
