@@ -20,7 +20,7 @@ __declspec(noinline)
 #else
 [[gnu::noinline]]
 #endif
-void LoggedFunction(volatile int& calls) {
+    void LoggedFunction(volatile int& calls) {
     KyUtils::LogScope scope(logSource, "Corvix::Bench::LoggedFunction");
     calls = calls + 1;
 }
@@ -28,7 +28,8 @@ void LoggedFunction(volatile int& calls) {
 double NanosecondsPerScope() {
     volatile int calls = 0;
     const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < scopesPerRun; ++i) LoggedFunction(calls);
+    for (int i = 0; i < scopesPerRun; ++i)
+        LoggedFunction(calls);
     const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
     return spent.count() / scopesPerRun;
 }
@@ -41,7 +42,8 @@ int wmain() {
         return 1;
     }
     std::array<double, 9> runs{};
-    for (double& run : runs) run = NanosecondsPerScope();
+    for (double& run : runs)
+        run = NanosecondsPerScope();
     std::nth_element(runs.begin(), runs.begin() + runs.size() / 2, runs.end());
     std::printf("figure log.off_ns %.2f ns\n", runs[runs.size() / 2]);
     return 0;

@@ -17,7 +17,8 @@ public:
         static int count = 0;
         wchar_t folder[MAX_PATH + 1];
         GetTempPathW(MAX_PATH + 1, folder);
-        name_ = folder + (L"corvix-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count));
+        name_ =
+            folder + (L"corvix-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count));
         Delete();
     }
     TempFile(const TempFile&) = delete;

@@ -15,17 +15,19 @@ constexpr std::uint32_t alwaysOnCategories = 15;
 }  // namespace
 
 RegistryKey OpenLogSettingsKey() noexcept {
-    return RegistryKey::OpenForReading(HKEY_CURRENT_USER, settingsKey);
+    RegistryKey key;
+    key.Open(HKEY_CURRENT_USER, settingsKey, KEY_READ);
+    return key;
 }
 
 LogSettings LogSettings::Read(const RegistryKey& key) {
     LogSettings settings;
-    settings.pollTime = key.Number(pollTimeValue, defaultPollTime);
-    settings.infoDetailLevel = key.Number(L"LogInfoDetailLevel", 0);
-    settings.categories = key.Number(L"LogCategories", 0) | alwaysOnCategories;
-    settings.options = key.Number(L"LogOptions", 0);
-    settings.sizeLimitKilobytes = key.Number(L"LogFileSizeLimit", 0);
-    settings.fileName = key.Text(fileNameValue);
+    settings.pollTime = NumberValue(key, pollTimeValue, defaultPollTime);
+    settings.infoDetailLevel = NumberValue(key, L"LogInfoDetailLevel", 0);
+    settings.categories = NumberValue(key, L"LogCategories", 0) | alwaysOnCategories;
+    settings.options = NumberValue(key, L"LogOptions", 0);
+    settings.sizeLimitKilobytes = NumberValue(key, L"LogFileSizeLimit", 0);
+    settings.fileName = TextValue(key, fileNameValue);
     return settings;
 }
 
@@ -45,10 +47,10 @@ LogSettings LogSettingsBlock::Load(const RegistryKey& key) const {
 
 MonitorSettings MonitorSettings::Read(const RegistryKey& key) {
     MonitorSettings settings;
-    settings.pollTime = key.Number(pollTimeValue, defaultPollTime);
-    settings.flags = key.Number(L"ExtMonitorFlags", 0);
-    settings.classId = key.Text(monitorClassValue);
-    settings.parmFile = key.Text(monitorParmFileValue);
+    settings.pollTime = NumberValue(key, pollTimeValue, defaultPollTime);
+    settings.flags = NumberValue(key, L"ExtMonitorFlags", 0);
+    settings.classId = TextValue(key, monitorClassValue);
+    settings.parmFile = TextValue(key, monitorParmFileValue);
     return settings;
 }
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "utilslib/registrykey.h"
+#include "utilslib/registryvalues.h"
 #include "utilslib/sharedblock.h"
 
 namespace KyUtils {
@@ -44,7 +44,7 @@ struct SharedText {
         if (length != tooLong) text.copy(characters, Capacity);
     }
     std::wstring Load(const RegistryKey& key, const wchar_t* valueName) const {
-        return length <= Capacity ? std::wstring(characters, length) : key.Text(valueName);
+        return length <= Capacity ? std::wstring(characters, length) : TextValue(key, valueName);
     }
 };
 
@@ -94,7 +94,7 @@ public:
     /// With `anew` the registry is read in any case.
     Reading Current(std::uint64_t now, bool anew = false) {
         const RegistryKey key = OpenLogSettingsKey();
-        const std::uint64_t origin = key.Identity();
+        const std::uint64_t origin = KeyIdentity(key);
         const auto block = block_.Access();
         if (!anew && block && block->head.IsGood(origin, now))
             return {block->Load(key), block->head.keptUntil};

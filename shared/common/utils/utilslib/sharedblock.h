@@ -12,7 +12,7 @@ namespace KyUtils {
 
 /// What every block of settings begins with. A new block is all zeros, hence neither good nor anybody's.
 struct SharedBlockHead {
-    std::uint64_t origin;     // RegistryKey::Identity() of the key that the block was filled from
+    std::uint64_t origin;     // KeyIdentity() of the key that the block was filled from
     std::uint64_t keptUntil;  // the tick count up to which the content is good
     std::uint32_t size;       // of the whole block once it is filled
 

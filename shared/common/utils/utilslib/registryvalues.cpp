@@ -1,4 +1,4 @@
-#include "utilslib/registrykey.h"
+#include "utilslib/registryvalues.h"
 
 #include <winternl.h>
 
@@ -26,27 +26,23 @@ std::uint64_t HashOf(const void* bytes, size_t length) {
 
 }  // namespace
 
-RegistryKey RegistryKey::OpenForReading(HKEY root, const wchar_t* path) noexcept {
-    HKEY key = nullptr;
-    return RegistryKey(RegOpenKeyExW(root, path, 0, KEY_READ, &key) == ERROR_SUCCESS ? key : nullptr);
-}
-
-std::uint32_t RegistryKey::Number(const wchar_t* name, std::uint32_t absent) const noexcept {
+std::uint32_t NumberValue(const RegistryKey& key, const wchar_t* name, std::uint32_t absent) noexcept {
     DWORD number = 0;
     DWORD size = sizeof number;
-    if (!key_ ||
-        RegGetValueW(key_, nullptr, name, RRF_RT_REG_DWORD, nullptr, &number, &size) != ERROR_SUCCESS) {
+    if (!key ||
+        RegGetValueW(key.Get(), nullptr, name, RRF_RT_REG_DWORD, nullptr, &number, &size) != ERROR_SUCCESS) {
         return absent;
     }
     return number;
 }
 
-std::wstring RegistryKey::Text(const wchar_t* name) const {
-    if (!key_) return {};
+std::wstring TextValue(const RegistryKey& key, const wchar_t* name) {
+    if (!key) return {};
     std::wstring text(MAX_PATH, L'\0');
     for (;;) {
         auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
-        const LONG status = RegGetValueW(key_, nullptr, name, RRF_RT_REG_SZ, nullptr, text.data(), &size);
+        const LONG status =
+            RegGetValueW(key.Get(), nullptr, name, RRF_RT_REG_SZ, nullptr, text.data(), &size);
         if (status == ERROR_MORE_DATA) {
             text.resize(text.size() * 2);
             continue;
@@ -57,10 +53,10 @@ std::wstring RegistryKey::Text(const wchar_t* name) const {
     }
 }
 
-std::uint64_t RegistryKey::Identity() const noexcept {
+std::uint64_t KeyIdentity(const RegistryKey& key) noexcept {
     KeyName name;
     ULONG needed = 0;
-    if (!key_ || NtQueryKey(key_, keyNameInformation, &name, sizeof name, &needed) < 0) return 0;
+    if (!key || NtQueryKey(key.Get(), keyNameInformation, &name, sizeof name, &needed) < 0) return 0;
     return HashOf(name.characters, name.lengthInBytes);
 }
 
