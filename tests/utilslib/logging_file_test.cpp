@@ -4,6 +4,7 @@
 
 #include "support/logsandbox.h"
 #include "support/tempfile.h"
+#include "utilslib/stringutils.h"
 
 namespace KyUtils {
 namespace {
@@ -19,11 +20,19 @@ using Outcome = LogFile::Outcome;
 
 std::wstring debuggerOutput;
 
+// The system raises an exception for a debugger, with the text in its wide or, before that was there, narrow
+// form.
 LONG CALLBACK CatchDebuggerOutput(EXCEPTION_POINTERS* pointers) {
-    constexpr DWORD wideDebuggerText = 0x4001000A;
+    constexpr DWORD narrowText = 0x40010006;
+    constexpr DWORD wideText = 0x4001000A;
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    if (record.ExceptionCode != wideDebuggerText) return EXCEPTION_CONTINUE_SEARCH;
-    debuggerOutput += reinterpret_cast<const wchar_t*>(record.ExceptionInformation[1]);
+    if (record.ExceptionCode == wideText) {
+        debuggerOutput += reinterpret_cast<const wchar_t*>(record.ExceptionInformation[1]);
+    } else if (record.ExceptionCode == narrowText) {
+        debuggerOutput += ToWide(reinterpret_cast<const char*>(record.ExceptionInformation[1]));
+    } else {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 

@@ -102,6 +102,8 @@ TEST_F(LogTest, LeavesTheLastErrorAlone) {
     keeps("scope", [] { const LogScope scope(logSource, "Function"); });
     log_.Use(L"LogFileName", L"C:\\no such folder\\x.log");
     keeps("unavailable file", [] { logSource.Error(L"line"); });
+    log_.Use(L"LogFileName", log_.File().Name());
+    keeps("file available again", [] { logSource.Error(L"line"); });
     log_.Use(L"LogFileName", L"");
     keeps("off", [] { logSource.Error(L"line"); });
 }
