@@ -2,12 +2,14 @@
 #include <exception>
 #include <new>
 
+#include "utilslib/handle.h"
 #include "utilslib/logging.h"
 #include "utilslib/logtext.h"
 
 namespace KyUtils {
 namespace {
 
+// Reading a thread's own variable may change its last error: whoever does keeps that.
 thread_local LogScope* innermostScope = nullptr;
 
 std::int64_t NowInMicroseconds() {
@@ -19,10 +21,12 @@ std::int64_t NowInMicroseconds() {
 }  // namespace
 
 void LogScope::NoteHandledException() noexcept {
+    const LastErrorKeeper lastError;
     if (innermostScope) innermostScope->handledException_ = true;
 }
 
 void LogScope::Enter(const LogSource& source, const char* function, std::uint32_t flags) noexcept {
+    const LastErrorKeeper lastError;
     source_ = &source;
     function_ = function;
     flags_ = flags;
@@ -34,6 +38,7 @@ void LogScope::Enter(const LogSource& source, const char* function, std::uint32_
 }
 
 void LogScope::Leave() noexcept {
+    const LastErrorKeeper lastError;
     innermostScope = outer_;
     if (!source_->IsOn(LineFlag::Exit)) return;
     const int exceptionsInFlight = std::uncaught_exceptions();
