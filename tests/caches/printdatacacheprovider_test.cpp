@@ -1,108 +1,22 @@
 #include "datamodel/caches/printdatacacheprovider.h"
 
-#include <winspool.h>
-
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cstring>
-#include <map>
 #include <string>
-#include <vector>
 
-#include "support/importpatch.h"
+#include "support/fakespooler.h"
 #include "support/testclock.h"
 
 namespace Corvix {
 namespace {
 
-using CorvixTest::ImportPatch;
+using CorvixTest::BytesOf;
+using CorvixTest::FakeSpooler;
 using CorvixTest::TestClock;
 using KyUtils::Variant;
-using testing::ElementsAre;
-
-HANDLE const printer = reinterpret_cast<HANDLE>(0x1234);
-
-/// The data of one printer, in the place of the spooler.
-struct FakeSpooler {
-    struct Value {
-        std::wstring name;
-        DWORD type;
-        std::string bytes;
-    };
-    struct Write {
-        std::wstring name;
-        DWORD type;
-        const BYTE* data;
-        DWORD bytes;
-        std::wstring text;  ///< of writes that are longer than a number
-    };
-
-    std::vector<Value> values;
-    bool hasKey = true;
-    DWORD secondEnumeration = ERROR_SUCCESS;
-    std::vector<Write> writes;
-    DWORD failingWrite = 0;  ///< counted from 1
-
-    static FakeSpooler*& Current() {
-        static FakeSpooler* current = nullptr;
-        return current;
-    }
-
-    static DWORD WINAPI Enumerate(HANDLE handle, LPCWSTR key, LPBYTE buffer, DWORD size, LPDWORD needed,
-                                  LPDWORD count) {
-        EXPECT_EQ(handle, printer);
-        EXPECT_STREQ(key, L"UBidiData");
-        return Current()->EnumerateInto(buffer, size, needed, count);
-    }
-    static DWORD WINAPI Set(HANDLE handle, LPCWSTR key, LPCWSTR name, DWORD type, LPBYTE data, DWORD bytes) {
-        EXPECT_EQ(handle, printer);
-        EXPECT_STREQ(key, L"UBidiData");
-        auto& writes = Current()->writes;
-        writes.push_back({name, type, data, bytes, {}});
-        // The data of a number is not to be read: it is the number, not an address.
-        if (bytes != 4)
-            writes.back().text.assign(reinterpret_cast<const wchar_t*>(data), bytes / sizeof(wchar_t));
-        return writes.size() == Current()->failingWrite ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
-    }
-
-private:
-    DWORD EnumerateInto(LPBYTE buffer, DWORD size, LPDWORD needed, LPDWORD count) const {
-        if (!hasKey) return ERROR_FILE_NOT_FOUND;
-        size_t total = values.size() * sizeof(PRINTER_ENUM_VALUESW);
-        for (const Value& value : values)
-            total += (value.name.size() + 1) * sizeof(wchar_t) + value.bytes.size();
-        *needed = static_cast<DWORD>(total);
-        if (size < total) return ERROR_MORE_DATA;
-        *count = static_cast<DWORD>(values.size());
-        auto* entry = reinterpret_cast<PRINTER_ENUM_VALUESW*>(buffer);
-        BYTE* free = buffer + values.size() * sizeof *entry;
-        const auto place = [&free](const void* bytes, size_t length) {
-            std::memcpy(free, bytes, length);
-            free += length;
-            return free - length;
-        };
-        for (const Value& value : values) {
-            const size_t nameBytes = (value.name.size() + 1) * sizeof(wchar_t);
-            entry->pValueName = reinterpret_cast<LPWSTR>(place(value.name.c_str(), nameBytes));
-            entry->cbValueName = static_cast<DWORD>(nameBytes);
-            entry->dwType = value.type;
-            entry->pData = place(value.bytes.data(), value.bytes.size());
-            entry->cbData = static_cast<DWORD>(value.bytes.size());
-            ++entry;
-        }
-        return secondEnumeration;
-    }
-};
-
-std::string BytesOf(const std::wstring& text) {
-    return {reinterpret_cast<const char*>(text.c_str()), (text.size() + 1) * sizeof(wchar_t)};
-}
 
 class PrintDataCacheProviderTest : public testing::Test {
 protected:
-    PrintDataCacheProviderTest() { FakeSpooler::Current() = &spooler; }
-
     void AddItem(const wchar_t* name, unsigned lifespan = 0) {
         map->AddDataItemSpec(name, OIDDataItemSpec::CreateOIDDataItemSpec(name, L"1.3", nullptr, false,
                                                                           nullptr, lifespan, nullptr));
@@ -113,11 +27,9 @@ protected:
         return store.Count();
     }
 
-    FakeSpooler spooler;
     const TestClock clock;
-    const ImportPatch enumerate{nullptr, "EnumPrinterDataExW",
-                                reinterpret_cast<void*>(&FakeSpooler::Enumerate)};
-    const ImportPatch set{nullptr, "SetPrinterDataExW", reinterpret_cast<void*>(&FakeSpooler::Set)};
+    FakeSpooler spooler;
+    HANDLE const printer = FakeSpooler::printer;
     DisposablePtr<DataMapSpec> map{DataMapSpec::CreateDataMapSpec(DataMapTypeEnum::OID)};
 };
 
@@ -159,7 +71,8 @@ TEST_F(PrintDataCacheProviderTest, IsEmptyWithoutData) {
     EXPECT_EQ(CountLoaded(), 0u);
     spooler.hasKey = false;
     EXPECT_EQ(CountLoaded(), 0u);
-    spooler = {};
+    spooler.hasKey = true;
+    spooler.values.clear();
     EXPECT_EQ(CountLoaded(), 0u) << "a key without values";
 }
 

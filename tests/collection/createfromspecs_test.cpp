@@ -1,0 +1,295 @@
+#include "datamodel/binding/createfromspecs.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+
+#include "datamodel/caches/printdatacacheprovider.h"
+#include "datamodel/caches/regcacheprovider.h"
+#include "support/fakecache.h"
+#include "support/fakespooler.h"
+#include "support/faketransport.h"
+#include "support/registrysandbox.h"
+#include "support/testclock.h"
+#include "utilslib/com.h"
+
+namespace Corvix {
+namespace {
+
+using CorvixTest::BytesOf;
+using CorvixTest::FakeAddress;
+using CorvixTest::FakeCache;
+using CorvixTest::FakeDevice;
+using CorvixTest::FakeDevicePtr;
+using CorvixTest::FakeLocalAddress;
+using CorvixTest::FakeSpooler;
+using CorvixTest::TestClock;
+using KyUtils::Variant;
+
+constexpr const wchar_t* identityUri = L"/veyra/device/product_information.xml";
+constexpr const wchar_t* root = L"Software\\Test\\Cache";
+
+struct DisposeMaps {
+    void operator()(DataMapSpecCollection* maps) const { DataMapSpecCollection::Dispose(maps); }
+};
+using Maps = std::unique_ptr<DataMapSpecCollection, DisposeMaps>;
+
+/// Maps of these kinds, each with one item "Model".
+Maps MapsOf(std::initializer_list<DataMapTypeEnum> types) {
+    Maps maps(DataMapSpecCollection::CreateDataMapSpecCollection());
+    for (const DataMapTypeEnum type : types) {
+        DataMapSpec* map = DataMapSpec::CreateDataMapSpec(type);
+        map->AddDataItemSpec(L"Model", XMLDataItemSpec::CreateXMLDataItem(L"Model", L"/model.xml", L"//Model",
+                                                                          nullptr, false, 600, nullptr));
+        maps->AddDataMapSpec(map);
+    }
+    return maps;
+}
+
+FakeDevicePtr DeviceWith(const std::string& serial, const std::string& model) {
+    auto device = std::make_shared<FakeDevice>();
+    device->resources[identityUri] = {200,
+                                      "<p><ProductSerialNumber>" + serial + "</ProductSerialNumber></p>"};
+    device->resources[L"/model.xml"] = {200, "<p><Model>" + model + "</Model></p>"};
+    return device;
+}
+
+void ServePavo(FakeDevice& device) {
+    device.resources[L"/DevMgmt/DiscoveryTree.xml"] = {
+        200,
+        "<t xmlns:dd='d'><s><dd:ResourceType>pavo:veyraPavoProductConfigDyn</dd:ResourceType>"
+        "<dd:ResourceURI>/config.xml</dd:ResourceURI></s></t>"};
+    device.resources[L"/config.xml"] = {200, "<c xmlns:dd='d'><dd:SerialNumber>PAVO1</dd:SerialNumber></c>"};
+}
+
+void ServeWs(FakeDevice& device) {
+    device.resources[L"/"] = {200, "<e xmlns:wprt='w'><wprt:DeviceId>MFG:Test;</wprt:DeviceId></e>"};
+}
+
+DisposablePtr<DataCollection> Create(const FakeDevicePtr& device, const Maps& maps,
+                                     ICacheProvider* cache = nullptr) {
+    const DisposablePtr<Address> address(new FakeAddress(device));
+    DisposablePtr<DataCollection> collection;
+    CreateFromSpecs(address.Get(), maps.get(), collection.Receive(), cache);
+    return collection;
+}
+
+DisposablePtr<DataCollection> CreatePlsxml(const FakeDevicePtr& device, ICacheProvider* cache) {
+    return Create(device, MapsOf({DataMapTypeEnum::PLSXML}), cache);
+}
+
+/// The model and where it came from, such as "Printer (4)".
+std::wstring ModelOf(DataCollection& collection) {
+    Variant value;
+    if (collection.GetValue(L"Model", value.Receive()) != S_OK) return L"none";
+    ValueOrigin origin{};
+    collection.GetValueOrigin(&origin);
+    Variant::Adopt(origin.raw);
+    return std::wstring(value.Text()) + L" (" + std::to_wstring(static_cast<int>(origin.source)) + L")";
+}
+constexpr const wchar_t* fromCache = L" (3)";
+constexpr const wchar_t* fromDevice = L" (4)";
+
+class CreateFromSpecsTest : public testing::Test {
+protected:
+    ~CreateFromSpecsTest() override { EXPECT_EQ(CorvixTest::liveFakes, 0); }
+};
+
+TEST_F(CreateFromSpecsTest, BindsTheFirstMapThatTheDeviceSpeaks) {
+    using Type = DataMapTypeEnum;
+    struct Case {
+        const char* what;
+        std::initializer_list<Type> maps;
+        bool pavo;
+        bool ws;
+        bool webServicePort;
+        const wchar_t* bound;
+    };
+    const Case cases[] = {
+        {"document order", {Type::Pavo, Type::WS, Type::PLSXML}, true, true, true, L"Pavo"},
+        {"the device speaks no Pavo", {Type::Pavo, Type::WS, Type::PLSXML}, false, true, true, L"WS"},
+        {"neither", {Type::Pavo, Type::WS, Type::PLSXML}, false, false, true, L"PLSXML"},
+        {"no web-service port", {Type::WS, Type::PLSXML}, false, true, false, L"PLSXML"},
+        {"maps of no protocol come first",
+         {Type::Unknown, Type::Unknown, Type::PLSXML},
+         true,
+         true,
+         true,
+         L"PLSXML"},
+        {"PLSXML is never asked first", {Type::PLSXML, Type::Pavo}, true, true, true, L"PLSXML"},
+    };
+    for (const Case& c : cases) {
+        const auto device = DeviceWith("1", "Printer");
+        if (c.pavo) ServePavo(*device);
+        if (c.ws) ServeWs(*device);
+        device->hasWebServicePort = c.webServicePort;
+        const auto collection = Create(device, MapsOf(c.maps));
+        ASSERT_TRUE(collection) << c.what;
+        EXPECT_EQ(collection->GetDataMapName(), std::wstring(L"XMLDataMap[@Protocol='") + c.bound + L"']")
+            << c.what;
+    }
+}
+
+TEST_F(CreateFromSpecsTest, DoesNotAskADeviceWithoutWebServicePort) {
+    const auto device = std::make_shared<FakeDevice>();
+    device->hasWebServicePort = false;
+    EXPECT_FALSE(Create(device, MapsOf({DataMapTypeEnum::WS})));
+    EXPECT_TRUE(device->exchanges.empty());
+    const DisposablePtr<Address> local(new FakeLocalAddress(device));
+    const Maps maps = MapsOf({DataMapTypeEnum::WS});
+    ServeWs(*device);
+    DisposablePtr<DataCollection> collection;
+    EXPECT_EQ(CreateFromSpecs(local.Get(), maps.get(), collection.Receive(), nullptr), S_OK)
+        << "an address that does not tell is asked";
+}
+
+TEST_F(CreateFromSpecsTest, FailsWithoutTouchingTheOutput) {
+    const auto device = DeviceWith("1", "Printer");
+    const DisposablePtr<Address> address(new FakeAddress(device));
+    const Maps none = MapsOf({});
+    const Maps unspoken = MapsOf({DataMapTypeEnum::Unknown, DataMapTypeEnum::Pavo});
+    const Maps plsxml = MapsOf({DataMapTypeEnum::PLSXML});
+    auto* const untouched = reinterpret_cast<DataCollection*>(1);
+    DataCollection* collection = untouched;
+    EXPECT_EQ(CreateFromSpecs(nullptr, plsxml.get(), &collection, nullptr), E_FAIL);
+    EXPECT_EQ(CreateFromSpecs(address.Get(), nullptr, &collection, nullptr), E_FAIL);
+    EXPECT_EQ(CreateFromSpecs(address.Get(), plsxml.get(), nullptr, nullptr), E_FAIL);
+    EXPECT_EQ(CreateFromSpecs(address.Get(), none.get(), &collection, nullptr), E_FAIL);
+    EXPECT_EQ(CreateFromSpecs(address.Get(), unspoken.get(), &collection, nullptr), E_FAIL);
+    EXPECT_EQ(collection, untouched);
+}
+
+TEST_F(CreateFromSpecsTest, KeepsConstantsOutOfTheMap) {
+    const auto device = DeviceWith("1", "Printer");
+    const Maps maps = MapsOf({DataMapTypeEnum::PLSXML});
+    maps->GetDataMapSpec(0)->AddDataItemSpec(
+        L"Class", StaticDataItemSpec::CreateStaticDataItemSpec(L"Class", L"laser", nullptr));
+    const auto collection = Create(device, maps);
+    Variant value;
+    EXPECT_EQ(collection->GetValue(L"Class", value.Receive()), S_OK);
+    EXPECT_EQ(value.Text(), L"laser");
+    EXPECT_EQ(maps->GetDataMapSpec(0)->SizeOf(), 1u);
+}
+
+class RegistryCacheTest : public CreateFromSpecsTest {
+protected:
+    static bool KeyExists(const std::wstring& path) {
+        HKEY key = nullptr;
+        if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
+        RegCloseKey(key);
+        return true;
+    }
+    static std::wstring PathOf(const std::wstring& identity) {
+        return std::wstring(root) + L"\\" + KeyPart(identity) + L"\\PLSXML";
+    }
+
+    const CorvixTest::RegistrySandbox sandbox{HKEY_LOCAL_MACHINE};
+    const TestClock clock;
+    DisposablePtr<RegCacheProvider> cache = RegCacheProvider::Create(root);
+};
+
+TEST_F(RegistryCacheTest, AnswersInALaterCollection) {
+    const auto device = DeviceWith("SN1", "Printer");
+    EXPECT_EQ(ModelOf(*CreatePlsxml(device, cache.Get())), std::wstring(L"Printer") + fromDevice);
+    EXPECT_TRUE(KeyExists(PathOf(L"SN1")));
+    device->resources.erase(L"/model.xml");
+    const auto later = RegCacheProvider::Create(root);
+    EXPECT_EQ(ModelOf(*CreatePlsxml(device, later.Get())), std::wstring(L"Printer") + fromCache);
+    EXPECT_EQ(device->RequestsFor(L"/model.xml"), 1u);
+    TestClock::Advance(600 * TestClock::lifespanUnit);
+    EXPECT_EQ(ModelOf(*CreatePlsxml(device, later.Get())), std::wstring(L"Printer") + fromCache)
+        << "writing a value back does not make it younger, nor older";
+    TestClock::Advance(1);
+    EXPECT_EQ(ModelOf(*CreatePlsxml(device, later.Get())), L"none");
+}
+
+TEST_F(RegistryCacheTest, KeysByTheIdentityWhateverItLooksLike) {
+    struct Case {
+        std::string serial;
+        std::wstring identity;
+    };
+    const Case cases[] = {
+        {"VNB3K12345", L"VNB3K12345"}, {"urn:uuid:1234", L"1234"},
+        {"xuuid:uuid:1", L"uuid:1"},   {"a\\b\\..\\c", L"a\\b\\..\\c"},
+        {"a&#9;b", L"a\tb"},           {std::string(255, 's'), std::wstring(255, L's')},
+        {"\xC3\xA9", L"\u00E9"},
+    };
+    for (const Case& c : cases) {
+        const auto device = DeviceWith(c.serial, c.serial.substr(0, 5));
+        ModelOf(*CreatePlsxml(device, cache.Get()));
+        EXPECT_TRUE(KeyExists(PathOf(c.identity))) << c.serial;
+    }
+    EXPECT_FALSE(KeyExists(std::wstring(root) + L"\\a"));
+}
+
+TEST_F(RegistryCacheTest, DoesNotServeADeviceThatIsNotKnown) {
+    const std::string unusable[] = {"", "uuid:", "urn:uuid:", std::string(256, 's'), std::string(3000, 's')};
+    for (const std::string& serial : unusable) {
+        const auto device = DeviceWith(serial, "Printer");
+        const auto collection = CreatePlsxml(device, cache.Get());
+        EXPECT_EQ(ModelOf(*collection), std::wstring(L"Printer") + fromDevice) << serial;
+    }
+    const auto silent = DeviceWith("SN", "Printer");
+    silent->resources.erase(identityUri);
+    EXPECT_EQ(ModelOf(*CreatePlsxml(silent, cache.Get())), std::wstring(L"Printer") + fromDevice);
+    EXPECT_FALSE(KeyExists(root)) << "nothing was written anywhere";
+}
+
+TEST_F(RegistryCacheTest, KeepsTwoDevicesApart) {
+    const auto one = DeviceWith("ONE", "First");
+    const auto two = DeviceWith("TWO", "Second");
+    {
+        const auto first = CreatePlsxml(one, cache.Get());
+        const auto second = CreatePlsxml(two, cache.Get());
+        ModelOf(*second);
+        ModelOf(*first);
+    }
+    one->resources.erase(L"/model.xml");
+    two->resources.erase(L"/model.xml");
+    EXPECT_EQ(ModelOf(*CreatePlsxml(one, cache.Get())), std::wstring(L"First") + fromCache);
+    EXPECT_EQ(ModelOf(*CreatePlsxml(two, cache.Get())), std::wstring(L"Second") + fromCache);
+    one->resources[identityUri] = two->resources[identityUri];
+    EXPECT_EQ(ModelOf(*CreatePlsxml(one, cache.Get())), std::wstring(L"Second") + fromCache)
+        << "another device behind the same address";
+}
+
+TEST_F(RegistryCacheTest, AsksForTheIdentityOnlyForTheRegistry) {
+    const auto device = DeviceWith("SN1", "Printer");
+    const DisposablePtr<FakeCache> own(new FakeCache);
+    const auto rootless = RegCacheProvider::Create(L"");
+    for (ICacheProvider* other :
+         {static_cast<ICacheProvider*>(nullptr), static_cast<ICacheProvider*>(own.Get()),
+          static_cast<ICacheProvider*>(rootless.Get())}) {
+        ModelOf(*CreatePlsxml(device, other));
+        EXPECT_EQ(device->RequestsFor(identityUri), 0u);
+    }
+    EXPECT_EQ(own->writeBacks, 1);
+    EXPECT_EQ(own->written.count(L"Model"), 1u);
+    CreatePlsxml(device, cache.Get());
+    EXPECT_EQ(device->RequestsFor(identityUri), 1u);
+}
+
+TEST_F(RegistryCacheTest, KnowsDevicesOfEveryProtocol) {
+    const auto device = std::make_shared<FakeDevice>();
+    ServePavo(*device);
+    ServeWs(*device);
+    Create(device, MapsOf({DataMapTypeEnum::Pavo}), cache.Get());
+    Create(device, MapsOf({DataMapTypeEnum::WS}), cache.Get());
+    EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\PAVO1\\Pavo"));
+    EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\MFG:Test;\\WS"));
+}
+
+TEST_F(CreateFromSpecsTest, FillsTheStoreFromPrinterData) {
+    FakeSpooler spooler;
+    spooler.values = {{L"Model", REG_SZ, BytesOf(L"Kept")},
+                      {L"Model.Expires", REG_SZ, BytesOf(std::to_wstring(*KyUtils::CurrentFileTime()))}};
+    const auto device = DeviceWith("SN1", "Printer");
+    const auto cache = PrintDataCacheProvider::Create(FakeSpooler::printer);
+    EXPECT_EQ(ModelOf(*CreatePlsxml(device, cache.Get())), std::wstring(L"Kept") + fromCache);
+    EXPECT_EQ(device->exchanges.size(), 0u);
+    EXPECT_EQ(spooler.writes.size(), 2u) << "written back with its time stamp";
+}
+
+}  // namespace
+}  // namespace Corvix
