@@ -96,11 +96,35 @@ private:
     unsigned depth_ = 0;
 };
 
+/// Where a reader stands. Some readers give the last node of a text that breaks off again and again.
+class Progress {
+public:
+    /// False when the reader did not move on.
+    bool Note(IXmlReader& reader, XmlNodeType node) {
+        UINT line = 0;
+        UINT column = 0;
+        reader.GetLineNumber(&line);
+        reader.GetLinePosition(&column);
+        const bool moved = node != node_ || line != line_ || column != column_;
+        node_ = node;
+        line_ = line;
+        column_ = column;
+        return moved;
+    }
+
+private:
+    XmlNodeType node_ = XmlNodeType_None;
+    UINT line_ = 0;
+    UINT column_ = 0;
+};
+
 HRESULT ReadToEnd(IXmlReader& reader) {
     Nesting nesting;
+    Progress progress;
     XmlNodeType node;
     HRESULT result;
     while ((result = reader.Read(&node)) == S_OK) {
+        if (!progress.Note(reader, node)) return static_cast<HRESULT>(MX_E_INPUTEND);
         if (node == XmlNodeType_DocumentType || !nesting.Enter(reader, node)) return E_FAIL;
     }
     return result == S_FALSE ? S_OK : result;
