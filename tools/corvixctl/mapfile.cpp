@@ -105,7 +105,8 @@ std::wstring ReasonOf(IXMLDOMDocument& document) {
     if (FAILED(document.get_parseError(&error)) || FAILED(error->get_reason(reason.Receive()))) return {};
     std::wstring text(reason.View());
     text.erase(text.find_last_not_of(L" .\r\n") + 1);
-    return text;
+    // Some parsers know no better.
+    return text == L"error" ? std::wstring() : text;
 }
 
 Failure NotXml(const std::wstring& path, const std::string& bytes, IXMLDOMDocument& document) {
@@ -116,7 +117,7 @@ Failure NotXml(const std::wstring& path, const std::string& bytes, IXMLDOMDocume
                                 std::to_wstring(fault->column) + L": " + fault->reason);
     }
     const std::wstring reason = ReasonOf(document);
-    return BadMap(path, L"does not load as XML" + (reason.empty() ? L"" : L": " + reason));
+    return BadMap(path, L"not well-formed XML" + (reason.empty() ? L"" : L": " + reason));
 }
 
 ComPtr<IXMLDOMDocument> ParseMap(const std::wstring& path, const std::string& bytes) {

@@ -81,6 +81,53 @@ private:
     HMODULE module_;
 };
 
+// Reads a document to its end and keeps where it got to.
+class Inspection {
+public:
+    explicit Inspection(IXmlReader& reader) : reader_(reader) {}
+
+    HRESULT Run() {
+        HRESULT result = S_OK;
+        while (result == S_OK)
+            result = ReadNode();
+        NotePosition();
+        // Not every system's reader minds a text without any element.
+        return SUCCEEDED(result) && !hasElement_ ? static_cast<HRESULT>(WC_E_ROOTELEMENT) : result;
+    }
+
+    UINT Line() const { return line_; }
+    UINT Column() const { return column_; }
+
+private:
+    HRESULT ReadNode() {
+        XmlNodeType node = XmlNodeType_None;
+        const HRESULT result = reader_.Read(&node);
+        // Some readers give the last node of a text that breaks off again and again.
+        if (!NotePosition() && result == S_OK && node == last_) return static_cast<HRESULT>(MX_E_INPUTEND);
+        last_ = node;
+        hasElement_ = hasElement_ || node == XmlNodeType_Element;
+        return result;
+    }
+
+    // False when the reader stands where it stood. Readers have no position for some nodes.
+    bool NotePosition() {
+        UINT line = 0;
+        UINT column = 0;
+        reader_.GetLineNumber(&line);
+        reader_.GetLinePosition(&column);
+        if (line == 0 || (line == line_ && column == column_)) return false;
+        line_ = line;
+        column_ = column;
+        return true;
+    }
+
+    IXmlReader& reader_;
+    XmlNodeType last_ = XmlNodeType_None;
+    bool hasElement_ = false;
+    UINT line_ = 0;
+    UINT column_ = 0;
+};
+
 }  // namespace
 
 std::wstring XmlReason(HRESULT result) {
@@ -97,22 +144,12 @@ std::optional<XmlFault> FindXmlFault(IStream& document) {
     if (!reader || FAILED(reader->SetProperty(XmlReaderProperty_DtdProcessing, DtdProcessing_Parse)) ||
         FAILED(reader->SetInput(&document)))
         return std::nullopt;
-    XmlNodeType type = XmlNodeType_None;
-    bool hasElement = false;
-    HRESULT result = S_OK;
-    while (result == S_OK) {
-        hasElement = hasElement || type == XmlNodeType_Element;
-        result = reader->Read(&type);
-    }
-    // Not every system's reader minds a text without any element.
-    if (SUCCEEDED(result) && !hasElement) result = static_cast<HRESULT>(WC_E_ROOTELEMENT);
+    Inspection inspection(*reader.Get());
+    const HRESULT result = inspection.Run();
     if (SUCCEEDED(result)) return std::nullopt;
-    UINT line = 0;
-    UINT column = 0;
-    reader->GetLineNumber(&line);
-    reader->GetLinePosition(&column);
     const std::wstring reason = XmlReason(result);
-    return XmlFault{line, column, reason.empty() ? SystemText(static_cast<unsigned long>(result)) : reason};
+    return XmlFault{inspection.Line(), inspection.Column(),
+                    reason.empty() ? SystemText(static_cast<unsigned long>(result)) : reason};
 }
 
 }  // namespace CorvixCtl
