@@ -24,7 +24,7 @@ public:
     virtual size_t Write(std::string_view bytes, const Waiting& waiting) = 0;
 
     // Whether Read() would come back at once, be it with the end of the connection or a failure.
-    virtual bool IsReadable() = 0;
+    virtual bool IsReadable(const Waiting& waiting) = 0;
 };
 
 }  // namespace CorvixTransport

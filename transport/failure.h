@@ -1,5 +1,5 @@
-// How the transport's own functions fail: they throw a Failure, which the public operations turn into a result
-// and the last error code. No exception leaves the transport.
+// How the transport's own functions fail: they throw a Failure, which the public operations turn into a
+// result and the last error code. No exception leaves the transport.
 #pragma once
 
 #include <winsock2.h>

@@ -1,5 +1,6 @@
 #include "transport/netaddress.h"
 
+#include "transport/netrequest.h"
 #include "transport/text.h"
 
 namespace CorvixTransport {
@@ -11,7 +12,7 @@ using Lock = std::lock_guard<std::mutex>;
 }  // namespace
 
 NetAddress::NetAddress(const NetAddressOptions& options)
-    : options_(options), host_(options.host), port_(options.port) {}
+    : options_(options), device_(std::make_shared<DeviceState>()), host_(options.host), port_(options.port) {}
 
 unsigned long long NetAddress::GetConnectionParameter() { return options_.securityFlags; }
 
@@ -21,40 +22,70 @@ const wchar_t* NetAddress::GetHostName() {
 }
 
 void NetAddress::SetHostName(const wchar_t* host) {
-    const Lock lock(mutex_);
-    host_.Set(host);
+    RunGuarded([&] {
+        const Lock lock(mutex_);
+        host_.Set(host);
+    });
 }
 
 const wchar_t* NetAddress::GetDisplayName() {
     return options_.displayName.empty() ? nullptr : options_.displayName.c_str();
 }
 
-HRESULT NetAddress::CreateHTTPRequest(Corvix::HTTPRequest**, unsigned long) { return E_NOTIMPL; }
+RequestSettings NetAddress::SettingsFor(unsigned short port) {
+    const Lock lock(mutex_);
+    RequestSettings settings;
+    settings.device = device_;
+    settings.host = host_.Get();
+    settings.port = port;
+    settings.realPort = options_.portMap.Tcp(port);
+    settings.secure = options_.secure;
+    settings.securityFlags = options_.securityFlags;
+    settings.credentials = {ToUtf8(options_.userName), ToUtf8(options_.password)};
+    settings.timeoutMilliseconds = options_.timeoutMilliseconds;
+    settings.responseLimitMilliseconds = options_.responseLimitMilliseconds;
+    settings.maximumBodyLength = options_.maximumBodyLength;
+    settings.observer = options_.observer;
+    return settings;
+}
+
+HRESULT NetAddress::CreateHTTPRequest(Corvix::HTTPRequest** request, unsigned long port) {
+    if (!request || port == 0 || port > 65535) return E_INVALIDARG;
+    const unsigned long error = RunGuarded([&] {
+        *request = MakeRefCounted<NetRequest>(SettingsFor(static_cast<unsigned short>(port))).Release();
+    });
+    return HRESULT_FROM_WIN32(error);
+}
+
+SnmpOptions NetAddress::SnmpSettings() {
+    const Lock lock(mutex_);
+    SnmpOptions snmp = options_.snmp;
+    snmp.host = host_.Get();
+    snmp.port = options_.portMap.Udp(161);
+    return snmp;
+}
 
 HRESULT NetAddress::CreateMIBConnection(Corvix::MIBConnection** connection) {
     if (!connection) return E_INVALIDARG;
-    SnmpOptions snmp;
-    {
-        const Lock lock(mutex_);
-        snmp = options_.snmp;
-        snmp.host = host_.Get();
-        snmp.port = options_.portMap.Udp(161);
-    }
-    Corvix::MIBConnection* made = CreateSnmpConnection(snmp);
+    Corvix::MIBConnection* made = nullptr;
+    const unsigned long error = RunGuarded([&] { made = CreateSnmpConnection(SnmpSettings()); });
+    if (error != ERROR_SUCCESS) return HRESULT_FROM_WIN32(error);
     if (!made) return GetLastError() ? HRESULT_FROM_WIN32(GetLastError()) : E_FAIL;
     *connection = made;
     return S_OK;
 }
 
 void NetAddress::SetCredentials(const wchar_t* userName, const wchar_t* password) {
-    const Lock lock(mutex_);
-    options_.userName = userName ? userName : L"";
-    options_.password = password ? password : L"";
+    RunGuarded([&] {
+        const Lock lock(mutex_);
+        options_.userName = userName ? userName : L"";
+        options_.password = password ? password : L"";
+    });
 }
 
 void NetAddress::SetTimeout(unsigned long milliseconds) {
     const Lock lock(mutex_);
-    options_.timeoutMilliseconds = milliseconds;
+    if (milliseconds != 0) options_.timeoutMilliseconds = milliseconds;
 }
 
 unsigned long NetAddress::GetTimeout() {
@@ -63,8 +94,10 @@ unsigned long NetAddress::GetTimeout() {
 }
 
 void NetAddress::SetPort(const wchar_t* port) {
-    const Lock lock(mutex_);
-    port_.Set(port);
+    RunGuarded([&] {
+        const Lock lock(mutex_);
+        port_.Set(port);
+    });
 }
 
 const wchar_t* NetAddress::GetPort() {
@@ -89,11 +122,9 @@ void NetAddress::SetMaximumBodyLength(unsigned long bytes) {
 
 bool NetAddress::IsSameDevice(Corvix::Address* other) {
     if (!other || !other->GetHostName() || !other->GetPort()) return false;
-    // The other's texts are read before our lock is taken: it may be this very address.
-    const std::wstring host = other->GetHostName();
-    const std::wstring port = other->GetPort();
-    const Lock lock(mutex_);
-    return EqualsIgnoringCase<wchar_t>(host, host_.Get()) && port == port_.Get();
+    const std::wstring_view host = other->GetHostName();
+    const std::wstring_view port = other->GetPort();
+    return EqualsIgnoringCase<wchar_t>(host, GetHostName()) && port == GetPort();
 }
 
 bool NetAddress::IsWebServicePortAvailable() { return options_.webServicePortAvailable; }

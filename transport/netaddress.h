@@ -1,10 +1,12 @@
 // The address of the reference transport.
 #pragma once
 
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
 
+#include "transport/exchangecontext.h"
 #include "transport/nettransport.h"
 #include "transport/refcounted.h"
 
@@ -47,9 +49,13 @@ public:
     const wchar_t* GetTypeName() override { return L"CorvixTransport::NetAddress"; }
 
 private:
+    RequestSettings SettingsFor(unsigned short port);
+    SnmpOptions SnmpSettings();
+
     std::mutex mutex_;
     // Host and port of the options are those of the construction; the current ones are in the two texts.
     NetAddressOptions options_;
+    const std::shared_ptr<DeviceState> device_;
     StableText host_;
     StableText port_;
 };

@@ -1,18 +1,16 @@
-// Host names to addresses.
+// Host names to addresses, without waiting longer than the request is willing to.
 #pragma once
 
-#include <winsock2.h>
-#include <ws2tcpip.h>
-
 #include <string>
-#include <vector>
 
 #include "transport/waiting.h"
+#include "transport/winsock.h"
 
 namespace CorvixTransport {
 
-// The addresses of a host (an IPv4 or IPv6 address, or a name) in the system's order; at least one. Winsock has
-// to be started.
-std::vector<SOCKADDR_STORAGE> ResolveHost(const std::wstring& host, unsigned short port, const Waiting& waiting);
+// The TCP addresses of a host, at least one. The system's own resolver cannot be interrupted: a name is
+// looked up on another thread, which is left to itself when the time is up or the request is cancelled.
+// Winsock has to be started.
+AddressList ResolveHost(const std::wstring& host, unsigned short port, const Waiting& waiting);
 
 }  // namespace CorvixTransport

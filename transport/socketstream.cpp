@@ -10,56 +10,63 @@ namespace {
 
 // A call that is told to send more than the system buffers at a time only makes progress harder to see.
 constexpr size_t maximumSend = 256 * 1024;
+constexpr size_t maximumReceive = 1024 * 1024;
 
 unsigned long LastSocketError() { return static_cast<unsigned long>(WSAGetLastError()); }
 
-int LengthOf(const SOCKADDR_STORAGE& address) {
-    return address.ss_family == AF_INET6 ? static_cast<int>(sizeof(SOCKADDR_IN6)) : static_cast<int>(sizeof(SOCKADDR_IN));
+size_t CountAddresses(const addrinfoW* address) {
+    size_t count = 0;
+    for (; address; address = address->ai_next)
+        ++count;
+    return count;
+}
+
+// The time left, shared out among the addresses that are still to be tried: one that swallows everything
+// must not use up the chance of the others.
+Waiting ShareFor(const addrinfoW* address, const Waiting& waiting) {
+    const size_t left = CountAddresses(address);
+    const unsigned long time = std::min(waiting.stallMilliseconds, waiting.deadline.RemainingMilliseconds());
+    return waiting.Within(std::max<unsigned long>(1, time / static_cast<unsigned long>(left)));
 }
 
 }  // namespace
 
-WinsockSession::WinsockSession() {
-    WSADATA data;
-    const int error = WSAStartup(MAKEWORD(2, 2), &data);
-    ThrowUnless(error == 0, static_cast<unsigned long>(error));
-}
-
-Socket::Socket(int family) : handle_(socket(family, SOCK_STREAM, IPPROTO_TCP)) {
-    ThrowUnless(handle_ != INVALID_SOCKET, LastSocketError());
-}
-
 std::unique_ptr<SocketStream> SocketStream::Connect(const std::wstring& host, unsigned short port,
                                                     const Waiting& waiting) {
     const WinsockSession winsock;
-    const std::vector<SOCKADDR_STORAGE> addresses = ResolveHost(host, port, waiting);
-    for (size_t i = 0;; ++i) {
+    ThrowUnless(winsock.Status() == 0, static_cast<unsigned long>(winsock.Status()));
+    const AddressList addresses = ResolveHost(host, port, waiting);
+    const Waiting whole = waiting.Within(waiting.stallMilliseconds);
+    for (const addrinfoW* address = addresses.get();; address = address->ai_next) {
         try {
-            const auto* address = reinterpret_cast<const SOCKADDR*>(&addresses[i]);
-            return std::unique_ptr<SocketStream>(new SocketStream(address, LengthOf(addresses[i]), waiting));
+            return std::unique_ptr<SocketStream>(new SocketStream(*address, ShareFor(address, whole)));
         } catch (const Failure& failure) {
-            if (failure.Code() == ERROR_CANCELLED || i + 1 == addresses.size()) throw;
+            if (failure.Code() == ERROR_CANCELLED || !address->ai_next) throw;
         }
     }
 }
 
-SocketStream::SocketStream(const SOCKADDR* address, int length, const Waiting& waiting)
-    : socket_(address->sa_family) {
+SocketStream::SocketStream(const addrinfoW& address, const Waiting& waiting)
+    : socket_(socket(address.ai_family, address.ai_socktype, address.ai_protocol)) {
+    ThrowUnless(static_cast<bool>(socket_), LastSocketError());
     const BOOL noDelay = TRUE;
-    setsockopt(socket_.Get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&noDelay), sizeof noDelay);
+    setsockopt(socket_.Get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&noDelay),
+               sizeof noDelay);
     // From here on the socket does not block: every wait is one for events.
     const int selected =
         WSAEventSelect(socket_.Get(), event_.Get(), FD_CONNECT | FD_READ | FD_WRITE | FD_CLOSE);
     ThrowUnless(selected == 0, LastSocketError());
-    if (connect(socket_.Get(), address, length) == 0) return;
+    if (connect(socket_.Get(), address.ai_addr, static_cast<int>(address.ai_addrlen)) == 0) return;
     ThrowUnless(WSAGetLastError() == WSAEWOULDBLOCK, LastSocketError());
-    for (;;) {
-        const WSANETWORKEVENTS events = WaitForEvents(waiting);
-        if (!(events.lNetworkEvents & FD_CONNECT)) continue;
-        const int error = events.iErrorCode[FD_CONNECT_BIT];
-        ThrowUnless(error == 0, static_cast<unsigned long>(error));
-        return;
-    }
+    WaitUntilConnected(waiting);
+}
+
+void SocketStream::WaitUntilConnected(const Waiting& waiting) {
+    WSANETWORKEVENTS events = {};
+    while (!(events.lNetworkEvents & FD_CONNECT))
+        events = WaitForEvents(waiting);
+    const int error = events.iErrorCode[FD_CONNECT_BIT];
+    ThrowUnless(error == 0, static_cast<unsigned long>(error));
 }
 
 WSANETWORKEVENTS SocketStream::WaitForEvents(const Waiting& waiting) {
@@ -70,10 +77,10 @@ WSANETWORKEVENTS SocketStream::WaitForEvents(const Waiting& waiting) {
 }
 
 size_t SocketStream::Read(char* buffer, size_t capacity, const Waiting& waiting) {
-    const int wanted = static_cast<int>(std::min<size_t>(capacity, 1 << 20));
+    const int wanted = static_cast<int>(std::min(capacity, maximumReceive));
     for (;;) {
         // A device that always has another byte ready must not keep us past the deadline either.
-        ThrowUnless(waiting.deadline.RemainingMilliseconds() > 0, ERROR_TIMEOUT);
+        waiting.Check();
         const int count = recv(socket_.Get(), buffer, wanted, 0);
         if (count >= 0) return static_cast<size_t>(count);
         ThrowUnless(WSAGetLastError() == WSAEWOULDBLOCK, LastSocketError());
@@ -84,6 +91,7 @@ size_t SocketStream::Read(char* buffer, size_t capacity, const Waiting& waiting)
 size_t SocketStream::Write(std::string_view bytes, const Waiting& waiting) {
     size_t sent = 0;
     while (sent < bytes.size()) {
+        waiting.Check();
         const int wanted = static_cast<int>(std::min(bytes.size() - sent, maximumSend));
         const int count = send(socket_.Get(), bytes.data() + sent, wanted, 0);
         if (count >= 0) {
@@ -91,13 +99,13 @@ size_t SocketStream::Write(std::string_view bytes, const Waiting& waiting) {
             continue;
         }
         ThrowUnless(WSAGetLastError() == WSAEWOULDBLOCK, LastSocketError());
-        if (IsReadable()) return sent;
+        if (IsReadable(waiting)) return sent;
         WaitForEvents(waiting);
     }
     return sent;
 }
 
-bool SocketStream::IsReadable() {
+bool SocketStream::IsReadable(const Waiting&) {
     char byte;
     return recv(socket_.Get(), &byte, 1, MSG_PEEK) >= 0 || WSAGetLastError() != WSAEWOULDBLOCK;
 }

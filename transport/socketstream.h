@@ -1,39 +1,13 @@
-// TCP connections over Winsock.
+// A TCP connection over Winsock.
 #pragma once
-
-#include <winsock2.h>
-#include <ws2tcpip.h>
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "transport/bytestream.h"
+#include "transport/winsock.h"
 
 namespace CorvixTransport {
-
-// Winsock is usable as long as one of these lives.
-class WinsockSession {
-public:
-    WinsockSession();
-    ~WinsockSession() { WSACleanup(); }
-    WinsockSession(const WinsockSession&) = delete;
-    WinsockSession& operator=(const WinsockSession&) = delete;
-};
-
-// Owns a socket.
-class Socket {
-public:
-    explicit Socket(int family);
-    ~Socket() { closesocket(handle_); }
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-
-    SOCKET Get() const { return handle_; }
-
-private:
-    SOCKET handle_;
-};
 
 class SocketStream final : public ByteStream {
 public:
@@ -43,11 +17,12 @@ public:
 
     size_t Read(char* buffer, size_t capacity, const Waiting& waiting) override;
     size_t Write(std::string_view bytes, const Waiting& waiting) override;
-    bool IsReadable() override;
+    bool IsReadable(const Waiting& waiting) override;
 
 private:
-    SocketStream(const SOCKADDR* address, int length, const Waiting& waiting);
+    SocketStream(const addrinfoW& address, const Waiting& waiting);
 
+    void WaitUntilConnected(const Waiting& waiting);
     // Waits until something happens to the socket; whoever waits tries its own operation again.
     WSANETWORKEVENTS WaitForEvents(const Waiting& waiting);
 
@@ -55,6 +30,5 @@ private:
     Socket socket_;
     NetEvent event_;
 };
-
 
 }  // namespace CorvixTransport

@@ -23,17 +23,20 @@ std::basic_string_view<Char> Trim(std::basic_string_view<Char> text) {
     return text;
 }
 
+/// ASCII letters in lower case, everything else as it is.
+template <class Char>
+std::basic_string<Char> ToLower(std::basic_string<Char> text) {
+    for (Char& c : text) {
+        if (c >= Char('A') && c <= Char('Z')) c = static_cast<Char>(c - Char('A') + Char('a'));
+    }
+    return text;
+}
+
 /// Compares as protocols do: ASCII letters without case, everything else as it is.
 template <class Char>
 bool EqualsIgnoringCase(std::basic_string_view<Char> left, std::basic_string_view<Char> right) {
-    const auto lower = [](Char c) {
-        return c >= Char('A') && c <= Char('Z') ? Char(c - Char('A') + Char('a')) : c;
-    };
-    if (left.size() != right.size()) return false;
-    for (size_t i = 0; i < left.size(); ++i) {
-        if (lower(left[i]) != lower(right[i])) return false;
-    }
-    return true;
+    return left.size() == right.size() &&
+           ToLower(std::basic_string<Char>(left)) == ToLower(std::basic_string<Char>(right));
 }
 inline bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
     return EqualsIgnoringCase<char>(left, right);

@@ -3,6 +3,7 @@
 
 #include <winsock2.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 
@@ -13,34 +14,51 @@ namespace CorvixTransport {
 // Owns an event that Winsock can wait for.
 class NetEvent {
 public:
-    NetEvent() : handle_(WSACreateEvent()) { ThrowUnless(handle_ != WSA_INVALID_EVENT, ERROR_NO_SYSTEM_RESOURCES); }
+    NetEvent() : handle_(WSACreateEvent()) {
+        ThrowUnless(handle_ != WSA_INVALID_EVENT, ERROR_NO_SYSTEM_RESOURCES);
+    }
     ~NetEvent() { WSACloseEvent(handle_); }
     NetEvent(const NetEvent&) = delete;
     NetEvent& operator=(const NetEvent&) = delete;
 
     WSAEVENT Get() const { return handle_; }
     void Set() const { WSASetEvent(handle_); }
-    bool IsSet() const { return WSAWaitForMultipleEvents(1, &handle_, FALSE, 0, FALSE) == WSA_WAIT_EVENT_0; }
 
 private:
     WSAEVENT handle_;
 };
 
+// A request's wish to end, told by another thread.
+class Cancellation {
+public:
+    void Request() {
+        requested_ = true;
+        event_.Set();
+    }
+    bool IsRequested() const { return requested_; }
+    WSAEVENT Event() const { return event_.Get(); }
+
+private:
+    std::atomic<bool> requested_{false};
+    NetEvent event_;
+};
+
 // A point in time after which nothing is waited for.
 class Deadline {
 public:
-    using Clock = std::chrono::steady_clock;
-
     static Deadline After(unsigned long milliseconds) {
         return Deadline(Clock::now() + std::chrono::milliseconds(milliseconds));
     }
 
+    // Rounded up, so that 0 means that the time is really over.
     unsigned long RemainingMilliseconds() const {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end_ - Clock::now()).count();
-        return left > 0 ? static_cast<unsigned long>(left) + 1 : 0;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
+        return left > 0 ? static_cast<unsigned long>(left) : 0;
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     explicit Deadline(Clock::time_point end) : end_(end) {}
 
     Clock::time_point end_;
@@ -48,23 +66,29 @@ private:
 
 // What every waiting operation of a request is bounded by.
 struct Waiting {
-    // Set from another thread when the exchange is to end.
-    const NetEvent& cancelled;
+    const Cancellation& cancellation;
     // The longest wait without any progress.
     unsigned long stallMilliseconds;
     // The end of all waiting, however much progress there is.
     Deadline deadline;
 
-    Waiting Until(unsigned long milliseconds) const {
-        return {cancelled, stallMilliseconds, Deadline::After(milliseconds)};
+    // The same, with an end of its own.
+    Waiting Within(unsigned long milliseconds) const {
+        return {cancellation, stallMilliseconds, Deadline::After(milliseconds)};
+    }
+
+    // Throws ERROR_CANCELLED or ERROR_TIMEOUT when there is nothing to wait for any more.
+    void Check() const {
+        ThrowUnless(!cancellation.IsRequested(), ERROR_CANCELLED);
+        ThrowUnless(deadline.RemainingMilliseconds() > 0, ERROR_TIMEOUT);
     }
 };
 
 // Waits for the event. Throws ERROR_CANCELLED, or ERROR_TIMEOUT when nothing happened in time.
 inline void WaitFor(WSAEVENT event, const Waiting& waiting) {
-    const WSAEVENT events[] = {waiting.cancelled.Get(), event};
-    const unsigned long left = waiting.deadline.RemainingMilliseconds();
-    const unsigned long patience = left < waiting.stallMilliseconds ? left : waiting.stallMilliseconds;
+    const WSAEVENT events[] = {waiting.cancellation.Event(), event};
+    const unsigned long patience =
+        std::min(waiting.deadline.RemainingMilliseconds(), waiting.stallMilliseconds);
     const DWORD woken = WSAWaitForMultipleEvents(2, events, FALSE, patience, FALSE);
     ThrowUnless(woken != WSA_WAIT_FAILED, static_cast<unsigned long>(WSAGetLastError()));
     ThrowUnless(woken != WSA_WAIT_EVENT_0, ERROR_CANCELLED);

@@ -10,14 +10,6 @@ namespace CorvixTransport {
 
 namespace {
 
-std::string ToLower(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return lower;
-}
-
 // Goes over a header value from left to right.
 class Scanner {
 public:
@@ -79,7 +71,7 @@ bool TakeParameterValue(Scanner& scanner, std::string_view name, std::vector<Cha
     }
     std::string value;
     if (!scanner.TakeValue(value)) return false;
-    challenges.back().parameters.emplace(ToLower(name), value);
+    challenges.back().parameters.emplace(ToLower(std::string(name)), value);
     return true;
 }
 
@@ -165,7 +157,7 @@ std::vector<Challenge> ParseChallenges(std::string_view headerValue) {
         }
         scanner.SkipBlanks();
         if (!scanner.Take('=')) {
-            challenges.push_back({ToLower(word), {}});
+            challenges.push_back({ToLower(std::string(word)), {}});
         } else if (!TakeParameterValue(scanner, word, challenges)) {
             break;
         }

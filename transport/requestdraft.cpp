@@ -1,0 +1,75 @@
+#include "transport/requestdraft.h"
+
+#include <winhttp.h>
+
+#include "transport/text.h"
+
+namespace CorvixTransport {
+
+namespace {
+
+std::string TextOf(const wchar_t* text) { return text ? ToUtf8(text) : std::string(); }
+
+}  // namespace
+
+void RequestDraft::Refuse(unsigned long error) {
+    if (error_ == 0) error_ = error;
+}
+
+void RequestDraft::SetUri(const wchar_t* path) {
+    if (!MakeTarget(TextOf(path), target_)) Refuse(ERROR_WINHTTP_INVALID_URL);
+}
+
+bool RequestDraft::SetMethod(const wchar_t* method) {
+    const std::string text = TextOf(method);
+    if (!IsToken(text)) return false;
+    method_ = text;
+    return true;
+}
+
+void RequestDraft::SetContentType(const wchar_t* contentType) {
+    const std::string text = TextOf(contentType);
+    if (!IsFieldValue(text)) return Refuse(ERROR_WINHTTP_INVALID_HEADER);
+    contentType_ = text;
+}
+
+void RequestDraft::AddHeader(const wchar_t* name, const wchar_t* value) {
+    const std::string nameText = TextOf(name);
+    const std::string valueText = TextOf(value);
+    if (!IsToken(nameText) || !IsFieldValue(valueText)) return Refuse(ERROR_WINHTTP_INVALID_HEADER);
+    AddChecked(nameText, valueText);
+}
+
+// The headers that say how the body is carried are ours to write, and there must be one of each.
+void RequestDraft::AddChecked(const std::string& name, const std::string& value) {
+    if (EqualsIgnoringCase(name, "Content-Length")) return;
+    if (EqualsIgnoringCase(name, "Content-Type")) {
+        contentType_ = value;
+    } else if (!EqualsIgnoringCase(name, "Transfer-Encoding")) {
+        headers_.Add(name, value);
+    } else if (EqualsIgnoringCase(Trim<char>(value), "chunked")) {
+        chunkedByCaller_ = true;
+    } else {
+        Refuse(ERROR_WINHTTP_INVALID_HEADER);
+    }
+}
+
+RequestHead RequestDraft::MakeHead(const std::string& host, BodyFraming framing,
+                                   unsigned long long length) const {
+    RequestHead head = {method_, target_, {}};
+    const auto addDefault = [&](const char* name, const std::string& value) {
+        if (!headers_.Find(name)) head.headers.Add(name, value);
+    };
+    addDefault("Host", host);
+    addDefault("User-Agent", "CorvixTransport/1.0");
+    addDefault("Accept", "*/*");
+    if (!contentType_.empty()) head.headers.Add("Content-Type", contentType_);
+    if (framing == BodyFraming::Length) head.headers.Add("Content-Length", std::to_string(length));
+    if (framing == BodyFraming::CallersChunks || framing == BodyFraming::OwnChunks)
+        head.headers.Add("Transfer-Encoding", "chunked");
+    for (const auto& [name, value] : headers_)
+        head.headers.Add(name, value);
+    return head;
+}
+
+}  // namespace CorvixTransport
