@@ -12,6 +12,7 @@
 #include <functional>
 #include <string>
 
+#include "corvixdm/disposableptr.h"
 #include "corvixdm/transport.h"
 #include "transport/portmap.h"
 #include "transport/snmpconnection.h"

@@ -21,7 +21,7 @@ int HexDigit(char c) {
 constexpr size_t maximumSizeDigits = 18;
 constexpr size_t maximumSizeHexDigits = 15;
 
-// Bytes of a chunk's size line that are not counted against the limit of the head.
+// Bytes of a line of a chunk's frame that are not counted against the limit of the head.
 constexpr size_t maximumFreeFrame = 64;
 
 bool ParseDecimal(std::string_view text, uint64_t& value) {
@@ -204,17 +204,19 @@ void ResponseReader::TakeChunkSize(std::string_view line) {
         size = size * 16 + static_cast<uint64_t>(digit);
     }
     if (size > limits_.bodyBytes - body_.size()) return Fail(ResponseFault::BodyTooLong);
-    // The frames of many small chunks are no reason to take a long body for a long head; long extensions are.
-    headBytes_ -= std::min({headBytes_, line.size() + 1, maximumFreeFrame});
+    ForgiveFrame();
     left_ = size;
     state_ = size == 0 ? State::TrailerLine : State::ChunkData;
 }
 
 void ResponseReader::TakeChunkEnd(std::string_view line) {
     if (!line.empty()) return Fail(ResponseFault::BadChunk);
-    headBytes_ -= std::min<size_t>(headBytes_, 1);
+    ForgiveFrame();
     state_ = State::ChunkSize;
 }
+
+// The frames of many small chunks are no reason to take a long body for a long head; long extensions are.
+void ResponseReader::ForgiveFrame() { headBytes_ -= std::min(line_.size() + 1, maximumFreeFrame); }
 
 void ResponseReader::TakeTrailerLine(std::string_view line) {
     if (line.empty()) state_ = State::Complete;

@@ -86,6 +86,7 @@ private:
     void TakeChunkSize(std::string_view line);
     void TakeChunkEnd(std::string_view line);
     void TakeTrailerLine(std::string_view line);
+    void ForgiveFrame();
     void EndHead();
     void BeginBody();
     void BeginLengthBody(uint64_t length);
