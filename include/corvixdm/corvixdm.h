@@ -8,6 +8,7 @@
 #include "datamapspec.h"
 #include "disposable.h"
 #include "disposableptr.h"
+#include "ippprovider.h"
 #include "ipprequest.h"
 #include "ippresponse.h"
 #include "pavoprovider.h"

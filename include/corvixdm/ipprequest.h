@@ -143,6 +143,8 @@ public:
     virtual const std::vector<IPPAttributeBlob>& GetBlobVector() const = 0;
     /// The names of the attributes in the blobs. A "copies" among them takes the place of SetCopy().
     virtual const std::vector<std::string>& GetAttributesVector() const = 0;
+    /// Whether SetLastDocument() was called: operations that send a document want to be told either way.
+    virtual bool HasLastDocument() const = 0;
 };
 
 }  // namespace Corvix

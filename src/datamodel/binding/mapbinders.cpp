@@ -2,12 +2,16 @@
 
 #include <utility>
 
+#include "datamodel/ipp/ippdatamapper.h"
+#include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/xml/pavoproviderimpl.h"
 #include "datamodel/xml/plsxmlproviderimpl.h"
 #include "datamodel/xml/wsproviderimpl.h"
 #include "datamodel/xml/xmldatamapper.h"
 #include "datamodel/xml/xmlidentity.h"
+#include "utilslib/com.h"
 #include "utilslib/logging.h"
+#include "utilslib/stringutils.h"
 
 namespace Corvix {
 namespace {
@@ -29,10 +33,33 @@ BoundMap BindXml(DisposablePtr<IXMLProvider> provider, DataMapSpec& map, bool id
             std::move(identity)};
 }
 
-/// Whether the device speaks the print contract, which takes the place of its Pavo resources. Only an IPP
-/// query can tell ("veyra-pc-version-major"), and the library has no IPP provider yet: until it has, no
-/// device counts as one.
-bool IsPrintContractDevice(Address&) { return false; }
+DisposablePtr<IPPProvider> CreateIppProvider(Address& address, const wchar_t* resource) {
+    IPPProviderImpl::Settings settings;
+    settings.resource = resource ? resource : KyUtils::ToWide(defaultPrinterResource);
+    return IPPProviderImpl::Create(&address, settings);
+}
+
+std::wstring ReadText(IPPProvider& provider, const char* attribute) {
+    KyUtils::Variant value;
+    return provider.GetValue(attribute, value.Receive()) == S_OK ? std::wstring(value.Text())
+                                                                 : std::wstring();
+}
+
+BoundMap BindIpp(Address& address, DataMapSpec& map, bool identityWanted) {
+    const auto* parameters = dynamic_cast<const IPPDataItemSpec*>(map.GetDataItemSpec(L"IPPParams"));
+    DisposablePtr<IPPProvider> provider =
+        CreateIppProvider(address, parameters ? parameters->GetResourceUri() : nullptr);
+    if (!provider) return {};
+    std::wstring identity = identityWanted ? ReadText(*provider, "printer-uuid") : std::wstring();
+    return {IPPDataMapper::Create(std::move(provider), DisposablePtr<DataMapSpec>::Share(&map)),
+            std::move(identity)};
+}
+
+/// Whether the device speaks the print contract, which takes the place of its Pavo resources.
+bool IsPrintContractDevice(Address& address) {
+    const DisposablePtr<IPPProvider> provider = CreateIppProvider(address, nullptr);
+    return provider && !ReadText(*provider, "veyra-pc-version-major").empty();
+}
 
 BoundMap BindPavo(Address& address, DataMapSpec& map, bool identityWanted) {
     if (IsPrintContractDevice(address)) return {};
@@ -69,6 +96,8 @@ MapBinder BinderOf(DataMapTypeEnum type) {
             return BindWs;
         case DataMapTypeEnum::PLSXML:
             return BindPlsxml;
+        case DataMapTypeEnum::IPP:
+            return BindIpp;
         default:
             return nullptr;
     }

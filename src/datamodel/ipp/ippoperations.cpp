@@ -134,7 +134,20 @@ HRESULT IPPOperations::FormBody(int operation, IPPRequestBase* record,
 
 void IPPOperations::ForgetRequest() {
     stream_ = nullptr;
-    request_.Reset();
+    TakeRequest(nullptr);
+}
+
+/// Puts a request in the place of the one in hand. False when the object was cancelled.
+bool IPPOperations::TakeRequest(DisposablePtr<HTTPRequest> request) {
+    const std::lock_guard<std::mutex> lock(requestLock_);
+    request_ = std::move(request);
+    return !cancelled_;
+}
+
+void IPPOperations::Cancel() {
+    const std::lock_guard<std::mutex> lock(requestLock_);
+    cancelled_ = true;
+    if (request_) request_->Cancel();
 }
 
 /// Gives the request up. The last error becomes `reason`, or what the transport says where that is 0.
@@ -151,11 +164,12 @@ HRESULT IPPOperations::BeginRequest(bool secure) {
     httpStatus_ = 0;
     const unsigned long port = PortOf(*address_, secure);
     address_->SetSecure(secure);
-    if (address_->CreateHTTPRequest(request_.Receive(), port) != S_OK || !request_) {
+    DisposablePtr<HTTPRequest> request;
+    if (address_->CreateHTTPRequest(request.Receive(), port) != S_OK || !request) {
         logSource.Error(L"failed to createhttpRequest");
-        request_.Reset();
         return E_FAIL;
     }
+    if (!TakeRequest(std::move(request))) return FailWith(ERROR_CANCELLED);
     if (request_->SetMethod(L"POST") != S_OK) return FailWith(0);
     request_->SetURI(resource_.c_str());
     request_->SetContentType(L"application/ipp");

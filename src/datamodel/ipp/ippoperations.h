@@ -5,6 +5,7 @@
 
 #include <oaidl.h>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -75,6 +76,10 @@ public:
     HRESULT GetStreamedResponse(HTTPResponse** response);
     /// Whether a streamed exchange was begun and its answer not yet fetched.
     bool IsStreaming() const { return stream_ != nullptr; }
+    /// Whether the device answered before a streamed body was sent to its end.
+    bool HasEarlyAnswer() const { return stream_ && stream_->GetResponseStatus() != 0; }
+    /// Ends the exchange in hand and refuses every later one. Any thread.
+    void Cancel();
     /// The HTTP status of the last answer, 0 when there was none.
     unsigned long HttpStatus() const { return httpStatus_; }
 
@@ -98,6 +103,7 @@ public:
 
 private:
     bool AsksForNothing(int operation) const;
+    bool TakeRequest(DisposablePtr<HTTPRequest> request);
     HRESULT BeginRequest(bool secure);
     HRESULT Exchange(int operation, IPPRequestBase* record, HTTPResponse** response);
     HRESULT FormBody(int operation, IPPRequestBase* record, std::vector<unsigned char>& body) const;
@@ -112,6 +118,8 @@ private:
     std::string_view TargetName() const;
 
     Address* address_;
+    std::mutex requestLock_;  ///< held while request_ changes hands, for Cancel()
+    bool cancelled_ = false;
     DisposablePtr<HTTPRequest> request_;
     KyHTTPRequestEx* stream_ = nullptr;  ///< request_, once a streamed exchange began over it
     std::shared_ptr<const Ipp::Response> response_;

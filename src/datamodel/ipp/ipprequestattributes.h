@@ -1,6 +1,8 @@
 /// The request record.
 #pragma once
 
+#include <optional>
+
 #include "corvixdm/ipprequest.h"
 #include "datamodel/ipp/storedtext.h"
 #include "utilslib/disposable.h"
@@ -49,7 +51,8 @@ public:
     void SetJobID(unsigned id) override { jobId_ = id; }
     unsigned GetJobID() const override { return jobId_; }
     void SetLastDocument(bool last) override { lastDocument_ = last; }
-    bool GetLastDocument() const override { return lastDocument_; }
+    bool GetLastDocument() const override { return lastDocument_.value_or(false); }
+    bool HasLastDocument() const override { return lastDocument_.has_value(); }
     void SetUsername(const wchar_t* userName) override { userName_.Set(userName); }
     const wchar_t* GetUsername() const override { return userName_.Get(); }
     void SetPassword(const wchar_t* password) override { password_.Set(password); }
@@ -89,7 +92,7 @@ private:
     int contentOptimize_ = static_cast<int>(IPPContentOptimize::NotSent);
     bool fidelity_ = false;
     bool marginsPreApplied_ = false;
-    bool lastDocument_ = false;
+    std::optional<bool> lastDocument_;
     HTTPHeaderList extraHeaders_;
     std::vector<IPPAttributeBlob> blobs_;
     std::vector<std::string> attributeNames_;

@@ -1,0 +1,206 @@
+// How a provider comes to be: the probe, the first exchange, the choice of the printer's URI.
+#include <windows.h>
+
+#include <wininet.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "datamodel/ipp/codec/tags.h"
+#include "datamodel/ipp/deviceprobe.h"
+#include "datamodel/ipp/ippproviderimpl.h"
+#include "datamodel/ipp/printeruri.h"
+#include "utilslib/com.h"
+#include "utilslib/lasterror.h"
+#include "utilslib/logging.h"
+#include "utilslib/stringutils.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+constexpr DWORD schemeLength = 32;
+constexpr DWORD hostNameLength = 256;
+constexpr DWORD urlPathLength = 2048;
+constexpr DWORD shortestPath = 4;
+constexpr INTERNET_PORT acceptedPorts[] = {0, 631, 443};
+constexpr const wchar_t* ippPort = L"631";
+/// HTTP statuses that say that the printer does not know the URI.
+constexpr DWORD unknownUriStatuses[] = {400, 404, 405};
+
+template <class Range, class Value>
+bool Holds(const Range& range, const Value& value) {
+    return std::find(std::begin(range), std::end(range), value) != std::end(range);
+}
+
+std::nullptr_t FailWith(DWORD error) {
+    SetLastError(error);
+    return nullptr;
+}
+
+std::nullptr_t FailWith(IPPError error) { return FailWith(static_cast<DWORD>(error)); }
+
+/// Sets the last error of a device that cannot be reached.
+bool IsReachable(const std::wstring& host) {
+    if (IsUsbPortName(host) || DeviceExists(host, L"631")) return true;
+    logSource.Error(L"IPP support is not present in the device");
+    logSource.Error(L"Failed with error %d", static_cast<int>(GetLastError()));
+    FailWith(DeviceExists(host, L"80") ? IPPError::NotSupported : IPPError::NotReachable);
+    return false;
+}
+
+bool IsIppUri(const std::wstring& text) {
+    const UriScheme scheme = ClassifyUriScheme(text.c_str());
+    return scheme == UriScheme::Ipp || scheme == UriScheme::SecureIpp;
+}
+
+/// A Get-Printer-Attributes exchange; what it brought stays in the operations.
+bool ReadPrinter(IPPOperations& operations, bool secure) {
+    DisposablePtr<HTTPResponse> response;
+    if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetPrinterAttributes, response.Receive(), nullptr,
+                                         secure)))
+        return false;
+    KyUtils::Variant value;
+    if (FAILED(operations.ParseIPPResponse(response.Get(), value.Receive()))) {
+        logSource.Error(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) cretae failed");
+        return false;
+    }
+    logSource.Debug(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) cretae");
+    return true;
+}
+
+/// The URI that the printer wants to be called by, or the one that it answered to.
+std::wstring ChooseUri(Address& address, const IPPOperations& operations, bool secure, std::wstring uri) {
+    KyUtils::Variant advertised;
+    if (operations.GetValueFromIPPMap("printer-uri-supported", advertised.Receive()) == S_OK)
+        GetSupportedPrinterUri(address, advertised.Text(), secure, uri);
+    return uri;
+}
+
+/// The parts of a printer URI; `path` reaches to the end of the URI.
+struct CrackedUri {
+    std::wstring_view path;
+    DWORD pathLength = 0;
+    INTERNET_PORT port = 0;
+};
+
+bool Crack(const wchar_t* uri, CrackedUri& cracked) {
+    URL_COMPONENTSW parts{};
+    parts.dwStructSize = sizeof parts;
+    parts.dwSchemeLength = schemeLength;
+    parts.dwHostNameLength = hostNameLength;
+    parts.dwUrlPathLength = urlPathLength;
+    if (!InternetCrackUrlW(uri, 0, 0, &parts)) return false;
+    if (parts.lpszUrlPath) cracked.path = parts.lpszUrlPath;
+    cracked.pathLength = parts.dwUrlPathLength;
+    cracked.port = parts.nPort;
+    return true;
+}
+
+/// Whether a cracked URI can be a printer's; sets the last error when not.
+bool IsPrinterUri(const CrackedUri& cracked) {
+    if (!Holds(acceptedPorts, cracked.port)) {
+        FailWith(DWORD{ERROR_UNKNOWN_PORT});
+    } else if (cracked.pathLength == 0) {
+        FailWith(IPPError::PathMissing);
+    } else if (cracked.pathLength < shortestPath) {
+        FailWith(IPPError::PathTooShort);
+    } else {
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+IPPProvider::~IPPProvider() = default;
+
+IPPProviderImpl::IPPProviderImpl(Address* address, Operations operations, std::wstring resource,
+                                 std::wstring printerUri, const PollingIntervals& intervals)
+    : address_(DisposablePtr<Address>::Share(address)),
+      operations_(std::move(operations)),
+      resource_(std::move(resource)),
+      printerUri_(std::move(printerUri)),
+      secure_(IsSecureUri(printerUri_)),
+      securityFlags_(operations_->SecurityFlags()),
+      intervals_(intervals),
+      polling_(*this, intervals_) {
+    cache_.Merge(operations_->LastResponse());
+}
+
+DisposablePtr<IPPProvider> IPPProviderImpl::Create(Address* address, const Settings& settings) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::Create");
+    if (!address) return nullptr;
+    const wchar_t* host = address->GetHostName();
+    if (!IsReachable(host ? host : L"")) return nullptr;
+
+    auto operations = std::make_unique<IPPOperations>(address);
+    const bool isWholeUri = IsIppUri(settings.resource);
+    std::wstring uri = isWholeUri ? settings.resource
+                                  : CreatePrinterURIAttribute(*address, settings.resource, settings.secure);
+    logSource.Debug(L"IPP Resource URI %ls", uri.c_str());
+    const std::wstring resource(isWholeUri ? PathOfUri(settings.resource)
+                                           : std::wstring_view(settings.resource));
+
+    if (settings.secure) operations->SetSecurityFlags(settings.securityFlags);
+    operations->SetAttributeName(settings.requestedAttributes);
+    operations->SetResourceURI(resource);
+    operations->SetPrinterURI(uri);
+    if (FAILED(operations->SetAttributeLanguage(settings.language))) return nullptr;
+    if (!ReadPrinter(*operations, settings.secure)) return nullptr;
+
+    uri = ChooseUri(*address, *operations, settings.secure, std::move(uri));
+    if (uri.empty()) return nullptr;
+    if (resource.empty()) return FailWith(IPPError::PathMissing);
+    return DisposablePtr<IPPProvider>::Share(
+        new IPPProviderImpl(address, std::move(operations), resource, std::move(uri), settings.intervals));
+}
+
+DisposablePtr<IPPProvider> IPPProviderImpl::Create2(Address* address, const wchar_t* printerUri,
+                                                    unsigned long securityFlags) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::Create2");
+    if (!address || !printerUri) return FailWith(DWORD{ERROR_INVALID_PARAMETER});
+    const SplitUri split = SplitPortFromUri(printerUri);
+    if (split.remainder.empty()) return FailWith(IPPError::PathTooShort);
+    if (!split.port.empty()) address->SetPort(split.port.c_str());
+    CrackedUri cracked;
+    if (!Crack(printerUri, cracked)) return FailWith(DWORD{ERROR_INVALID_PARAMETER});
+    if (!IsPrinterUri(cracked)) return nullptr;
+    if (cracked.port == 0) address->SetPort(ippPort);
+
+    Settings settings;
+    settings.resource = cracked.path;
+    settings.secure = IsSecureUri(printerUri);
+    settings.securityFlags = securityFlags;
+    settings.requestedAttributes = "printer-info";
+    DisposablePtr<IPPProvider> provider = Create(address, settings);
+    KyUtils::LastErrorScope lastError;
+    if (!provider && Holds(unknownUriStatuses, lastError.Get()))
+        lastError.LeaveWith(static_cast<DWORD>(IPPError::PrinterNotFound));
+    logSource.Debug(L"Resource URI is %ls \r\n", settings.resource.c_str());
+    logSource.Debug(L"Resource URI is %ls \r\n", printerUri);
+    return provider;
+}
+
+IPPProviderImpl::Operations IPPProviderImpl::MakeOperations() const {
+    auto operations = std::make_unique<IPPOperations>(address_.Get());
+    operations->SetResourceURI(resource_);
+    operations->SetPrinterURI(printerUri_);
+    if (secure_) operations->SetSecurityFlags(securityFlags_);
+    return operations;
+}
+
+IPPOperations& IPPProviderImpl::RenewJobOperations() {
+    jobOperations_ = MakeOperations();
+    return *jobOperations_;
+}
+
+void IPPProviderImpl::SetTimeouts(unsigned connect, unsigned send, unsigned receive) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::SetTimeouts");
+    timeouts_ = {connect, send, receive};
+    // The transport knows one limit for all its waits: the longest of ours cuts none of them short.
+    address_->SetTimeout(*std::max_element(timeouts_.begin(), timeouts_.end()));
+}
+
+}  // namespace Corvix

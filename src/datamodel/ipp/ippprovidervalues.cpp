@@ -1,0 +1,150 @@
+// Attribute queries: from the cache, by a fresh request, with authorisation.
+#include <algorithm>
+
+#include "datamodel/ipp/codec/tags.h"
+#include "datamodel/ipp/ippproviderimpl.h"
+#include "utilslib/boundary.h"
+#include "utilslib/com.h"
+#include "utilslib/logging.h"
+#include "utilslib/stringutils.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+constexpr std::string_view alternativeMark = "_OR_";
+constexpr DWORD badAnswerError = 1280;
+
+std::vector<std::string> AlternativesOf(std::string_view name) {
+    std::vector<std::string> alternatives;
+    size_t start = 0;
+    for (size_t mark; (mark = name.find(alternativeMark, start)) != std::string_view::npos;) {
+        alternatives.emplace_back(name.substr(start, mark - start));
+        start = mark + alternativeMark.size();
+    }
+    alternatives.emplace_back(name.substr(start));
+    return alternatives;
+}
+
+bool HasText(const KyUtils::Variant& value) { return value->vt != VT_EMPTY && !value.Text().empty(); }
+
+/// A blank key asks for no attribute in particular.
+bool NamesAttribute(const char* key) { return key && *key && *key != ' '; }
+
+/// The values of several attributes, those that are there, joined by ",".
+KyUtils::Variant JoinedValues(const IPPOperations& operations, std::string_view names) {
+    std::wstring joined;
+    for (size_t start = 0; start <= names.size();) {
+        const size_t end = std::min(names.find(',', start), names.size());
+        KyUtils::Variant value;
+        operations.GetValueFromIPPMap(names.substr(start, end - start), value.Receive());
+        if (!joined.empty() && HasText(value)) joined += L',';
+        joined += value.Text();
+        start = end + 1;
+    }
+    return joined.empty() ? KyUtils::Variant() : KyUtils::Variant::FromText(joined);
+}
+
+}  // namespace
+
+bool IPPProviderImpl::ReadCached(const std::string& name, VARIANT* value) const {
+    KyUtils::Variant cached;
+    if (cache_.GetValue(name, cached.Receive()) != S_OK || !HasText(cached)) return false;
+    *value = cached.Release();
+    return true;
+}
+
+HRESULT IPPProviderImpl::ReadAlternative(const std::string& name, VARIANT* value) {
+    if (ReadCached(name, value)) return S_OK;
+    KyUtils::Variant fresh;
+    const HRESULT result =
+        GetIPPValue(name.c_str(), 0, fresh.Receive(), nullptr, resource_.c_str(), securityFlags_, 0, " ");
+    if (FAILED(result)) return result;
+    if (!HasText(fresh)) return E_FAIL;
+    *value = fresh.Release();
+    return S_OK;
+}
+
+HRESULT IPPProviderImpl::GetValue(const char* name, VARIANT* value) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetValue");
+    if (!name || !value) return E_FAIL;
+    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+        for (const std::string& alternative : AlternativesOf(name)) {
+            if (!alternative.empty() && ReadAlternative(alternative, value) == S_OK) return S_OK;
+        }
+        return E_FAIL;
+    });
+}
+
+HRESULT IPPProviderImpl::GetIPPValue(const char* requestedAttributes, int jobQuery, VARIANT* value,
+                                     const char* jobUri, const wchar_t* resource, unsigned securityFlags,
+                                     int useCache, const char* attributeKey) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetIPPValue");
+    if (!value) return E_FAIL;
+    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+        const bool cached = useCache == 1;
+        if (cached && attributeKey && ReadCached(attributeKey, value)) return S_OK;
+        if (!requestedAttributes) return E_FAIL;
+        const Operations operations = MakeOperations();
+        operations->SetAttributeName(requestedAttributes);
+        if (resource && *resource) operations->SetResourceURI(resource);
+        if (!secure_ || securityFlags != 0) operations->SetSecurityFlags(securityFlags);
+        if (NamesAttribute(attributeKey)) operations->SetAttributeKey(attributeKey);
+        KyUtils::Variant answer;
+        const HRESULT result = jobQuery ? QueryJob(*operations, jobUri, answer.Receive())
+                                        : QueryPrinter(*operations, jobUri, cached, answer.Receive());
+        if (FAILED(result)) return result;
+        if (answer->vt == VT_EMPTY && !NamesAttribute(attributeKey))
+            answer = JoinedValues(*operations, requestedAttributes);
+        *value = answer.Release();
+        return result;
+    });
+}
+
+HRESULT IPPProviderImpl::QueryPrinter(IPPOperations& operations, const char* printerUri, bool merge,
+                                      VARIANT* value) {
+    if (printerUri && *printerUri) operations.SetPrinterURI(KyUtils::ToWide(printerUri));
+    DisposablePtr<HTTPResponse> response;
+    if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetPrinterAttributes, response.Receive(), nullptr,
+                                         secure_)))
+        return E_FAIL;
+    const HRESULT parsed = operations.ParseIPPResponse(response.Get(), value);
+    logSource.Debug(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) GetIPPValue done");
+    if (SUCCEEDED(parsed) && merge) cache_.Merge(operations.LastResponse());
+    return parsed;
+}
+
+HRESULT IPPProviderImpl::QueryJob(IPPOperations& operations, const char* jobUri, VARIANT* value) {
+    if (jobUri && *jobUri) operations.SetJobURI(jobUri);
+    DisposablePtr<HTTPResponse> response;
+    if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetJobAttributes, response.Receive(), nullptr,
+                                         secure_)))
+        return E_FAIL;
+    return operations.ParseIPPResponse(response.Get(), value);
+}
+
+HRESULT IPPProviderImpl::RequestAuthorization(IPPRequestBase* request, IPPResponseBase* response) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::RequestAuthorization");
+    if (!request || !response) return E_FAIL;
+    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+        IPPOperations& operations = RenewJobOperations();
+        if (printerUri_.find(L"ipps") == std::wstring::npos) return E_FAIL;
+        DisposablePtr<HTTPResponse> answer;
+        // A refused exchange leaves the HTTP status, such as 401, in the last error.
+        const HRESULT sent =
+            operations.SendIPPRequest(Ipp::Operation::StreamedPrintJob, answer.Receive(), request, secure_);
+        if (FAILED(sent)) return sent;
+        KyUtils::Variant value;
+        if (FAILED(operations.ParseIPPResponse(answer.Get(), value.Receive())) ||
+            FAILED(operations.FormResponseStructure(Ipp::Operation::StreamedPrintJob, response))) {
+            SetLastError(badAnswerError);
+            return E_FAIL;
+        }
+        if (const wchar_t* authorization = answer->GetHeader(L"Authorization"))
+            request->SetAuthorization(authorization);
+        return S_OK;
+    });
+}
+
+}  // namespace Corvix

@@ -1,0 +1,146 @@
+#include "datamodel/ipp/printeruri.h"
+
+#include <algorithm>
+#include <regex>
+#include <vector>
+
+#include "utilslib/logging.h"
+#include "utilslib/stringutils.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+constexpr const wchar_t* usbEndpoint = L"localhost:80";
+
+struct SchemePrefix {
+    std::wstring_view prefix;
+    UriScheme scheme;
+};
+constexpr SchemePrefix schemePrefixes[] = {{L"ipps", UriScheme::SecureIpp},
+                                           {L"ipp", UriScheme::Ipp},
+                                           {L"http", UriScheme::Http},
+                                           {L"https", UriScheme::Https}};
+
+std::wstring TextOrEmpty(const wchar_t* text) { return text ? text : L""; }
+
+/// Where the host begins, behind "://".
+size_t HostOf(std::wstring_view uri) {
+    const size_t scheme = uri.find(L"://");
+    return scheme == std::wstring_view::npos ? 0 : scheme + 3;
+}
+
+void LogChosen(const std::wstring& uri) {
+    logSource.Debug(L"IPPProviderImpl::GetSupportedPrinterUri IPP Resource URI from IPP Response: %ls",
+                    uri.c_str());
+}
+
+using UriList = std::vector<std::wstring>;
+
+UriList ListOf(std::wstring_view advertised) {
+    UriList uris;
+    for (const std::wstring_view uri : KyUtils::Split(advertised, L',')) {
+        if (!uri.empty()) uris.emplace_back(uri);
+    }
+    return uris;
+}
+
+const std::wstring* FirstOf(const UriList& uris, UriScheme scheme) {
+    const auto found = std::find_if(uris.begin(), uris.end(), [scheme](const std::wstring& uri) {
+        return ClassifyUriScheme(uri.c_str()) == scheme;
+    });
+    return found == uris.end() ? nullptr : &*found;
+}
+
+HRESULT ChoosePlain(const UriList& uris, std::wstring& uri) {
+    const std::wstring* first = FirstOf(uris, UriScheme::Ipp);
+    if (!first) return E_FAIL;
+    uri = *first;
+    LogChosen(uri);
+    return S_OK;
+}
+
+HRESULT ChooseSecure(Address& address, const UriList& uris, std::wstring& uri) {
+    const std::wstring* first = FirstOf(uris, UriScheme::SecureIpp);
+    if (!first) return E_FAIL;
+    logSource.Debug(L"IPPProviderImpl::GetSupportedPrinterUri IPPS URI required");
+    const std::wstring port = TextOrEmpty(address.GetPort());
+    for (const std::wstring& candidate : uris) {
+        if (!IsSecureUri(candidate) || SplitPortFromUri(candidate).port != port) continue;
+        uri = candidate;
+        logSource.Debug(
+            L"IPPProviderImpl::GetSupportedPrinterUri IPPS URI required, Port supported matched %ls",
+            port.c_str());
+        LogChosen(uri);
+        return S_OK;
+    }
+    uri = *first;
+    const std::wstring advertisedPort = SplitPortFromUri(uri).port;
+    logSource.Debug(L"IPPProviderImpl::GetSupportedPrinterUri IPPS URI required, Port matched %ls",
+                    advertisedPort.c_str());
+    LogChosen(uri);
+    address.SetPort(advertisedPort.c_str());
+    return S_OK;
+}
+
+}  // namespace
+
+UriScheme ClassifyUriScheme(const wchar_t* uri) {
+    if (!uri) return UriScheme::Other;
+    const std::wstring_view text(uri);
+    for (const SchemePrefix& known : schemePrefixes) {
+        if (text.substr(0, known.prefix.size()) == known.prefix) return known.scheme;
+    }
+    return UriScheme::Other;
+}
+
+bool IsUsbPortName(const std::wstring& host) {
+    static const std::wregex usbPort(LR"(\bUSB(?!000)\d{3}$)");
+    return std::regex_search(host, usbPort);
+}
+
+SplitUri SplitPortFromUri(std::wstring_view uri) {
+    const size_t host = HostOf(uri);
+    const size_t end = std::min(uri.find(L'/', host), uri.size());
+    const std::wstring_view authority = uri.substr(host, end - host);
+    const size_t bracket = authority.rfind(L']');
+    const size_t colon = authority.find(L':', bracket == std::wstring_view::npos ? 0 : bracket);
+    if (colon == std::wstring_view::npos) return {{}, std::wstring(uri)};
+    std::wstring remainder(uri.substr(0, host + colon));
+    remainder += uri.substr(end);
+    return {std::wstring(authority.substr(colon + 1)), std::move(remainder)};
+}
+
+std::wstring_view PathOfUri(std::wstring_view uri) {
+    const size_t path = uri.find(L'/', HostOf(uri));
+    return path == std::wstring_view::npos ? std::wstring_view() : uri.substr(path);
+}
+
+std::wstring CreatePrinterURIAttribute(Address& address, const std::wstring& resource, bool secure) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::CreatePrinterURIAttribute");
+    const std::wstring port = TextOrEmpty(address.GetPort());
+    const std::wstring host = TextOrEmpty(address.GetHostName());
+    std::wstring authority = usbEndpoint;
+    if (!IsUsbPortName(host)) {
+        const bool isIpv6 = host.find(L':') != std::wstring::npos && host.front() != L'[';
+        authority = isIpv6 ? L"[" + host + L"]" : host;
+        if (!port.empty()) authority += L":" + port;
+    }
+    const std::wstring uri = (secure ? L"ipps://" : L"ipp://") + authority + resource;
+    logSource.Debug(L"IPPProviderImpl::CreatePrinterURIAttribute URI is %ls", uri.c_str());
+    logSource.Debug(L"IPPProviderImpl::CreatePrinterURIAttribute IPP Resource URI %ls", resource.c_str());
+    return uri;
+}
+
+HRESULT GetSupportedPrinterUri(Address& address, std::wstring_view advertised, bool secure,
+                               std::wstring& uri) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetSupportedPrinterUri");
+    const UriList uris = ListOf(advertised);
+    if (uris.empty()) return E_FAIL;
+    if (uris.size() > 1) return secure ? ChooseSecure(address, uris, uri) : ChoosePlain(uris, uri);
+    uri = uris.front();
+    return S_OK;
+}
+
+}  // namespace Corvix
