@@ -11,6 +11,7 @@
 #include "ippprovider.h"
 #include "ipprequest.h"
 #include "ippresponse.h"
+#include "logmonitor.h"
 #include "pavoprovider.h"
 #include "transport.h"
 #include "wsprovider.h"
