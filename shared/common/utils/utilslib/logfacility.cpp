@@ -59,6 +59,7 @@ void LogFacility::Refresh(bool anew) noexcept {
         MonitorSettings monitorSettings;
         {
             const KernelLock lock(lock_);
+            if (!lock) return;
             const std::uint64_t now = GetTickCount64();
             if (!anew && now <= logSettingsKeptUntil) return;  // another thread has just read them
             monitorSettings = ReadSettings(now, anew);
@@ -103,7 +104,7 @@ void LogFacility::Write(LogModule& module, std::uint32_t flags, const std::wstri
 
 void LogFacility::Append(LogModule& module, std::uint32_t flags, const std::wstring& text) {
     const KernelLock lock(lock_);
-    if (settings_.fileName.empty() || module.isCapped) return;
+    if (!lock || settings_.fileName.empty() || module.isCapped) return;
     const LogFile::Target target{settings_.fileName, settings_.sizeLimitKilobytes * bytesPerKilobyte};
     const std::wstring lines =
         FormatLines(settings_.options, OriginNow(module), ++lastSequence_, flags, text);
