@@ -95,22 +95,22 @@ std::uint32_t LogFacility::Gate() const {
 
 void LogFacility::Write(LogModule& module, std::uint32_t flags, const std::wstring& text) noexcept {
     try {
-        Append(module, flags, text);
-        monitor_.Line(module.name, flags, text);
+        if (Append(module, flags, text)) monitor_.Line(module.name, flags, text);
     } catch (const std::bad_alloc&) {
         // A line that finds no memory is lost: logging never fails the function that logs.
     }
 }
 
-void LogFacility::Append(LogModule& module, std::uint32_t flags, const std::wstring& text) {
+bool LogFacility::Append(LogModule& module, std::uint32_t flags, const std::wstring& text) {
     const KernelLock lock(lock_);
-    if (!lock || settings_.fileName.empty() || module.isCapped) return;
+    if (!lock || settings_.fileName.empty() || module.isCapped) return false;
     const LogFile::Target target{settings_.fileName, settings_.sizeLimitKilobytes * bytesPerKilobyte};
     const std::wstring lines =
         FormatLines(settings_.options, OriginNow(module), ++lastSequence_, flags, text);
-    if (file_.Append(target, module.name, lines) != LogFile::Outcome::LimitReached) return;
+    if (file_.Append(target, module.name, lines) != LogFile::Outcome::LimitReached) return true;
     module.isCapped = true;
     module.gate = LineGate::closed;
+    return false;
 }
 
 }  // namespace KyUtils

@@ -34,7 +34,8 @@ private:
     MonitorSettings ReadSettings(std::uint64_t now, bool anew);
     void Adopt(LogSettings settings);
     std::uint32_t Gate() const;
-    void Append(LogModule& module, std::uint32_t flags, const std::wstring& text);
+    /// \return whether the line is in the file, or held back for it.
+    bool Append(LogModule& module, std::uint32_t flags, const std::wstring& text);
 
     KernelMutex lock_;
     std::list<LogModule> modules_;
