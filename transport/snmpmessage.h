@@ -29,6 +29,15 @@ namespace SnmpErrorStatus {
 constexpr std::int32_t NoError = 0;
 constexpr std::int32_t TooBig = 1;
 constexpr std::int32_t NoSuchName = 2;
+constexpr std::int32_t BadValue = 3;
+constexpr std::int32_t ReadOnly = 4;
+constexpr std::int32_t NoAccess = 6;
+constexpr std::int32_t WrongType = 7;
+constexpr std::int32_t WrongLength = 8;
+constexpr std::int32_t WrongEncoding = 9;
+constexpr std::int32_t WrongValue = 10;
+constexpr std::int32_t AuthorizationError = 16;
+constexpr std::int32_t NotWritable = 17;
 }  // namespace SnmpErrorStatus
 
 enum class PduType : Ber::Tag { Get = 0xA0, GetNext = 0xA1, Response = 0xA2, Set = 0xA3 };

@@ -1,0 +1,123 @@
+#include "transport/snmpmessage.h"
+
+#include <gmock/gmock.h>
+
+#include "snmpcodec/hex.h"
+
+namespace CorvixTransport {
+namespace {
+
+// Version 2c, "public"; a response with request id 0x12345678 and no error; 1.3.6.1.2.1.1.1.0 is "Hello".
+const char* const answerHex =
+    "30 2E 02 01 01 04 06 70 75 62 6C 69 63"
+    "A2 21 02 04 12 34 56 78 02 01 00 02 01 00"
+    "30 13 30 11 06 08 2B 06 01 02 01 01 01 00 04 05 48 65 6C 6C 6F";
+
+// Version 1, "public"; a get of the same object twice.
+const char* const requestHex =
+    "30 37 02 01 00 04 06 70 75 62 6C 69 63"
+    "A0 2A 02 04 12 34 56 78 02 01 00 02 01 00 30 1C"
+    "30 0C 06 08 2B 06 01 02 01 01 01 00 05 00"
+    "30 0C 06 08 2B 06 01 02 01 01 01 00 05 00";
+
+const Oid sysDescr = {1, 3, 6, 1, 2, 1, 1, 1, 0};
+
+TEST(SnmpMessage, IsWrittenByteByByte) {
+    SnmpMessage request;
+    request.version = SnmpVersion::V1;
+    request.community = "public";
+    request.type = PduType::Get;
+    request.requestId = 0x12345678;
+    request.variables = {{sysDescr, Ber::Null, {}}, {sysDescr, Ber::Null, {}}};
+    EXPECT_EQ(Encode(request), FromHex(requestHex));
+}
+
+TEST(SnmpMessage, IsReadFieldByField) {
+    const std::optional<SnmpMessage> answer = DecodeSnmpMessage(FromHex(answerHex));
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->version, SnmpVersion::V2c);
+    EXPECT_EQ(answer->community, "public");
+    EXPECT_EQ(answer->type, PduType::Response);
+    EXPECT_EQ(answer->requestId, 0x12345678);
+    EXPECT_EQ(answer->errorStatus, 0);
+    EXPECT_EQ(answer->errorIndex, 0);
+    ASSERT_EQ(answer->variables.size(), 1u);
+    EXPECT_EQ(answer->variables[0].oid, sysDescr);
+    EXPECT_EQ(answer->variables[0].tag, Ber::OctetString);
+    EXPECT_EQ(answer->variables[0].content, "Hello");
+}
+
+TEST(SnmpMessage, TakesWhatAgentsGetAwayWith) {
+    const std::string padded = FromHex(answerHex) + std::string(20, '\0');
+    EXPECT_TRUE(DecodeSnmpMessage(padded)) << "zeros after the message";
+    const std::string wasteful = FromHex(
+        "30 82 00 2E 02 02 00 01 04 81 00"
+        "A2 84 00 00 00 21 02 05 00 12 34 56 78 02 02 00 02 02 01 01"
+        "30 81 10 30 81 0D 06 08 2B 06 01 02 01 01 01 00 05 81 00");
+    const std::optional<SnmpMessage> answer = DecodeSnmpMessage(wasteful);
+    ASSERT_TRUE(answer) << "needless octets in lengths and integers";
+    EXPECT_EQ(answer->requestId, 0x12345678);
+    EXPECT_EQ(answer->errorStatus, SnmpErrorStatus::NoSuchName);
+    EXPECT_EQ(answer->errorIndex, 1);
+}
+
+struct Damage {
+    const char* name;
+    size_t offset;
+    const char* octets;
+};
+
+TEST(SnmpMessage, IsRefusedWhenDamaged) {
+    const Damage damages[] = {
+        {"no sequence", 0, "31"},
+        {"a length beyond the datagram", 1, "2F"},
+        {"a length that cuts the message off", 1, "2D"},
+        {"an indefinite length", 1, "80"},
+        {"version 3", 4, "03"},
+        {"a community of another type", 5, "02"},
+        {"a trap", 13, "A4"},
+        {"a type that is none", 13, "30"},
+        {"a PDU longer than the message", 14, "22"},
+        {"a request id of another type", 15, "04"},
+        {"an error-status of another type", 21, "05"},
+        {"variables of another type", 27, "31"},
+        {"variables longer than the PDU", 28, "14"},
+        {"a variable of another type", 29, "04"},
+        {"a variable shorter than its parts", 30, "10"},
+        {"a name of another type", 31, "04"},
+        {"a name longer than its variable", 32, "7F"},
+        {"a name that ends inside an arc", 40, "80"},
+        {"a value longer than its variable", 42, "06"},
+        {"a value that leaves octets over", 42, "04"},
+    };
+    for (const Damage& damage : damages) {
+        std::string message = FromHex(answerHex);
+        const std::string octets = FromHex(damage.octets);
+        message.replace(damage.offset, octets.size(), octets);
+        EXPECT_FALSE(DecodeSnmpMessage(message)) << damage.name;
+    }
+}
+
+TEST(SnmpMessage, IsRefusedWhenCutOffAnywhere) {
+    const std::string whole = FromHex(answerHex);
+    for (size_t length = 0; length < whole.size(); ++length) {
+        EXPECT_FALSE(DecodeSnmpMessage(whole.substr(0, length))) << length;
+    }
+}
+
+// Nothing to compare with: the sanitizers and the library's assertions are what this is for.
+TEST(SnmpMessage, SurvivesEveryChangedOctet) {
+    const std::string whole = FromHex(answerHex);
+    size_t read = 0;
+    for (size_t offset = 0; offset < whole.size(); ++offset) {
+        for (int octet = 0; octet < 256; ++octet) {
+            std::string changed = whole;
+            changed[offset] = static_cast<char>(octet);
+            if (DecodeSnmpMessage(changed)) ++read;
+        }
+    }
+    EXPECT_GT(read, whole.size()) << "the changes of community, numbers and text do no harm";
+}
+
+}  // namespace
+}  // namespace CorvixTransport

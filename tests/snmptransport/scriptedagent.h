@@ -1,0 +1,68 @@
+// An SNMP agent in the test's own process that does whatever it is told, mistakes above all.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "transport/snmpmessage.h"
+#include "transport/winsock.h"
+
+namespace CorvixTransport {
+
+class ScriptedAgent {
+public:
+    enum class Sender { Agent, OtherPort, OtherHost };
+    struct Reply {
+        std::string datagram;
+        Sender sender = Sender::Agent;
+    };
+    // What follows a request: these replies, then `flood` again and again until the agent ends.
+    struct Turn {
+        std::vector<Reply> replies;
+        std::string flood;
+    };
+    // Called with each request and the number of those before it.
+    using Script = std::function<Turn(size_t before, const SnmpMessage& request)>;
+
+    explicit ScriptedAgent(Script script, const wchar_t* host = L"127.0.0.7");
+    ~ScriptedAgent();
+    ScriptedAgent(const ScriptedAgent&) = delete;
+    ScriptedAgent& operator=(const ScriptedAgent&) = delete;
+
+    unsigned short Port() const { return port_; }
+    std::vector<SnmpMessage> Received() const;
+
+private:
+    void Serve();
+    void Play(const Turn& turn, const sockaddr_storage& client, int clientLength);
+    const Socket& SocketOf(Sender sender) const;
+
+    WinsockSession winsock_;
+    Script script_;
+    Socket agent_;
+    Socket otherPort_;
+    Socket otherHost_;
+    unsigned short port_ = 0;
+    mutable std::mutex mutex_;
+    std::vector<SnmpMessage> received_;
+    std::atomic<bool> ending_{false};
+    std::thread thread_;
+};
+
+// A port of the agent's host on which nobody listens.
+unsigned short UnusedPort();
+
+// The ordinary answer to a request.
+SnmpMessage AnswerTo(const SnmpMessage& request, std::vector<VarBind> variables);
+SnmpMessage ErrorTo(const SnmpMessage& request, std::int32_t status);
+// A turn of one ordinary reply.
+ScriptedAgent::Turn Only(const SnmpMessage& answer);
+
+VarBind Integer(const Oid& oid, std::int32_t number);
+VarBind Text(const Oid& oid, std::string text);
+
+}  // namespace CorvixTransport
