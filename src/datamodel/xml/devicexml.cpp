@@ -121,17 +121,24 @@ private:
 HRESULT ReadToEnd(IXmlReader& reader) {
     Nesting nesting;
     Progress progress;
+    bool hasElement = false;
     XmlNodeType node;
     HRESULT result;
     while ((result = reader.Read(&node)) == S_OK) {
         if (!progress.Note(reader, node)) return static_cast<HRESULT>(MX_E_INPUTEND);
-        if (node == XmlNodeType_DocumentType || !nesting.Enter(reader, node)) return E_FAIL;
+        if (node == XmlNodeType_DocumentType) return static_cast<HRESULT>(WC_E_DTDPROHIBITED);
+        if (!nesting.Enter(reader, node)) return static_cast<HRESULT>(SC_E_MAXELEMENTDEPTH);
+        hasElement = hasElement || node == XmlNodeType_Element;
     }
-    return result == S_FALSE ? S_OK : result;
+    if (FAILED(result)) return result;
+    // What the reader did not see it did not inspect.
+    return hasElement ? S_OK : static_cast<HRESULT>(WC_E_ROOTELEMENT);
 }
 
 HRESULT Inspect(const std::wstring& text) {
-    const std::string utf8 = KyUtils::ToUtf8(text);
+    // Some readers take blanks before the first node for the end of the document.
+    const size_t start = std::min(text.find_first_not_of(L" \t\r\n"), text.size());
+    const std::string utf8 = KyUtils::ToUtf8(std::wstring_view(text).substr(start));
     ComPtr<IXmlReader> reader;
     HRESULT result = CreateReader(reader);
     if (FAILED(result)) return result;
@@ -168,7 +175,8 @@ HRESULT ParseDeviceXml(std::string_view body, ComPtr<IXMLDOMDocument>& document)
     const HRESULT inspected = Inspect(text);
     if (FAILED(inspected)) return inspected;
     const HRESULT loaded = LoadDomText(text, document);
-    return loaded == S_FALSE ? E_FAIL : loaded;
+    // The DOM is the stricter one, but does not tell what it minds.
+    return loaded == S_FALSE ? static_cast<HRESULT>(WC_E_SYNTAX) : loaded;
 }
 
 }  // namespace Corvix
