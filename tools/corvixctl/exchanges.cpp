@@ -2,6 +2,8 @@
 
 #include <winsock2.h>
 
+#include <winhttp.h>
+
 #include "systemtext.h"
 #include "xmlfault.h"
 
@@ -28,10 +30,19 @@ constexpr NetworkError networkErrors[] = {
     {ERROR_TIMEOUT, true, L"no answer in time"},
     {WSAECONNRESET, false, L"the device broke the connection off"},
     {WSAECONNABORTED, false, L"the connection broke off"},
-    {ERROR_HANDLE_EOF, false, L"the device stopped before the end of its answer"},
-    {ERROR_FILE_TOO_LARGE, false, L"the answer is larger than is accepted"},
-    {ERROR_INVALID_DATA, false, L"the answer is not HTTP"},
     {ERROR_CANCELLED, false, L"cancelled"},
+    {ERROR_WINHTTP_CONNECTION_ERROR, false, L"the device stopped before the end of its answer"},
+    {ERROR_WINHTTP_INVALID_SERVER_RESPONSE, false, L"the answer is not HTTP"},
+    {ERROR_WINHTTP_HEADER_SIZE_OVERFLOW, false, L"the head of the answer is larger than is accepted"},
+    {ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW, false, L"the answer is larger than is accepted"},
+    {ERROR_WINHTTP_INVALID_URL, false, L"the resource's path is not one that can be asked for"},
+    {ERROR_WINHTTP_SECURE_CHANNEL_ERROR, false, L"no secure connection could be agreed on"},
+    {ERROR_WINHTTP_SECURE_INVALID_CERT, false, L"the device's certificate is not valid"},
+    {ERROR_WINHTTP_SECURE_INVALID_CA, false, L"the device's certificate comes from nobody that is trusted"},
+    {ERROR_WINHTTP_SECURE_CERT_DATE_INVALID, false, L"the device's certificate has expired"},
+    {ERROR_WINHTTP_SECURE_CERT_CN_INVALID, false, L"the device's certificate is for another host"},
+    {ERROR_WINHTTP_SECURE_CERT_REVOKED, false, L"the device's certificate was revoked"},
+    {ERROR_WINHTTP_SECURE_CERT_WRONG_USAGE, false, L"the device's certificate is not for a server"},
 };
 
 const NetworkError* FindNetworkError(unsigned long code) {
@@ -48,9 +59,7 @@ bool IsUnreachable(const ExchangeRecord& exchange) {
 
 std::wstring DescribeRefusal(HRESULT result) {
     const std::wstring reason = XmlReason(result);
-    // The library's own two reasons have no code of their own.
-    return reason.empty() ? L"it is not well-formed, holds a document type declaration or nests too deeply"
-                          : reason;
+    return reason.empty() ? L"it cannot be read as XML" : reason;
 }
 
 std::wstring Place(const ExchangeRecord& exchange) {
@@ -71,6 +80,10 @@ void ExchangeJournal::Record(const ExchangeRecord& exchange) {
 std::wstring DescribeNetworkError(unsigned long code) {
     const NetworkError* error = FindNetworkError(code);
     return error ? error->text : SystemText(code);
+}
+
+std::wstring DescribeConnection(const ExchangeRecord& exchange) {
+    return DescribeNetworkError(exchange.error) + L" on port " + std::to_wstring(exchange.realPort);
 }
 
 std::wstring DescribeExchange(const ExchangeRecord& exchange, HRESULT result) {

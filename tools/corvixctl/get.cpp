@@ -71,10 +71,10 @@ std::wstring DiagnoseSnmp(Corvix::Address& address) {
     return L"its SNMP agent answers, but does not describe a device (1.3.6.1.2.1.25.3.2.1.3.1)";
 }
 
-[[noreturn]] void FailToBind(const Device& device, const MapFile& file, HRESULT result) {
+[[noreturn]] void FailToBind(const Device& device, const MapFile& file) {
     StopIfInterrupted();
     if (const auto& exchange = device.journal->Unreachable(); exchange && !device.journal->HasAnswered())
-        FailAsUnreachable(device, DescribeExchange(*exchange, result));
+        FailAsUnreachable(device, DescribeConnection(*exchange));
     if (HasMap(file, DataMapTypeEnum::OID)) FailAsUnreachable(device, DiagnoseSnmp(*device.address));
     FailAsUnreachable(device, L"no map of " + file.Path() + L" fits it");
 }
@@ -84,7 +84,7 @@ DisposablePtr<DataCollection> Bind(const Device& device, const MapFile& file) {
     DisposablePtr<DataCollection> collection;
     const HRESULT result = CreateDataCollectionFromDataMapSpecsCollection(device.address.Get(), file.Specs(),
                                                                           collection.Receive(), nullptr);
-    if (result != S_OK || !collection) FailToBind(device, file, result);
+    if (result != S_OK || !collection) FailToBind(device, file);
     return collection;
 }
 
@@ -132,7 +132,7 @@ std::vector<Reading> ReadItems(DataCollection& collection, const MapInfo& map, c
     }
     const auto& readings = reader.Readings();
     if (IsOutOfReach(device) && std::none_of(readings.begin(), readings.end(), IsLearned))
-        FailAsUnreachable(device, DescribeExchange(*device.journal->Unreachable(), E_FAIL));
+        FailAsUnreachable(device, DescribeConnection(*device.journal->Unreachable()));
     return readings;
 }
 

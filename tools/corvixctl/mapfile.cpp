@@ -177,6 +177,7 @@ bool DescribeXml(const CvxDataItem& item, MapItem& info) {
     const auto* xml = dynamic_cast<const Corvix::XMLDataItemSpec*>(&item);
     if (!xml) return false;
     info.kind = L"DataItem";
+    info.resource = TextOr(xml->GetUri(), L"");
     info.source = TextOr(xml->GetUri(), L"(no URI)") + L" " + TextOr(xml->GetXPath(), L"(no XPath)");
     return true;
 }

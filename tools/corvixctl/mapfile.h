@@ -19,9 +19,10 @@ struct Elements {
 };
 
 struct MapItem {
-    std::wstring name;    // by which a collection is asked for it
-    const wchar_t* kind;  // the item's element in the document
-    std::wstring source;  // where its value comes from
+    std::wstring name;      // by which a collection is asked for it
+    const wchar_t* kind;    // the item's element in the document
+    std::wstring source;    // where its value comes from
+    std::wstring resource;  // the document of the device that it is a part of; empty for every other kind
     bool isConstant = false;
     bool isParameters = false;  // settings of the map's requests: no value
     bool isTransient = false;

@@ -86,11 +86,17 @@ Reading ItemReader::ReadOne(const std::wstring& name) {
     device_.journal->BeginRequest();
     Reading reading;
     reading.name = name;
+    const MapItem* item = FindItem(name);
+    if (const auto failed = failedResources_.find(item ? item->resource : L"");
+        failed != failedResources_.end()) {
+        reading.error = failed->second;
+        return reading;
+    }
     Variant value;
     const HRESULT result = collection_.GetValue(name.c_str(), value.Receive());
     if (FAILED(result)) {
         StopIfInterrupted();
-        reading.error = ReasonOfFailure(name, result);
+        reading.error = ReasonOfFailure(name, item, result);
         return reading;
     }
     reading.value = ToCell(value.Get());
@@ -118,9 +124,12 @@ void ItemReader::ReadElements(const std::wstring& name, const Elements& elements
     readings_.push_back(std::move(whole));
 }
 
-std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, HRESULT result) const {
-    if (const auto& exchange = device_.journal->Last()) return DescribeExchange(*exchange, result);
-    const MapItem* item = FindItem(name);
+std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, const MapItem* item, HRESULT result) {
+    if (const auto& exchange = device_.journal->Last()) {
+        const std::wstring reason = DescribeExchange(*exchange, result);
+        if (item && !item->resource.empty()) failedResources_.emplace(item->resource, reason);
+        return reason;
+    }
     if (!item) return ReasonOfUnknown(name);
     if (item->isParameters) return L"settings of the map's requests, not a value";
     if (item->isConstant) return L"the map gives no text for this constant";

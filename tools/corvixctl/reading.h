@@ -1,6 +1,7 @@
 // Reads items of a bound collection and keeps how each answer came about.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -37,13 +38,15 @@ private:
     Reading ReadOne(const std::wstring& name);
     void ReadElements(const std::wstring& name, const Elements& elements);
     const MapItem* FindItem(const std::wstring& name) const;
-    std::wstring ReasonOfFailure(const std::wstring& name, HRESULT result) const;
+    std::wstring ReasonOfFailure(const std::wstring& name, const MapItem* item, HRESULT result);
     std::wstring ReasonOfUnknown(const std::wstring& name) const;
 
     Corvix::DataCollection& collection_;
     const MapInfo& map_;
     const Device& device_;
     std::vector<Reading> readings_;
+    // Why a document could not be had, so that not every item of it waits for the same again.
+    std::map<std::wstring, std::wstring> failedResources_;
 };
 
 // The names of all items of a map that have values.
