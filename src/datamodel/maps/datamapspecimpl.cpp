@@ -97,11 +97,12 @@ void DataMapSpecImpl::Read(IXMLDOMNode* node) {
 void DataMapSpecImpl::AddDataItemSpec(const wchar_t* name, CvxDataItem* item) {
     const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpecImpl::AddDataItemSpec");
     if (!name || !item) return;
-    const auto present = items_.find(name);
-    if (present == items_.end()) {
-        KyUtils::RaisingComErrors([&] { items_.emplace(name, std::unique_ptr<CvxDataItem>(item)); });
-    } else if (present->second.get() != item) {
-        present->second.reset(item);
+    const auto place = items_.lower_bound(std::wstring_view(name));
+    if (place == items_.end() || place->first != name) {
+        KyUtils::RaisingComErrors(
+            [&] { items_.emplace_hint(place, name, std::unique_ptr<CvxDataItem>(item)); });
+    } else if (place->second.get() != item) {
+        place->second.reset(item);
     }
 }
 

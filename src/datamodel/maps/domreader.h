@@ -20,13 +20,13 @@ public:
 
     /// The element itself; lives as long as its document.
     IXMLDOMNode* Node() const { return node_; }
-    /// The attribute's text, or null when the element has no such attribute or it cannot be read.
-    const KyUtils::Bstr* Find(std::wstring_view name) const;
+    /// The attribute's text; nothing when the element has no such attribute or it cannot be read.
+    std::optional<std::wstring_view> Find(std::wstring_view name) const;
 
 private:
     struct Attribute {
         KyUtils::Bstr name;
-        KyUtils::Bstr text;
+        KyUtils::Variant value;
     };
     void Take(IXMLDOMNode* attribute);
 
