@@ -75,7 +75,8 @@ public:
     const wchar_t* GetType() const;
     /// Whether the value must never be cached.
     bool IsTransient() const;
-    /// How long a cached value stays valid, in tenths of a second; 0 is for ever.
+    /// How long a cached value stays valid, in tenths of a second; 0 is for ever. Of a longer number given to
+    /// a factory the lowest 32 bits are kept.
     unsigned GetLifespan() const;
 
 protected:

@@ -33,6 +33,7 @@ public:
 
     /// Stores an item under a name and takes it over. An item that stood there is destroyed. Null arguments
     /// are ignored (the item stays the caller's then).
+    /// \throws _com_error E_OUTOFMEMORY; the item is destroyed, too, and the map is as it was.
     virtual void AddDataItemSpec(const wchar_t* name, CvxDataItem* item) = 0;
     /// The item stored under exactly this name, or null. Owned by the map.
     virtual CvxDataItem* GetDataItemSpec(const wchar_t* name) const = 0;

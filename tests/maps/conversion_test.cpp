@@ -58,6 +58,16 @@ TEST(Conversion, OfTexts) {
         {L"<Conversion Equals='a'/><Conversion Value='v'/>", L"a", L"a"},
         {L"<Other Equals='a' Value='v'/>", L"a", L"a"},
         {L"<Conversion Equals='' Value='EMPTY'/>", L"", L"EMPTY"},
+        {L"<Conversion Equals='a' Value=''/>", L"A", L""},
+        {L"<Conversion Equals='\xC4RGER \x416' Value='V'/>", L"\xE4rger \x436", L"V"},
+        {L"<Conversion Contains='b,c' Value='list'/><Conversion Contains='b' Value='single'/>", L"b",
+         L"single"},
+        {L"<Conversion Contains='b' Value='single'/><Conversion Contains='a,b' Value='list'/>", L"b",
+         L"list"},
+        {L"<Conversion Contains='x,jam' Value='JAM'/>", L"toner,paper jam", L"JAM"},
+        {L"<Conversion Contains='jam' Value='JAM'/>", L"toner,paper jam", L"toner,paper jam"},
+        {L"<Conversion Equals='toner,jam' Value='both'/>", L"Toner,Jam", L"both"},
+        {L"<Conversion Contains='x,default' Value='V'/>", L"other", L"other"},
     };
     for (const auto& row : rows) {
         const Variant result = Convert(*ItemWith(row.rules), Variant::FromText(row.raw).Get());
@@ -93,6 +103,47 @@ TEST(Conversion, OfByteArrays) {
     EXPECT_EQ(Convert(*item, Bytes({0, 0, 0, 1, 0, 0, 0}).Get()).Text(), L"none")
         << "too short to hold two numbers";
     EXPECT_EQ(Convert(*item, Bytes({}).Get()).Text(), L"none");
+}
+
+TEST(Conversion, OfWhatHasNoText) {
+    const auto item = ItemWith(L"<Conversion Equals='' Value='none'/>");
+    VARIANT value;
+    VariantInit(&value);
+    EXPECT_EQ(Convert(*item, value).Text(), L"none");
+    value.vt = VT_BSTR;
+    EXPECT_EQ(Convert(*item, value).Text(), L"none") << "a text that is null";
+    value.vt = VT_BOOL;
+    EXPECT_EQ(Convert(*item, value).Text(), L"none");
+
+    const SAFEARRAYBOUND bounds[] = {{4, 0}, {4, 0}};
+    value.vt = VT_ARRAY | VT_UI1;
+    value.parray = SafeArrayCreate(VT_UI1, 2, const_cast<SAFEARRAYBOUND*>(bounds));
+    const Variant square = Variant::Adopt(value);
+    EXPECT_EQ(Convert(*item, square.Get()).Text(), L"none") << "a row of bytes has one dimension";
+}
+
+TEST(Conversion, GivesAValueOfItsOwn) {
+    const auto withoutRules = ItemWith(L"");
+    const auto withRules = ItemWith(L"<Conversion Equals='x' Value='y'/>");
+    for (const auto* item : {withoutRules.get(), withRules.get()}) {
+        const Variant raw = Bytes({1, 2, 3});
+        const Variant copy = Convert(*item, raw.Get());
+        EXPECT_EQ(copy->vt, VT_ARRAY | VT_UI1);
+        EXPECT_NE(copy->parray, raw->parray);
+        EXPECT_EQ(copy->parray->rgsabound[0].cElements, 3u);
+    }
+}
+
+TEST(Conversion, ReportsAValueThatCannotBeCopied) {
+    VARIANT odd;
+    VariantInit(&odd);
+    odd.vt = VT_BYREF;
+    try {
+        (void)ItemWith(L"")->ConvertValue(odd);
+        FAIL() << "a copy of nothing";
+    } catch (const _com_error& error) {
+        EXPECT_EQ(error.Error(), DISP_E_BADVARTYPE);
+    }
 }
 
 }  // namespace

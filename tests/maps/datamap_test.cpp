@@ -98,6 +98,44 @@ TEST(DataMap, RemovesWhileItIsWalked) {
     EXPECT_THAT(NamesOf(*map), ElementsAre(L"a", L"c")) << "the last item cannot be removed";
 }
 
+TEST(DataMap, RemovesOnlyWhatWasReturnedLast) {
+    const auto map =
+        MapFrom(L"<OIDDataMap><DataItem Name='a'/><DataItem Name='b'/><DataItem Name='e'/></OIDDataMap>");
+    map->Begin();
+    map->RemoveFromMap();
+    EXPECT_EQ(map->SizeOf(), 3u) << "nothing was returned since the walk began";
+    map->GetNextDataItemSpec();
+    map->GetNextDataItemSpec();
+    map->AddDataItemSpec(L"c", StaticDataItemSpec::CreateStaticDataItemSpec(L"c", L"v", nullptr));
+    map->RemoveFromMap();
+    map->RemoveFromMap();
+    EXPECT_THAT(NamesOf(*map), ElementsAre(L"a", L"c", L"e"))
+        << "neither an item added meanwhile nor one more for a second call";
+}
+
+TEST(DataMap, TakesOverAddedItems) {
+    const DisposablePtr<DataMapSpec> map(DataMapSpec::CreateDataMapSpec());
+    StaticDataItemSpec* item = StaticDataItemSpec::CreateStaticDataItemSpec(L"i", L"v", nullptr);
+    map->AddDataItemSpec(nullptr, item);
+    map->AddDataItemSpec(L"i", nullptr);
+    EXPECT_EQ(map->SizeOf(), 0u);
+    map->AddDataItemSpec(L"key", item);
+    map->AddDataItemSpec(L"key", item);
+    EXPECT_EQ(map->SizeOf(), 1u);
+    ASSERT_EQ(map->GetDataItemSpec(L"key"), item) << "the name given counts, and adding twice does no harm";
+    EXPECT_STREQ(item->GetName(), L"i");
+    map->AddDataItemSpec(L"key", StaticDataItemSpec::CreateStaticDataItemSpec(L"i", L"w", nullptr));
+    EXPECT_STREQ(static_cast<StaticDataItemSpec*>(map->GetDataItemSpec(L"key"))->GetStaticDataItemValue(),
+                 L"w");
+}
+
+TEST(DataMap, OrdersNamesByTheirCodeUnits) {
+    const auto map = MapFrom(
+        L"<OIDDataMap><DataItem Name='\xFF5E'/><DataItem Name='a'/><DataItem Name='\xD83D\xDE00'/>"
+        L"<DataItem Name='B'/><DataItem Name='\xE4'/><DataItem Name='10'/><DataItem Name='9'/></OIDDataMap>");
+    EXPECT_THAT(NamesOf(*map), ElementsAre(L"10", L"9", L"B", L"a", L"\xE4", L"\xD83D\xDE00", L"\xFF5E"));
+}
+
 TEST(DataMapCollection, HasAMapForEveryChild) {
     const Document document(L"<DataMaps><!-- c --><OIDDataMap/><Other/><IPPDataMap/></DataMaps>");
     const OwnedCollection maps(DataMapSpecCollection::CreateDataMapSpecCollection(document.Root().Get()));
@@ -107,6 +145,17 @@ TEST(DataMapCollection, HasAMapForEveryChild) {
     EXPECT_EQ(maps->GetDataMapSpec(3)->GetDataMapType(), DataMapTypeEnum::IPP);
     EXPECT_EQ(maps->GetDataMapSpec(4), nullptr);
     DataMapSpecCollection::Dispose(nullptr);
+}
+
+TEST(DataMapCollection, OfNothingIsEmpty) {
+    EXPECT_EQ(OwnedCollection(DataMapSpecCollection::CreateDataMapSpecCollection(nullptr))->GetCount(), 0u);
+    const Document document(L"<DataMaps/>");
+    EXPECT_EQ(OwnedCollection(DataMapSpecCollection::CreateDataMapSpecCollection(document.Root().Get()))
+                  ->GetCount(),
+              0u);
+    const DisposablePtr<DataMapSpec> map(DataMapSpec::CreateDataMapSpec(nullptr));
+    EXPECT_EQ(map->SizeOf(), 0u);
+    EXPECT_EQ(map->GetDataMapType(), DataMapTypeEnum::Unknown);
 }
 
 TEST(DataMapCollection, OwnsAReferenceToEachMap) {

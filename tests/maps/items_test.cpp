@@ -1,6 +1,8 @@
 // Items as the elements of a document and the factories make them.
 #include <gmock/gmock.h>
 
+#include <climits>
+#include <initializer_list>
 #include <memory>
 
 #include "corvixdm/dataitemspec.h"
@@ -53,7 +55,14 @@ TEST(DataItem, ReadsBooleansAndNumbersLeniently) {
     struct {
         const wchar_t* lifespan;
         unsigned expected;
-    } const numbers[] = {{L"12abc", 12}, {L"abc", 0}, {L"", 0}, {L"007", 7}, {L"4294967295", 4294967295u}};
+    } const numbers[] = {{L"12abc", 12},
+                         {L"abc", 0},
+                         {L"", 0},
+                         {L"007", 7},
+                         {L"-5", 0},
+                         {L"4294967295", 4294967295u},
+                         {L"4294967296", 4294967295u},
+                         {L"99999999999999999999999", 4294967295u}};
     for (const auto& row : numbers) {
         EXPECT_EQ(XmlItem(std::wstring(L"LifeSpan='") + row.lifespan + L"'")->GetLifespan(), row.expected)
             << row.lifespan;
@@ -113,6 +122,36 @@ TEST(TableItem, CountsThroughItsTemplate) {
     EXPECT_EQ(made->GetOid(), L"1.0") << "made in code, the index starts at 0 whatever the text says";
 }
 
+TEST(TableItem, ReadsNumbersWithASign) {
+    struct {
+        const wchar_t* text;
+        int expected;
+    } const rows[] = {{L"7", 7},
+                      {L"+7", 7},
+                      {L"-7", -7},
+                      {L"--7", 0},
+                      {L"-", 0},
+                      {L"12abc", 12},
+                      {L"2147483648", 2147483647},
+                      {L"-2147483648", INT_MIN},
+                      {L"-99999999999", INT_MIN}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(Table((std::wstring(L"Count='") + row.text + L"'").c_str())->Count(), row.expected)
+            << row.text;
+    }
+}
+
+TEST(TableItem, StaysInBoundsWithOddTemplates) {
+    const auto last = Table(L"OID='1.N' N='2147483647'");
+    EXPECT_EQ(last->GetOid(), L"1.2147483647");
+    EXPECT_EQ(last->GetOid(), L"1.2147483647") << "there is no next index";
+    EXPECT_EQ(Table(L"OID='1.N.N' N='1'")->GetOid(), L"1.1.N") << "only the first N is the index";
+    EXPECT_EQ(Table(L"OID='1.2' N='1'")->GetOid(), L"1.2");
+    EXPECT_EQ(Table(L"N='1'")->GetOid(), L"");
+    EXPECT_EQ(Table(L"OID='1.N' N='x'")->GetOid(), L"1.0");
+    EXPECT_EQ(Table(L"OID='1.N' N=''")->GetOid(), L"") << "an empty text is no N text";
+}
+
 TEST(IppItem, KeepsAJobUriOnlyWithACommand) {
     const std::unique_ptr<IPPDataItemSpec> without(
         IPPDataItemSpec::CreateIPPDataItemSpec(L"n", nullptr, true, nullptr, L"ipp://h/1", 5, L"text"));
@@ -133,30 +172,129 @@ TEST(IppItem, KeepsAJobUriOnlyWithACommand) {
 }
 
 TEST(StaticItem, TakesTheWholeTextOfItsElement) {
-    const Document document(
-        L"<m><StaticDataItem Name='a'>x<b>y</b>z</StaticDataItem><StaticDataItem Name='b'/></m>");
-    ComPtr<IXMLDOMNode> node;
-    document.Root()->get_firstChild(&node);
-    const std::unique_ptr<StaticDataItemSpec> nested(
-        StaticDataItemSpec::CreateStaticDataItemSpec(node.Get()));
-    EXPECT_STREQ(nested->GetStaticDataItemValue(), L"xyz");
-    ComPtr<IXMLDOMNode> second;
-    node->get_nextSibling(&second);
-    const std::unique_ptr<StaticDataItemSpec> empty(
-        StaticDataItemSpec::CreateStaticDataItemSpec(second.Get()));
-    EXPECT_STREQ(empty->GetStaticDataItemValue(), L"");
+    struct {
+        const wchar_t* content;
+        const wchar_t* value;
+    } const rows[] = {
+        {L"", L""},
+        {L"plain", L"plain"},
+        {L"x<b>y<c>z</c></b>w", L"xyzw"},
+        {L"a<![CDATA[<&>]]>b", L"a<&>b"},
+        {L"a<!-- not this -->b", L"ab"},
+        {L"&lt;&#x20AC;&amp;", L"<\x20AC&"},
+    };
+    for (const auto& row : rows) {
+        const Document document(std::wstring(L"<StaticDataItem Name='n'>") + row.content +
+                                L"</StaticDataItem>");
+        const std::unique_ptr<StaticDataItemSpec> item(
+            StaticDataItemSpec::CreateStaticDataItemSpec(document.Root().Get()));
+        EXPECT_STREQ(item->GetStaticDataItemValue(), row.value) << row.content;
+        EXPECT_STREQ(item->GetName(), L"n");
+    }
 }
 
-TEST(Items, InitializeEmptiesAndCopiesAreTheirOwn) {
-    auto item = XmlItem(L"Name='n' URI='/u' LifeSpan='3' Transient='true'");
-    const XMLDataItemSpec copy(*item);
-    item->Initialize();
-    EXPECT_EQ(item->GetUri(), nullptr);
-    EXPECT_STREQ(copy.GetUri(), L"/u");
+/// One item of each kind with every field given.
+struct Kinds {
+    std::unique_ptr<XMLDataItemSpec> xml{
+        XMLDataItemSpec::CreateXMLDataItem(L"n", L"u", L"x", L"p", true, 0x1'0000'0007, L"t")};
+    std::unique_ptr<OIDDataItemSpec> oid{
+        OIDDataItemSpec::CreateOIDDataItemSpec(L"n", L"1.2", L"g", true, L"p", 7, L"t")};
+    std::unique_ptr<NextOIDDataItemSpec> walk{
+        NextOIDDataItemSpec::CreateNextOidDataItemSpec(L"n", L"1.2", L"g", true, L"p", 7, L"t", true, 3)};
+    std::unique_ptr<OIDGetDataItemsSpec> table{OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(
+        L"n", L"1.N", L"g", true, L"p", 7, L"t", true, 3, L"4")};
+    std::unique_ptr<IPPDataItemSpec> ipp{
+        IPPDataItemSpec::CreateIPPDataItemSpec(L"n", L"c", true, L"p", L"j", 7, L"t")};
+    std::unique_ptr<StaticDataItemSpec> constant{
+        StaticDataItemSpec::CreateStaticDataItemSpec(L"n", L"v", L"p")};
+};
+
+TEST(Items, AreMadeWithWhatTheirFactoriesAreGiven) {
+    const Kinds kinds;
+    for (const CvxDataItem* item : std::initializer_list<const CvxDataItem*>{
+             kinds.xml.get(), kinds.oid.get(), kinds.walk.get(), kinds.table.get(), kinds.ipp.get(),
+             kinds.constant.get()}) {
+        EXPECT_STREQ(item->GetName(), L"n");
+        EXPECT_STREQ(item->GetAttributeID(), L"n") << "a name given in code is the attribute ID, too";
+        EXPECT_STREQ(item->GetPrefix(), L"p");
+        const auto* fetched = dynamic_cast<const DataItemSpec*>(item);
+        if (!fetched) continue;
+        EXPECT_TRUE(fetched->IsTransient());
+        EXPECT_EQ(fetched->GetLifespan(), 7u);
+        EXPECT_STREQ(fetched->GetType(), L"t");
+    }
+    EXPECT_STREQ(kinds.xml->GetUri(), L"u");
+    EXPECT_STREQ(kinds.xml->GetXPath(), L"x");
+    for (const OIDDataItemSpec* item : {kinds.oid.get(), static_cast<OIDDataItemSpec*>(kinds.walk.get())}) {
+        EXPECT_STREQ(item->GetOid(), L"1.2");
+        EXPECT_STREQ(item->GetGroup(), L"g");
+    }
+    EXPECT_TRUE(kinds.walk->IsUntilEnd());
+    EXPECT_EQ(kinds.walk->Count(), 3);
+    EXPECT_TRUE(kinds.table->IsUntilEnd());
+    EXPECT_EQ(kinds.table->Count(), 3);
+    EXPECT_STREQ(kinds.ipp->GetCommand(), L"c");
+    EXPECT_STREQ(kinds.constant->GetStaticDataItemValue(), L"v");
+}
+
+TEST(Items, KeepTextsThatWereNotGivenNull) {
+    const std::unique_ptr<XMLDataItemSpec> xml(
+        XMLDataItemSpec::CreateXMLDataItem(nullptr, nullptr, L"", nullptr, false, 0, nullptr));
+    EXPECT_EQ(xml->GetName(), nullptr);
+    EXPECT_EQ(xml->GetAttributeID(), nullptr);
+    EXPECT_EQ(xml->GetUri(), nullptr);
+    EXPECT_STREQ(xml->GetXPath(), L"");
+    EXPECT_EQ(xml->GetType(), nullptr);
+    const std::unique_ptr<StaticDataItemSpec> constant(
+        StaticDataItemSpec::CreateStaticDataItemSpec(L"n", nullptr, nullptr));
+    EXPECT_EQ(constant->GetStaticDataItemValue(), nullptr);
+    const std::unique_ptr<OIDGetDataItemsSpec> table(OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(nullptr));
+    EXPECT_EQ(table->GetName(), nullptr) << "no node, no fields";
+    EXPECT_STREQ(table->GetN(), L"");
+    EXPECT_EQ(static_cast<OIDDataItemSpec&>(*table).GetOid(), nullptr);
+}
+
+TEST(Items, InitializeEmptiesTheFieldsOfItsOwnClass) {
+    const Kinds kinds;
+    kinds.xml->Initialize();
+    EXPECT_EQ(kinds.xml->GetUri(), nullptr);
+    EXPECT_EQ(kinds.xml->GetXPath(), nullptr);
+    EXPECT_STREQ(kinds.xml->GetName(), L"n");
+    kinds.oid->Initialize();
+    EXPECT_EQ(kinds.oid->GetOid(), nullptr);
+    EXPECT_EQ(kinds.oid->GetGroup(), nullptr);
+    kinds.walk->Initialize();
+    EXPECT_EQ(kinds.walk->Count(), 0);
+    EXPECT_FALSE(kinds.walk->IsUntilEnd());
+    EXPECT_STREQ(kinds.walk->OIDDataItemSpec::GetOid(), L"1.2");
+    kinds.table->Initialize();
+    EXPECT_STREQ(kinds.table->GetN(), L"");
+    EXPECT_EQ(kinds.table->Count(), 0);
+    kinds.ipp->Initialize();
+    EXPECT_EQ(kinds.ipp->GetCommand(), nullptr);
+    EXPECT_EQ(kinds.ipp->GetJobUri(), nullptr);
+    kinds.constant->Initialize();
+    EXPECT_EQ(kinds.constant->GetStaticDataItemValue(), nullptr);
+    kinds.xml->DataItemSpec::Initialize();
+    EXPECT_EQ(kinds.xml->GetLifespan(), 0u);
+    EXPECT_FALSE(kinds.xml->IsTransient());
+    EXPECT_EQ(kinds.xml->GetType(), nullptr);
+    kinds.xml->CvxDataItem::Initialize();
+    EXPECT_EQ(kinds.xml->GetName(), nullptr);
+}
+
+TEST(Items, CopiesAreTheirOwn) {
+    auto kinds = std::make_unique<Kinds>();
+    const XMLDataItemSpec copy(*kinds->xml);
+    StaticDataItemSpec assigned(*kinds->constant);
+    assigned = *std::unique_ptr<StaticDataItemSpec>(
+        StaticDataItemSpec::CreateStaticDataItemSpec(L"other", L"w", nullptr));
+    kinds.reset();
+    EXPECT_STREQ(copy.GetUri(), L"u");
     EXPECT_STREQ(copy.GetName(), L"n");
-    CvxDataItem& base = *item;
-    base.Initialize();
-    EXPECT_EQ(item->GetUri(), nullptr);
+    EXPECT_EQ(copy.GetLifespan(), 7u);
+    EXPECT_STREQ(assigned.GetStaticDataItemValue(), L"w");
+    EXPECT_EQ(assigned.GetPrefix(), nullptr);
 }
 
 }  // namespace

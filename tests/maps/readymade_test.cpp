@@ -64,5 +64,36 @@ TEST(ReadyMadeMaps, AreCompleteAndWithoutDuplicates) {
     EXPECT_GE(files, 1);
 }
 
+ComPtr<IXMLDOMDocument> LoadFile(const std::filesystem::path& path) {
+    ComPtr<IXMLDOMDocument> document;
+    EXPECT_EQ(LoadDomFile(path.c_str(), document), S_OK) << path;
+    return document;
+}
+
+// A misspelt element would only show as an empty value.
+TEST(ReadyMadeMaps, SelectsItsPlsxmlItemsInTheDocumentsOfTheSimulatedPrinter) {
+    const std::filesystem::path served = CORVIX_SOURCE_DIR "/tools/corvixsim/device/http/80";
+    const KyUtils::ComApartment apartment;
+    ComPtr<IXMLDOMNode> element;
+    ASSERT_EQ(
+        SelectNode(LoadFile(CORVIX_SOURCE_DIR "/maps/plsxml.xml").Get(), L"DataMaps/XMLDataMap", element),
+        S_OK);
+    const DisposablePtr<DataMapSpec> map(DataMapSpec::CreateDataMapSpec(element.Get()));
+    std::map<std::wstring, ComPtr<IXMLDOMDocument>> documents;
+    int selected = 0;
+    for (const auto& [name, item] : map->GetItems()) {
+        const auto* xml = dynamic_cast<const XMLDataItemSpec*>(item.get());
+        if (!xml) continue;
+        ComPtr<IXMLDOMDocument>& document = documents[xml->GetUri()];
+        if (!document) document = LoadFile(served / std::filesystem::path(xml->GetUri()).relative_path());
+        ASSERT_TRUE(document);
+        ComPtr<IXMLDOMNode> node;
+        EXPECT_EQ(SelectNode(document.Get(), xml->GetXPath(), node), S_OK)
+            << std::string(name.begin(), name.end());
+        ++selected;
+    }
+    EXPECT_GE(selected, 20);
+}
+
 }  // namespace
 }  // namespace Corvix

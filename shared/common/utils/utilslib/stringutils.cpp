@@ -3,14 +3,16 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cwctype>
 
 namespace KyUtils {
 namespace {
 
 wchar_t LowerCharacter(wchar_t c) {
     if (c < 0x80) return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + 32) : c;
-    return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
+    // The C library's own function knows no letter between 0x80 and 0xFF.
+    wchar_t lower = c;
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_LOWERCASE, &c, 1, &lower, 1, nullptr, nullptr, 0);
+    return lower;
 }
 
 }  // namespace
