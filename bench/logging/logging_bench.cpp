@@ -1,11 +1,9 @@
 // What a function pays for its log scope while logging is off: figure log.off_ns.
 #include <windows.h>
 
-#include <algorithm>
-#include <array>
-#include <chrono>
 #include <cstdio>
 
+#include "support/figure.h"
 #include "utilslib/logging.h"
 
 namespace {
@@ -14,24 +12,22 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr int scopesPerRun = 5'000'000;
 
-// Not inlined, so that every scope is entered and left as in a function of its own.
-#if defined(_MSC_VER)
-__declspec(noinline)
-#else
-[[gnu::noinline]]
-#endif
-    void LoggedFunction(volatile int& calls) {
-    KyUtils::LogScope scope(logSource, "Corvix::Bench::LoggedFunction");
+void LoggedFunction(volatile int& calls) {
+    const KyUtils::LogScope scope(logSource, "Corvix::Bench::LoggedFunction");
     calls = calls + 1;
 }
 
+// Called through a pointer that the compiler cannot see through, so that every scope has a call of its own.
+void (*volatile const loggedFunction)(volatile int&) = LoggedFunction;
+
 double NanosecondsPerScope() {
+    constexpr double nanosecondsPerSecond = 1e9;
     volatile int calls = 0;
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < scopesPerRun; ++i)
-        LoggedFunction(calls);
-    const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-    return spent.count() / scopesPerRun;
+    const double seconds = CorvixBench::SecondsOf([&calls] {
+        for (int i = 0; i < scopesPerRun; ++i)
+            loggedFunction(calls);
+    });
+    return seconds * nanosecondsPerSecond / scopesPerRun;
 }
 
 }  // namespace
@@ -41,10 +37,6 @@ int wmain() {
         std::fputs("logging is on for this user: remove LogFileName\n", stderr);
         return 1;
     }
-    std::array<double, 9> runs{};
-    for (double& run : runs)
-        run = NanosecondsPerScope();
-    std::nth_element(runs.begin(), runs.begin() + runs.size() / 2, runs.end());
-    std::printf("figure log.off_ns %.2f ns\n", runs[runs.size() / 2]);
+    CorvixBench::PrintFigure("log.off_ns", CorvixBench::MedianOf(9, NanosecondsPerScope), "ns");
     return 0;
 }
