@@ -4,6 +4,8 @@
 #include <windows.h>
 
 #include <winspool.h>
+// The spooler's name for its wide function is also that of an operation of Corvix::Address.
+#undef SetPort
 
 #include <gmock/gmock.h>
 
