@@ -10,25 +10,26 @@
 #include "device.h"
 #include "httpanswer.h"
 #include "net.h"
+#include "server.h"
 #include "stopper.h"
 
 namespace CorvixSim {
 
-class HttpServer {
+class HttpServer final : public Server {
 public:
     /// Listens on `address` and `port` (0: any free one) and serves from then on until destroyed. Paths below
     /// "/sim/" go to `control`, uncounted and unharmed; all others to `handler`.
     /// Throws NetError when the port cannot be had.
     HttpServer(std::string service, const std::string& address, uint16_t port, Device& device,
                HttpHandler& handler, HttpHandler& control);
-    ~HttpServer();
+    ~HttpServer() override;
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
-    uint16_t Port() const { return port_; }
+    uint16_t Port() const override { return port_; }
 
     /// Stops or resumes to take connections. While it refuses, those that are open get no further answer.
-    void Refuse(bool refuse);
+    void Refuse(bool refuse) override;
 
 private:
     struct Connection {

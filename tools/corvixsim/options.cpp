@@ -96,6 +96,7 @@ std::string Row(std::string name, std::string_view help) {
 const std::vector<ServiceInfo>& AllServices() {
     static const std::vector<ServiceInfo> services = {
         {"plsxml", 80, false, "device documents as XML over HTTP"},
+        {"snmp", 161, true, "an SNMP agent, versions 1 and 2c"},
     };
     return services;
 }

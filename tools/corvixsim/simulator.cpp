@@ -3,10 +3,13 @@
 #include <chrono>
 
 #include "documenthandler.h"
+#include "snmpserver.h"
 #include "text.h"
 
 namespace CorvixSim {
 namespace {
+
+using Hundredths = std::chrono::duration<int64_t, std::centi>;
 
 constexpr int kFirstHost = 2;  // 127.0.0.1 is left to the developer's own services
 constexpr int kLastHost = 254;
@@ -22,10 +25,10 @@ void LoadValues(Device& device, const Options& options) {
         const auto up = std::chrono::steady_clock::now() - start;
         return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(up).count() + 1);
     });
-}
-
-std::unique_ptr<HttpHandler> MakeHandler(const ServiceInfo& service, Device& device) {
-    return std::make_unique<DocumentHandler>(device, service.port);
+    device.values.SetComputed("uptime-ticks", [start] {
+        const auto up = std::chrono::steady_clock::now() - start;
+        return std::to_string(std::chrono::duration_cast<Hundredths>(up).count() + 1);
+    });
 }
 
 }  // namespace
@@ -61,11 +64,17 @@ void Simulator::Start(const Options& options, const std::string& address) {
         std::make_unique<HttpServer>("control", address, options.ControlPort(), device_, control_, control_);
     for (const ServiceInfo& info : AllServices()) {
         if (!options.Serves(info)) continue;
-        Service service{&info, MakeHandler(info, device_), nullptr};
-        service.server = std::make_unique<HttpServer>(info.name, address, options.PortOf(info), device_,
-                                                      *service.handler, control_);
-        services_.push_back(std::move(service));
+        services_.push_back(MakeService(info, address, options.PortOf(info)));
     }
+}
+
+Simulator::Service Simulator::MakeService(const ServiceInfo& info, const std::string& address,
+                                          uint16_t port) {
+    if (info.datagrams) return {&info, nullptr, std::make_unique<SnmpServer>(address, port, device_)};
+    Service service{&info, std::make_unique<DocumentHandler>(device_, info.port), nullptr};
+    service.server =
+        std::make_unique<HttpServer>(info.name, address, port, device_, *service.handler, control_);
+    return service;
 }
 
 void Simulator::Stop() {

@@ -22,16 +22,17 @@ public:
     std::string ReadyLine() const;
 
 private:
-    void StartOnFreeAddress(const Options& options);
-    void Start(const Options& options, const std::string& address);
-    void Stop();
-    void ApplyRefusals();
-
     struct Service {
         const ServiceInfo* info;
         std::unique_ptr<HttpHandler> handler;
-        std::unique_ptr<HttpServer> server;
+        std::unique_ptr<Server> server;
     };
+
+    void StartOnFreeAddress(const Options& options);
+    void Start(const Options& options, const std::string& address);
+    Service MakeService(const ServiceInfo& info, const std::string& address, uint16_t port);
+    void Stop();
+    void ApplyRefusals();
 
     Device device_;
     Control control_;

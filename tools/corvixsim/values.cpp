@@ -5,6 +5,12 @@
 #include "text.h"
 
 namespace CorvixSim {
+namespace {
+
+// Values that name each other in a circle end here.
+constexpr int kMaxDepth = 4;
+
+}  // namespace
 
 void Values::Load(std::string_view text) {
     std::map<std::string, std::string> loaded;
@@ -45,6 +51,11 @@ std::string Values::GetLocked(const std::string& name) const {
 
 std::string Values::Expand(std::string_view text, Escape escape) const {
     const std::lock_guard lock(mutex_);
+    return ExpandLocked(text, escape, 0);
+}
+
+std::string Values::ExpandLocked(std::string_view text, Escape escape, int depth) const {
+    if (depth == kMaxDepth) return std::string(text);
     std::string expanded;
     for (;;) {
         const size_t open = text.find("{{");
@@ -55,7 +66,7 @@ std::string Values::Expand(std::string_view text, Escape escape) const {
         if (values_.count(name) + computed_.count(name) == 0) {
             expanded.append(text.substr(open, close + 2 - open));
         } else {
-            const std::string value = GetLocked(name);
+            const std::string value = ExpandLocked(GetLocked(name), nullptr, depth + 1);
             expanded += escape ? escape(value) : value;
         }
         text.remove_prefix(close + 2);

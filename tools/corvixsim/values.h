@@ -26,13 +26,15 @@ public:
     /// The value, or an empty text for an unknown name.
     std::string Get(const std::string& name) const;
 
-    /// The text with each {{name}} replaced by the value, escaped if `escape` is given. Unknown names stay.
+    /// The text with each {{name}} replaced by the value, escaped if `escape` is given. Values may name others in
+    /// their turn. Unknown names stay.
     std::string Expand(std::string_view text, Escape escape = nullptr) const;
 
     std::string Json() const;
 
 private:
     std::string GetLocked(const std::string& name) const;
+    std::string ExpandLocked(std::string_view text, Escape escape, int depth) const;
 
     mutable std::mutex mutex_;
     std::map<std::string, std::string> values_;
