@@ -6,7 +6,21 @@ namespace CorvixSim {
 namespace {
 
 // Junk requests must not fill the memory of a long-running simulator with paths.
-constexpr size_t kMaxPaths = 10000;
+constexpr size_t kMaxNames = 10000;
+
+using Counts = std::map<std::string, uint64_t>;
+
+void CountName(Counts& counts, const std::string& name) {
+    if (counts.size() < kMaxNames || counts.count(name) != 0) ++counts[name];
+}
+
+std::string JsonOf(const Counts& counts) {
+    std::string json;
+    for (const auto& [name, count] : counts) {
+        json += (json.empty() ? "" : ",") + JsonText(name) + ":" + std::to_string(count);
+    }
+    return "{" + json + "}";
+}
 
 }  // namespace
 
@@ -14,7 +28,12 @@ void Counters::Count(const std::string& service, const std::string& what) {
     const std::lock_guard lock(mutex_);
     Service& counted = services_[service];
     ++counted.requests;
-    if (counted.paths.size() < kMaxPaths || counted.paths.count(what) != 0) ++counted.paths[what];
+    CountName(counted.paths, what);
+}
+
+void Counters::CountOperation(const std::string& service, const std::string& operation) {
+    const std::lock_guard lock(mutex_);
+    CountName(services_[service].operations, operation);
 }
 
 void Counters::CountConnection(const std::string& service) {
@@ -33,13 +52,11 @@ std::string Counters::Json() const {
     std::string services;
     for (const auto& [name, service] : services_) {
         total += service.requests;
-        std::string paths;
-        for (const auto& [path, count] : service.paths) {
-            paths += (paths.empty() ? "" : ",") + JsonText(path) + ":" + std::to_string(count);
-        }
         services += (services.empty() ? "" : ",") + JsonText(name) +
                     ":{\"connections\":" + std::to_string(service.connections) +
-                    ",\"requests\":" + std::to_string(service.requests) + ",\"paths\":{" + paths + "}}";
+                    ",\"requests\":" + std::to_string(service.requests) +
+                    ",\"paths\":" + JsonOf(service.paths) + ",\"operations\":" + JsonOf(service.operations) +
+                    "}";
     }
     return "{\"total\":" + std::to_string(total) + ",\"services\":{" + services + "}}\n";
 }

@@ -65,7 +65,7 @@ constexpr Switch kSwitches[] = {
     {"--port-map", "LIST", AddPortMap,
      "real ports for the ports of a device, such as 80=18080,161/udp=10161; 'control=PORT' too"},
     {"--port-base", "N", SetPortBase,
-     "real ports N, N+1, ... in the order of the services; 0: any free ports"},
+     "real ports from N on, in the order of the services below, control at N+9; 0: any free ports"},
     {"--services", "LIST", AddServices, "serve only these (default: all)"},
     {"--device", "FOLDER", [](Options& o, const std::string& a) { o.deviceFolder = a; },
      "files that replace or add to the built-in files of the device"},
@@ -95,8 +95,10 @@ std::string Row(std::string name, std::string_view help) {
 
 const std::vector<ServiceInfo>& AllServices() {
     static const std::vector<ServiceInfo> services = {
-        {"plsxml", 80, false, "device documents as XML over HTTP"},
-        {"snmp", 161, true, "an SNMP agent, versions 1 and 2c"},
+        {"plsxml", 80, false, 0, "device documents as XML over HTTP"},
+        {"pavo", 8080, false, 1, "the Pavo discovery tree and its resources"},
+        {"ws", 3910, false, 2, "SOAP web services: WS-Transfer Get and GetPrinterElements"},
+        {"snmp", 161, true, 4, "an SNMP agent, versions 1 and 2c"},
     };
     return services;
 }
@@ -112,8 +114,7 @@ bool Options::Serves(const ServiceInfo& service) const {
 uint16_t Options::PortOf(const ServiceInfo& service) const {
     if (const auto mapped = portMap.find(PortName(service)); mapped != portMap.end()) return mapped->second;
     if (!portBase) return service.port;
-    const auto index = static_cast<uint16_t>(&service - AllServices().data());
-    return *portBase == 0 ? uint16_t{0} : static_cast<uint16_t>(*portBase + index);
+    return *portBase == 0 ? uint16_t{0} : static_cast<uint16_t>(*portBase + service.offset);
 }
 
 uint16_t Options::ControlPort() const {
@@ -149,7 +150,7 @@ std::string UsageText() {
     }
     text +=
         "\nWhen all services are ready, one line on standard output says where, such as\n"
-        "  ready address=127.0.0.2 port-map=80=18080,161/udp=18084 control=18089\n"
+        "  ready address=127.0.0.2 port-map=80=18080,8080=18081,3910=18082,161/udp=18084 control=18089\n"
         "It ends on Ctrl-C, on POST /sim/quit, or with --until-eof at the end of standard input.\n\n"
         "Paths on the control port, and on every HTTP service:\n" +
         Control::Help() + "\nFaults:\n" + FaultTable::Help() +

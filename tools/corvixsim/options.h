@@ -20,10 +20,11 @@ struct ServiceInfo {
     const char* name;
     uint16_t port;
     bool datagrams;
+    uint16_t offset;  ///< from the base of the real ports
     const char* help;
 };
 
-/// Every service, in the order in which ports are given out.
+/// Every service.
 const std::vector<ServiceInfo>& AllServices();
 
 /// "80" or "161/udp", as port maps name it.

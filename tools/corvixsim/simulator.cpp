@@ -4,6 +4,7 @@
 
 #include "documenthandler.h"
 #include "snmpserver.h"
+#include "soaphandler.h"
 #include "text.h"
 
 namespace CorvixSim {
@@ -29,6 +30,11 @@ void LoadValues(Device& device, const Options& options) {
         const auto up = std::chrono::steady_clock::now() - start;
         return std::to_string(std::chrono::duration_cast<Hundredths>(up).count() + 1);
     });
+}
+
+std::unique_ptr<HttpHandler> MakeHandler(const ServiceInfo& info, Device& device) {
+    if (std::string_view(info.name) == "ws") return std::make_unique<SoapHandler>(device);
+    return std::make_unique<DocumentHandler>(device, info.port);
 }
 
 }  // namespace
@@ -71,7 +77,7 @@ void Simulator::Start(const Options& options, const std::string& address) {
 Simulator::Service Simulator::MakeService(const ServiceInfo& info, const std::string& address,
                                           uint16_t port) {
     if (info.datagrams) return {&info, nullptr, std::make_unique<SnmpServer>(address, port, device_)};
-    Service service{&info, std::make_unique<DocumentHandler>(device_, info.port), nullptr};
+    Service service{&info, MakeHandler(info, device_), nullptr};
     service.server =
         std::make_unique<HttpServer>(info.name, address, port, device_, *service.handler, control_);
     return service;

@@ -26,8 +26,8 @@ public:
     /// The value, or an empty text for an unknown name.
     std::string Get(const std::string& name) const;
 
-    /// The text with each {{name}} replaced by the value, escaped if `escape` is given. Values may name others in
-    /// their turn. Unknown names stay.
+    /// The text with each {{name}} replaced by the value, escaped if `escape` is given. Values may name
+    /// others in their turn. Unknown names stay.
     std::string Expand(std::string_view text, Escape escape = nullptr) const;
 
     std::string Json() const;
