@@ -6,6 +6,7 @@
 #include "datacollection.h"
 #include "dataitemspec.h"
 #include "datamapspec.h"
+#include "deviceinfo.h"
 #include "disposable.h"
 #include "disposableptr.h"
 #include "ippprovider.h"
