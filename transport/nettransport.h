@@ -72,4 +72,8 @@ struct NetAddressOptions {
 /// Makes an address that holds one reference, owned by the caller. Nothing is resolved or connected yet.
 Corvix::KyNetAddress* CreateNetAddress(const NetAddressOptions& options);
 
+/// What a code of HTTPRequest::GetLastErrorCode() means, in one English sentence without a line end, or the
+/// system's own text; "error N" when nobody knows.
+std::wstring DescribeNetError(unsigned long code);
+
 }  // namespace CorvixTransport

@@ -27,8 +27,8 @@ private:
     WSANETWORKEVENTS WaitForEvents(const Waiting& waiting);
 
     WinsockSession winsock_;
-    Socket socket_;
     NetEvent event_;
+    Socket socket_;
 };
 
 }  // namespace CorvixTransport

@@ -8,7 +8,6 @@ class HttpResponse : public HttpTest {};
 
 TEST_F(HttpResponse, IsHandedOutWhateverItsStatus) {
     for (const char* status : {"200 OK", "302 Found", "404 Not Found", "500 Oops"}) {
-        address_.Reset();
         Serve([status](Peer& peer, int) {
             peer.ReadRequest();
             peer.Respond("body", status, "Location: http://127.0.0.3/elsewhere\r\n");
@@ -117,7 +116,7 @@ TEST_F(HttpResponse, OfAResetConnectionIsAnError) {
 
 TEST_F(HttpResponse, OfAClosedPortIsRefused) {
     Serve([](Peer&, int) {});
-    server_.reset();
+    StopServing();
     EXPECT_EQ(Get().error, static_cast<unsigned long>(WSAECONNREFUSED));
     ASSERT_EQ(records_.size(), 1u);
     EXPECT_EQ(records_[0].status, 0u);
@@ -152,7 +151,7 @@ TEST_F(HttpResponse, ComesFromNamesAndFromIPv6) {
         address_.Reset();
         EXPECT_EQ(Get().body, "hello");
         EXPECT_EQ(HeaderLine(head, "Host"), "Host: " + test.header);
-        server_.reset();
+        StopServing();
     }
 }
 
@@ -183,7 +182,7 @@ TEST_F(HttpResponse, ThatTricklesEndsWithTheLimit) {
     });
     EXPECT_EQ(Get().error, static_cast<unsigned long>(ERROR_TIMEOUT));
     go = false;
-    server_.reset();
+    StopServing();
 }
 
 TEST_F(HttpResponse, IsNotWaitedForAfterCancel) {
@@ -204,7 +203,7 @@ TEST_F(HttpResponse, IsNotWaitedForAfterCancel) {
     const RequestPtr other = MakeRequest();
     other->Cancel();
     EXPECT_EQ(Finish(*other).error, static_cast<unsigned long>(ERROR_CANCELLED));
-    server_.reset();
+    StopServing();
 }
 
 }  // namespace

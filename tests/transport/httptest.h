@@ -35,8 +35,17 @@ protected:
         options_.timeoutMilliseconds = 10000;
     }
 
+    // Scripts use what the test has on its stack and in its fixture.
+    void TearDown() override { StopServing(); }
+
+    void StopServing() {
+        address_.Reset();
+        server_.reset();
+    }
+
     // A server whose port is that of the library's port 80, and an address that leads there.
     ScriptedServer& Serve(ScriptedServer::Script script) {
+        StopServing();
         server_.emplace(std::move(script));
         options_.portMap.MapTcp(80, server_->Port());
         options_.observer = [this](const ExchangeRecord& record) { records_.push_back(record); };

@@ -12,7 +12,18 @@ void Require(bool succeeded, const char* what) {
 
 }  // namespace
 
+bool Peer::WaitUntilReadable() {
+    // A wait for the socket alone could not be interrupted on every system.
+    constexpr int patience = 10;
+    while (!isInterrupted_) {
+        WSAPOLLFD poll = {socket_.Get(), POLLIN, 0};
+        if (WSAPoll(&poll, 1, patience) != 0) return true;
+    }
+    return false;
+}
+
 bool Peer::Receive() {
+    if (!WaitUntilReadable()) return false;
     char buffer[65536];
     const int count = recv(socket_.Get(), buffer, sizeof buffer, 0);
     if (count <= 0) return false;
@@ -68,6 +79,14 @@ size_t Peer::WaitForEnd() {
     for (received_.clear(); Receive(); received_.clear())
         total += received_.size();
     return total;
+}
+
+void Peer::Hold() { interrupted_.get_future().wait(); }
+
+void Peer::Interrupt() {
+    isInterrupted_ = true;
+    interrupted_.set_value();
+    shutdown(socket_.Get(), SD_BOTH);
 }
 
 void Peer::Reset() {

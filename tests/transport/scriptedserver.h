@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <list>
 #include <mutex>
 #include <string>
@@ -33,17 +34,22 @@ public:
                  const std::string& headers = "");
     // Waits until the client has hung up, reading what it still sends. \return how many bytes that were.
     size_t WaitForEnd();
+    // Neither reads nor hangs up until the server goes.
+    void Hold();
     // Ends the connection so that the client sees a reset.
     void Reset();
 
     // From another thread: every wait ends.
-    void Interrupt() { shutdown(socket_.Get(), SD_BOTH); }
+    void Interrupt();
 
 private:
+    bool WaitUntilReadable();
     bool Receive();
 
     Socket socket_;
+    std::atomic<bool> isInterrupted_{false};
     std::string received_;
+    std::promise<void> interrupted_;
 };
 
 class ScriptedServer {
