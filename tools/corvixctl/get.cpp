@@ -9,6 +9,7 @@
 #include "mapfile.h"
 #include "reading.h"
 #include "records.h"
+#include "registrycache.h"
 #include "systemtext.h"
 
 namespace CorvixCtl {
@@ -17,6 +18,7 @@ namespace {
 using Corvix::DataCollection;
 using Corvix::DataMapTypeEnum;
 using Corvix::DisposablePtr;
+using Corvix::ICacheProvider;
 using Corvix::ValueSource;
 
 const OptionGroup mapOptions = {
@@ -25,6 +27,7 @@ const OptionGroup mapOptions = {
         {L"map", L"FILE", L"the data map document"},
         {L"explain", nullptr,
          L"also tell where each value came from, its age, and what it was before conversion"},
+        {L"cache", L"KEY", L"keep values in the registry, below HKEY_LOCAL_MACHINE, for later runs"},
     },
 };
 
@@ -79,25 +82,37 @@ std::wstring DiagnoseSnmp(Corvix::Address& address) {
     FailAsUnreachable(device, L"no map of " + file.Path() + L" fits it");
 }
 
-DisposablePtr<DataCollection> Bind(const Device& device, const MapFile& file) {
+// The cache that the user asked for; null without one.
+DisposablePtr<ICacheProvider> OpenCache(const Arguments& arguments) {
+    const std::optional<std::wstring> option = arguments.Find(L"cache");
+    if (!option) return {};
+    const std::wstring key = ReadCacheKey(L"cache", *option);
+    if (const auto reason = WhyNotWritable(key)) Complain(L"values are not kept: " + *reason);
+    return DisposablePtr<ICacheProvider>(CreateRegCacheProvider(key.c_str()));
+}
+
+DisposablePtr<DataCollection> Bind(const Device& device, const MapFile& file, ICacheProvider* cache) {
     RequireKnownMap(file);
     DisposablePtr<DataCollection> collection;
     const HRESULT result = CreateDataCollectionFromDataMapSpecsCollection(device.address.Get(), file.Specs(),
-                                                                          collection.Receive(), nullptr);
+                                                                          collection.Receive(), cache);
     if (result != S_OK || !collection) FailToBind(device, file);
     return collection;
 }
 
 // ---- output
 
-Records ToRecords(const std::vector<Reading>& readings, bool explain) {
+// What is left of a lifespan only a cache's user asks.
+Records ToRecords(const std::vector<Reading>& readings, bool explain, bool cached) {
     Records records{{{L"name"}, {L"value"}, {L"error", true}}, {}};
     if (explain) records.columns.insert(records.columns.end(), {{L"source"}, {L"raw"}, {L"age"}});
+    if (explain && cached) records.columns.push_back({L"left"});
     for (const Reading& reading : readings) {
         records.rows.push_back({reading.name, reading.value, reading.error});
         if (!explain) continue;
         auto& row = records.rows.back();
         row.insert(row.end(), {SourceCell(reading.source), reading.raw, reading.age});
+        if (cached) row.push_back(reading.left);
     }
     return records;
 }
@@ -148,11 +163,13 @@ ExitCode RunGet(const Arguments& arguments) {
     const std::wstring path = arguments.Require(L"map", L"the data map to use");
     const Device device = OpenDevice(arguments);
     const MapFile file = MapFile::Load(path);
-    const DisposablePtr<DataCollection> collection = Bind(device, file);
+    const DisposablePtr<ICacheProvider> cache = OpenCache(arguments);
+    const DisposablePtr<DataCollection> collection = Bind(device, file, cache.Get());
     const MapInfo& map = BoundMap(file, *collection);
     const auto& named = arguments.Operands();
     const auto readings = ReadItems(*collection, map, device, named.empty() ? NamesOf(map) : named);
-    Print(Render(ToRecords(readings, arguments.Has(L"explain")), format, device, map.type));
+    Print(Render(ToRecords(readings, arguments.Has(L"explain"), cache.Get() != nullptr), format, device,
+                 map.type));
     const auto failed = std::count_if(readings.begin(), readings.end(), std::not_fn(IsAnswered));
     if (failed == 0) return ExitCode::Done;
     Complain(std::to_wstring(failed) + L" of " + std::to_wstring(readings.size()) + L" items failed");
@@ -171,7 +188,8 @@ const Command& GetCommand() {
         L"maps the first that fits the device is used. A walk or a table is printed element by element.",
         L"corvixctl get --device 192.0.2.7 --map maps/plsxml.xml\n"
         L"corvixctl get --device printer.example --map maps/plsxml.xml --format json Model State\n"
-        L"corvixctl get --device 127.0.0.2 --port-map 80=18080 --map maps/plsxml.xml --explain",
+        L"corvixctl get --device 127.0.0.2 --port-map 80=18080 --map maps/plsxml.xml --explain\n"
+        L"corvixctl get --device 192.0.2.7 --map maps/plsxml.xml --cache Software\\Example\\Cache",
         {&mapOptions, &deviceOptions, &snmpOptions, &formatOptions},
         0,
         anyNumber,

@@ -14,7 +14,7 @@
 namespace CorvixCtl {
 
 const std::vector<const Command*>& AllCommands() {
-    static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand()};
+    static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand(), &CacheCommand()};
     return commands;
 }
 

@@ -286,6 +286,13 @@ const wchar_t* ProtocolName(DataMapTypeEnum type) {
     return nullptr;
 }
 
+DataMapTypeEnum MapTypeOfProtocol(std::wstring_view name) {
+    for (const Protocol& protocol : protocols) {
+        if (name == protocol.name) return protocol.type;
+    }
+    return DataMapTypeEnum::Unknown;
+}
+
 DataMapTypeEnum MapTypeOf(std::wstring_view dataMapName) {
     for (const Protocol& protocol : protocols) {
         if (dataMapName == protocol.mapName) return protocol.type;

@@ -16,14 +16,6 @@ using Corvix::ValueOrigin;
 // A device that never stops answering must not keep us for ever.
 constexpr int mostElements = 100000;
 
-double SecondsSince(unsigned long long fileTime) {
-    FILETIME now = {};
-    GetSystemTimeAsFileTime(&now);
-    const ULARGE_INTEGER ticks = {{now.dwLowDateTime, now.dwHighDateTime}};
-    constexpr double ticksPerSecond = 1e7;
-    return ticks.QuadPart <= fileTime ? 0 : static_cast<double>(ticks.QuadPart - fileTime) / ticksPerSecond;
-}
-
 std::wstring BytesText(SAFEARRAY* bytes) {
     std::wstring text;
     void* data = nullptr;

@@ -25,4 +25,12 @@ std::wstring ToHex(unsigned long code) {
     return text.data();
 }
 
+double SecondsSince(unsigned long long fileTime) {
+    FILETIME now = {};
+    GetSystemTimeAsFileTime(&now);
+    const ULARGE_INTEGER ticks = {{now.dwLowDateTime, now.dwHighDateTime}};
+    constexpr double ticksPerSecond = 1e7;
+    return ticks.QuadPart <= fileTime ? 0 : static_cast<double>(ticks.QuadPart - fileTime) / ticksPerSecond;
+}
+
 }  // namespace CorvixCtl

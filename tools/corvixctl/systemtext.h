@@ -1,4 +1,4 @@
-// The system's own words for its error codes.
+// The system's own words for its error codes, and its clock.
 #pragma once
 
 #include <string>
@@ -9,5 +9,8 @@ namespace CorvixCtl {
 std::wstring SystemText(unsigned long code);
 // The number as it is looked up: "0x80004005".
 std::wstring ToHex(unsigned long code);
+
+// The time that has gone by since a FILETIME (100 ns units since 1601, UTC); 0 for one in the future.
+double SecondsSince(unsigned long long fileTime);
 
 }  // namespace CorvixCtl
