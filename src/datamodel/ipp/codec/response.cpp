@@ -139,9 +139,7 @@ std::string_view Response::NameAt(std::uint32_t offset) const {
     return {name + 2, LoadShort(name)};
 }
 
-std::string_view Response::Name(std::size_t index) const {
-    return NameAt(appearances_[names_[index].first].name);
-}
+std::string_view Response::Name(std::size_t index) const { return NameAt(names_[index].offset); }
 
 /// The slot that holds this name, or the free one where it belongs.
 std::size_t Response::SlotOf(std::string_view name, std::uint32_t hash) const {
@@ -161,21 +159,30 @@ const Response::NameEntry* Response::Find(std::string_view name) const {
     return index == none ? nullptr : &names_[index];
 }
 
-void Response::AddAppearance(std::uint32_t nameOffset, std::uint32_t begin) {
+/// The entry of the name at this place, a new one when the name is new.
+std::uint32_t Response::EntryOf(std::uint32_t nameOffset) {
     const std::string_view name = NameAt(nameOffset);
-    const auto hash = static_cast<std::uint32_t>(KeyedHash(name));
-    const auto index = static_cast<std::uint32_t>(appearances_.size());
-    appearances_.push_back({nameOffset, begin, begin, none});
+    // Groups mostly repeat the attributes of the group before them, and then nothing has to be looked up.
+    if (expected_ < appearances_.size() && Name(appearances_[expected_].name) == name)
+        return appearances_[expected_].name;
     if ((names_.size() + 1) * 2 > slots_.size()) GrowSlots();
+    const auto hash = static_cast<std::uint32_t>(KeyedHash(name));
     std::uint32_t& slot = slots_[SlotOf(name, hash)];
     if (slot == none) {
         slot = static_cast<std::uint32_t>(names_.size());
-        names_.push_back({hash, index, index});
-        return;
+        names_.push_back({hash, nameOffset, none, none});
     }
-    NameEntry& entry = names_[slot];
-    appearances_[entry.last].next = index;
+    return slot;
+}
+
+void Response::AddAppearance(std::uint32_t nameOffset, std::uint32_t begin) {
+    const std::uint32_t name = EntryOf(nameOffset);
+    const auto index = static_cast<std::uint32_t>(appearances_.size());
+    NameEntry& entry = names_[name];
+    expected_ = entry.last == none ? none : entry.last + 1;
+    (entry.last == none ? entry.first : appearances_[entry.last].next) = index;
     entry.last = index;
+    appearances_.push_back({name, begin, begin, none});
 }
 
 void Response::GrowSlots() {

@@ -56,14 +56,15 @@ private:
     /// One appearance of an attribute; its values stand in the body from `begin` to `end`, one after the
     /// other.
     struct Appearance {
-        std::uint32_t name;  ///< where the name's two bytes of length are
+        std::uint32_t name;  ///< index in names_
         std::uint32_t begin;
         std::uint32_t end;
         std::uint32_t next;  ///< the next appearance of the same name
     };
     struct NameEntry {
         std::uint32_t hash;
-        std::uint32_t first;
+        std::uint32_t offset;  ///< where the name's two bytes of length are
+        std::uint32_t first;   ///< appearances
         std::uint32_t last;
     };
     using Path = std::vector<std::string_view>;
@@ -72,6 +73,7 @@ private:
     std::size_t SlotOf(std::string_view name, std::uint32_t hash) const;
     const NameEntry* Find(std::string_view name) const;
     void AddAppearance(std::uint32_t nameOffset, std::uint32_t begin);
+    std::uint32_t EntryOf(std::uint32_t nameOffset);
     void GrowSlots();
     bool AppendTexts(const NameEntry& entry, const Path& path, std::string& text) const;
     std::optional<std::string> MemberText(std::string_view name) const;
@@ -80,6 +82,7 @@ private:
     std::vector<Appearance> appearances_;
     std::vector<NameEntry> names_;
     std::vector<std::uint32_t> slots_;  ///< indices of names_, none where free; a power of two of them
+    std::uint32_t expected_ = none;     ///< the appearance whose name comes next when groups are alike
     std::optional<Fault> fault_;
     std::uint32_t statusCode_ = 0;
     std::uint32_t requestId_ = 0;

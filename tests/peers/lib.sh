@@ -1,0 +1,52 @@
+# Shared by the scripts that use a real IPP printer: ippeveprinter of the distribution. Sourced, not run.
+peer_dir=$(mktemp -d)
+peer_pids=()
+
+stop_peers() {
+    local pid
+    for pid in "${peer_pids[@]}"; do
+        kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
+    done
+    rm -rf "$peer_dir"
+}
+
+# free_port: prints a TCP port that nobody listens on.
+free_port() {
+    local port
+    while :; do
+        port=$((20000 + RANDOM % 20000))
+        (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || break
+    done
+    printf '%s\n' "$port"
+}
+
+# start_ippeveprinter NAME [OPTION...]: leaves its port in $peer_port. It will not start without a message bus, so it
+# gets one of its own. Call stop_peers in the end.
+start_ippeveprinter() {
+    local name=$1 bus
+    shift
+    dbus-daemon --session --nofork --print-address=3 3>"$peer_dir/bus" >/dev/null 2>&1 &
+    peer_pids+=($!)
+    wait_until test -s "$peer_dir/bus" || return 1
+    bus=$(cat "$peer_dir/bus")
+    peer_port=$(free_port)
+    mkdir -p "$peer_dir/spool" "$peer_dir/keys"
+    DBUS_SYSTEM_BUS_ADDRESS=$bus ippeveprinter -r off -n localhost -p "$peer_port" -d "$peer_dir/spool" \
+        -K "$peer_dir/keys" -f application/pdf,image/pwg-raster,image/jpeg "$@" "$name" \
+        >"$peer_dir/printer.log" 2>&1 </dev/null &
+    peer_pids+=($!)
+    wait_until listens "$peer_port" || { cat "$peer_dir/printer.log" >&2; return 1; }
+}
+
+listens() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+
+# wait_until COMMAND...: tries for ten seconds.
+wait_until() {
+    local i
+    for i in $(seq 100); do
+        "$@" && return 0
+        sleep 0.1
+    done
+    echo "waited in vain for: $*" >&2
+    return 1
+}
