@@ -13,6 +13,7 @@
 #include "ipprequest.h"
 #include "ippresponse.h"
 #include "logmonitor.h"
+#include "oidprovider.h"
 #include "pavoprovider.h"
 #include "transport.h"
 #include "wsprovider.h"

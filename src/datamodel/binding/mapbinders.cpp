@@ -4,6 +4,9 @@
 
 #include "datamodel/ipp/ippdatamapper.h"
 #include "datamodel/ipp/ippproviderimpl.h"
+#include "datamodel/snmp/oiddatamapper.h"
+#include "datamodel/snmp/oididentity.h"
+#include "datamodel/snmp/oidproviderimpl.h"
 #include "datamodel/xml/pavoproviderimpl.h"
 #include "datamodel/xml/plsxmlproviderimpl.h"
 #include "datamodel/xml/wsproviderimpl.h"
@@ -86,6 +89,25 @@ BoundMap BindPlsxml(Address& address, DataMapSpec& map, bool identityWanted) {
     return BindXml(PLSXMLProviderImpl::Create(&address), map, identityWanted, plsxmlIdentity);
 }
 
+/// A description that is no text is a device that does not fit, which is no reason to fail for good.
+DisposablePtr<OIDProvider> CreateOidProviderOrNull(Address& address) {
+    try {
+        return OIDProviderImpl::Create(&address);
+    } catch (const _com_error& error) {
+        if (error.Error() == E_OUTOFMEMORY) throw;
+        logSource.ErrorResult(error.Error(), L"The device's SNMP description is no text");
+        return {};
+    }
+}
+
+BoundMap BindOid(Address& address, DataMapSpec& map, bool identityWanted) {
+    DisposablePtr<OIDProvider> provider = CreateOidProviderOrNull(address);
+    if (!provider) return {};
+    std::wstring identity = identityWanted ? ReadSerialNumber(*provider) : std::wstring();
+    return {OIDDataMapper::Create(std::move(provider), DisposablePtr<DataMapSpec>::Share(&map)),
+            std::move(identity)};
+}
+
 }  // namespace
 
 MapBinder BinderOf(DataMapTypeEnum type) {
@@ -98,6 +120,8 @@ MapBinder BinderOf(DataMapTypeEnum type) {
             return BindPlsxml;
         case DataMapTypeEnum::IPP:
             return BindIpp;
+        case DataMapTypeEnum::OID:
+            return BindOid;
         default:
             return nullptr;
     }

@@ -117,10 +117,14 @@ KyUtils::Variant DataCollectionImpl::ConvertAndStore(const DataItemSpec& item, s
 HRESULT DataCollectionImpl::Answer(const DataItemSpec& item, std::wstring_view key, KyUtils::Variant raw,
                                    VARIANT* value) {
     KyUtils::Variant converted = ConvertAndStore(item, key, raw);
-    const std::uint64_t now = KyUtils::CurrentFileTime().value_or(0);
-    lastAnswer_ = {ValueSource::Device, std::move(raw), now, item.GetLifespan()};
+    NoteDeviceAnswer(std::move(raw), item.GetLifespan());
     *value = converted.Release();
     return S_OK;
+}
+
+void DataCollectionImpl::NoteDeviceAnswer(KyUtils::Variant raw, std::uint32_t lifespan) {
+    const std::uint64_t now = KyUtils::CurrentFileTime().value_or(0);
+    lastAnswer_ = {ValueSource::Device, std::move(raw), now, lifespan};
 }
 
 }  // namespace Corvix

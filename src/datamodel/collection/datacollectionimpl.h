@@ -40,6 +40,8 @@ protected:
                                      const KyUtils::Variant& raw);
     /// ConvertAndStore() for the value that was asked for: hands it to the caller and notes its origin.
     HRESULT Answer(const DataItemSpec& item, std::wstring_view key, KyUtils::Variant raw, VARIANT* value);
+    /// Notes the origin of a value that the mapper hands to the caller itself.
+    void NoteDeviceAnswer(KyUtils::Variant raw, std::uint32_t lifespan);
 
 private:
     struct LastAnswer {

@@ -82,6 +82,12 @@ public:
         variant.value_.vt = VT_BSTR;
         return variant;
     }
+    /// The value as VT_BSTR. \throws _com_error where a value of its type has no text.
+    static Variant ToText(const VARIANT& source) {
+        Variant text;
+        ThrowIfFailed(VariantChangeType(&text.value_, const_cast<VARIANT*>(&source), 0, VT_BSTR));
+        return text;
+    }
     static Variant FromI4(long number) noexcept {
         Variant variant;
         variant.value_.vt = VT_I4;

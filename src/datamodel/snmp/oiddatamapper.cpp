@@ -1,0 +1,278 @@
+#include "datamodel/snmp/oiddatamapper.h"
+
+#include <optional>
+#include <utility>
+
+#include "datamodel/collection/itemname.h"
+#include "datamodel/snmp/oidtext.h"
+#include "datamodel/snmp/oidwalk.h"
+#include "utilslib/boundary.h"
+#include "utilslib/logging.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+constexpr std::wstring_view wholeSequence = L"###";
+constexpr size_t sequenceDigits = 3;
+constexpr wchar_t groupSeparator = L',';
+
+/// Owns the values of one multiple get.
+class VariantList {
+public:
+    explicit VariantList(size_t count) : values_(count) {
+        for (VARIANT& value : values_)
+            VariantInit(&value);
+    }
+    ~VariantList() {
+        for (VARIANT& value : values_)
+            VariantClear(&value);
+    }
+    VariantList(const VariantList&) = delete;
+    VariantList& operator=(const VariantList&) = delete;
+
+    VARIANT* Data() { return values_.data(); }
+    unsigned Count() const { return static_cast<unsigned>(values_.size()); }
+
+    /// \throws _com_error for a value that has no text.
+    std::wstring Join() const {
+        std::wstring text;
+        for (const VARIANT& value : values_) {
+            if (&value != values_.data()) text += groupSeparator;
+            text += TextOf(value);
+        }
+        return text;
+    }
+
+private:
+    static std::wstring TextOf(const VARIANT& value) {
+        if (value.vt == VT_I4) return std::to_wstring(value.lVal);
+        return std::wstring(KyUtils::Variant::ToText(value).Text());
+    }
+
+    std::vector<VARIANT> values_;
+};
+
+std::wstring_view ViewOf(const wchar_t* text) { return text ? std::wstring_view(text) : std::wstring_view(); }
+
+/// A number that counts elements; nothing for any other text.
+std::optional<int> ParseElementNumber(std::wstring_view text) {
+    constexpr size_t mostDigits = 9;
+    if (text.empty() || text.find_first_not_of(L"0123456789") != std::wstring_view::npos) return std::nullopt;
+    text.remove_prefix(std::min(text.find_first_not_of(L'0'), text.size()));
+    if (text.size() > mostDigits) return std::nullopt;
+    int number = 0;
+    for (const wchar_t digit : text)
+        number = number * 10 + (digit - L'0');
+    return number;
+}
+
+/// Whether there is no use in asking for further elements: each would cost all the attempts of the
+/// connection.
+bool IsSilence(HRESULT result) {
+    return result == HRESULT_FROM_WIN32(WSAETIMEDOUT) || result == HRESULT_FROM_WIN32(ERROR_TIMEOUT);
+}
+
+}  // namespace
+
+/// One request for a walk or a table, or for an element of it.
+struct OIDDataMapper::Sequence {
+    std::wstring_view prefix;
+    std::wstring_view name;
+    const OIDDataItemSpec& item;
+    std::optional<int> wanted;  ///< nothing: the sequence as a whole
+    std::optional<KyUtils::Variant> found;
+    KyUtils::Variant foundRaw;
+
+    std::wstring Key(std::wstring_view sequence) const {
+        std::wstring key;
+        ConstructKey(prefix, name, sequence, key);
+        return key;
+    }
+    /// Whether further elements would be fetched for nobody: those of a transient item are not kept.
+    bool IsDone() const { return item.IsTransient() && (found || !wanted); }
+};
+
+OIDDataMapper::OIDDataMapper(DisposablePtr<OIDProvider> provider, DisposablePtr<DataMapSpec> map)
+    : DataCollectionImpl(std::move(map)), provider_(std::move(provider)) {}
+
+DisposablePtr<DataCollectionImpl> OIDDataMapper::Create(DisposablePtr<OIDProvider> provider,
+                                                        DisposablePtr<DataMapSpec> map) {
+    return DisposablePtr<DataCollectionImpl>::Share(new OIDDataMapper(std::move(provider), std::move(map)));
+}
+
+std::wstring OIDDataMapper::GetDataMapName() const { return L"OIDDataMap"; }
+
+HRESULT OIDDataMapper::ConstructKey(std::wstring_view prefix, std::wstring_view name,
+                                    std::wstring_view sequence, std::wstring& key) {
+    if (name.empty()) return E_FAIL;
+    key.assign(prefix);
+    if (!prefix.empty()) key += L':';
+    key += name;
+    if (!sequence.empty()) (key += L'.') += sequence;
+    return S_OK;
+}
+
+std::wstring OIDDataMapper::GetSequenceString(int index) {
+    std::wstring digits = std::to_wstring(index);
+    if (digits.size() < sequenceDigits) digits.insert(0, sequenceDigits - digits.size(), L'0');
+    return digits;
+}
+
+OIDDataMapper::DataNode OIDDataMapper::GetDataNode(std::wstring_view name) const {
+    const ItemName parts = SplitItemName(name);
+    const size_t dot = parts.item.find(L'.');
+    DataNode node{parts.prefix, std::wstring(parts.item.substr(0, dot)), {}, nullptr};
+    if (dot != std::wstring_view::npos) node.suffix = parts.item.substr(dot + 1);
+    node.item = dynamic_cast<OIDDataItemSpec*>(Map()->GetDataItemSpec(node.name.c_str()));
+    return node;
+}
+
+HRESULT OIDDataMapper::GetValue(const wchar_t* name, VARIANT* value) {
+    const KyUtils::LogScope scope(logSource, "Corvix::OIDDataMapper::GetValue");
+    if (!name || !value || !provider_) return E_FAIL;
+    return KyUtils::RaisingComErrors([&] {
+        const HRESULT stored = DataCollectionImpl::GetValue(name, value);
+        if (stored == S_OK) return stored;
+        const DataNode node = GetDataNode(name);
+        return node.item ? Fetch(name, node, value) : stored;
+    });
+}
+
+HRESULT OIDDataMapper::Fetch(const wchar_t* name, const DataNode& node, VARIANT* value) {
+    const bool hasElements = node.item->GetOIDGetDataItemsSpec() || node.item->GetNextOIDDataItemSpec();
+    return hasElements ? AnswerSequence(node, value) : GetDataItem(name, *node.item, value);
+}
+
+HRESULT OIDDataMapper::GetDataItem(std::wstring_view name, const OIDDataItemSpec& item, VARIANT* value) {
+    if (!item.GetOid()) return E_FAIL;
+    if (!ViewOf(item.GetGroup()).empty()) return GetGroup(name, item, value);
+    KyUtils::Variant raw;
+    const HRESULT result = provider_->GetValue(item.GetOid(), raw.Receive());
+    if (FAILED(result)) return result;
+    return Answer(item, name, std::move(raw), value);
+}
+
+HRESULT OIDDataMapper::GetGroup(std::wstring_view name, const OIDDataItemSpec& item, VARIANT* value) {
+    std::vector<const wchar_t*> oids;
+    for (const GroupMember& member : PopulateOidListForGroupID(item.GetGroup()))
+        oids.push_back(member.oid);
+    VariantList values(oids.size());
+    const HRESULT result = provider_->GetMultipleValues(oids.data(), values.Data(), values.Count());
+    if (FAILED(result)) return result;
+    return Answer(item, name, KyUtils::Variant::FromText(values.Join()), value);
+}
+
+std::vector<OIDDataMapper::GroupMember> OIDDataMapper::PopulateOidListForGroupID(
+    std::wstring_view group) const {
+    std::vector<GroupMember> members;
+    Map()->Begin();
+    while (CvxDataItem* each = Map()->GetNextDataItemSpec()) {
+        const auto* item = dynamic_cast<const OIDDataItemSpec*>(each);
+        if (!item || !item->GetOid() || ViewOf(item->GetGroup()) != group) continue;
+        GroupMember member{{}, item->IsTransient(), item->GetOid()};
+        if (FAILED(ConstructKey(ViewOf(item->GetPrefix()), ViewOf(item->GetName()), {}, member.key)))
+            continue;
+        members.push_back(std::move(member));
+    }
+    return members;
+}
+
+HRESULT OIDDataMapper::AnswerSequence(const DataNode& node, VARIANT* value) {
+    Sequence sequence{node.prefix, node.name, *node.item, std::nullopt, std::nullopt, {}};
+    if (!node.suffix.empty() && node.suffix != wholeSequence) {
+        sequence.wanted = ParseElementNumber(node.suffix);
+        if (!sequence.wanted) return E_FAIL;
+        // "Tray.3" is kept as "Tray.003".
+        const std::wstring key = sequence.Key(GetSequenceString(*sequence.wanted));
+        if (DataCollectionImpl::GetValue(key.c_str(), value) == S_OK) return S_OK;
+    }
+    if (!node.item->IsTransient()) {
+        const KyUtils::Variant name = KyUtils::Variant::FromText(sequence.Key(wholeSequence));
+        StoreValue(sequence.Key({}).c_str(), name.Get(), node.item->GetLifespan());
+    }
+    if (const auto* table = node.item->GetOIDGetDataItemsSpec()) {
+        return GetDataItemsInSequnce(sequence, *table, value);
+    }
+    return GetNextDataItem(sequence, *node.item->GetNextOIDDataItemSpec(), value);
+}
+
+HRESULT OIDDataMapper::GetNextDataItem(Sequence& sequence, const NextOIDDataItemSpec& item, VARIANT* value) {
+    if (!item.GetOid()) return E_FAIL;
+    if (sequence.IsDone()) return HandOver(sequence, S_OK, value);
+    const bool startIsReadable = SUCCEEDED(ReadElement(sequence, 0, item.GetOid()));
+    const HRESULT ended = sequence.IsDone() ? S_OK : Walk(sequence, item, startIsReadable);
+    return HandOver(sequence, ended, value);
+}
+
+HRESULT OIDDataMapper::Walk(Sequence& sequence, const NextOIDDataItemSpec& item, bool startIsReadable) {
+    OidWalk walk(*provider_, item.GetOid());
+    // A start that can be read is an instance, and its fellows lie beside it; one that cannot is their
+    // column.
+    if (item.IsUntilEnd()) walk.StayBelow(startIsReadable ? ParentOid(item.GetOid()) : item.GetOid());
+    const int last = item.IsUntilEnd() ? maxElements : item.Count();
+    for (int index = 1; index <= last && !sequence.IsDone(); ++index) {
+        KyUtils::Variant raw;
+        const HRESULT result = walk.Next(raw);
+        if (result != S_OK) return result;
+        TakeElement(sequence, index, std::move(raw));
+        if (item.IsUntilEnd() && index == last) {
+            logSource.Warning(L"The walk of %ls has no end: cut after %d elements", item.GetOid(), index);
+        }
+    }
+    return S_OK;
+}
+
+HRESULT OIDDataMapper::GetDataItemsInSequnce(Sequence& sequence, const OIDGetDataItemsSpec& item,
+                                             VARIANT* value) {
+    if (sequence.IsDone()) return HandOver(sequence, S_OK, value);
+    // A copy counts for itself, so that every request begins with the first index.
+    OIDGetDataItemsSpec table = item;
+    const HRESULT first = ReadElement(sequence, 0, table.GetOid().c_str());
+    const HRESULT ended = sequence.IsDone() || IsSilence(first) ? first : ReadTable(sequence, table);
+    return HandOver(sequence, ended, value);
+}
+
+HRESULT OIDDataMapper::ReadTable(Sequence& sequence, OIDGetDataItemsSpec& item) {
+    const int last = item.IsUntilEnd() ? maxElements : item.Count();
+    for (int index = 1; index <= last && !sequence.IsDone(); ++index) {
+        const HRESULT result = ReadElement(sequence, index, item.GetOid().c_str());
+        // A table with a bound may have gaps.
+        if (FAILED(result) && (item.IsUntilEnd() || IsSilence(result))) return result;
+        if (item.IsUntilEnd() && index == last) {
+            logSource.Warning(L"The table %ls has no end: cut after %d elements",
+                              item.OIDDataItemSpec::GetOid(), index);
+        }
+    }
+    return S_OK;
+}
+
+HRESULT OIDDataMapper::ReadElement(Sequence& sequence, int index, const wchar_t* oid) {
+    KyUtils::Variant raw;
+    const HRESULT result = provider_->GetValue(oid, raw.Receive());
+    if (SUCCEEDED(result)) TakeElement(sequence, index, std::move(raw));
+    return result;
+}
+
+void OIDDataMapper::TakeElement(Sequence& sequence, int index, KyUtils::Variant raw) {
+    KyUtils::Variant converted = ConvertAndStore(sequence.item, sequence.Key(GetSequenceString(index)), raw);
+    if (sequence.wanted != index) return;
+    sequence.found = std::move(converted);
+    sequence.foundRaw = std::move(raw);
+}
+
+HRESULT OIDDataMapper::HandOver(Sequence& sequence, HRESULT ended, VARIANT* value) {
+    if (!sequence.wanted) {
+        *value = KyUtils::Variant::FromText(sequence.Key(wholeSequence)).Release();
+        NoteDeviceAnswer({}, sequence.item.GetLifespan());
+        return S_OK;
+    }
+    // E_OUTOFMEMORY is about the room for names in a walk, which means nothing to the caller.
+    if (!sequence.found) return FAILED(ended) && ended != E_OUTOFMEMORY ? ended : E_FAIL;
+    *value = sequence.found->Release();
+    NoteDeviceAnswer(std::move(sequence.foundRaw), sequence.item.GetLifespan());
+    return S_OK;
+}
+
+}  // namespace Corvix

@@ -1,0 +1,7 @@
+#include "corvixdm/oidprovider.h"
+
+namespace Corvix {
+
+OIDProvider::~OIDProvider() = default;
+
+}  // namespace Corvix

@@ -1,0 +1,61 @@
+#include "datamodel/snmp/oidwalk.h"
+
+#include <utility>
+
+#include "datamodel/snmp/oidtext.h"
+#include "utilslib/logging.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+// The room for the next name: a little more than the start needs, a little more again with every object.
+constexpr size_t firstMargin = 5;
+constexpr size_t growthPerObject = 4;
+constexpr size_t growthPerRetry = 2;
+constexpr int maxRetries = 5;
+
+}  // namespace
+
+OidWalk::OidWalk(OIDProvider& provider, std::wstring_view start)
+    : provider_(provider), current_(start), next_(start.size() + firstMargin, L'\0') {}
+
+void OidWalk::StayBelow(std::wstring_view root) {
+    root_ = root;
+    bounded_ = true;
+}
+
+HRESULT OidWalk::AskForNext(KyUtils::Variant& value) {
+    for (int retries = 0;; ++retries) {
+        const HRESULT result = provider_.GetNextOidAndValue(
+            current_.c_str(), next_.data(), static_cast<unsigned>(next_.size()), value.Receive());
+        if (result != E_OUTOFMEMORY || retries == maxRetries) return result;
+        next_.resize(next_.size() + growthPerRetry);
+    }
+}
+
+bool OidWalk::MayContinueAt(std::wstring_view next) const {
+    if (!bounded_) return true;
+    if (CompareOids(current_, next) >= 0) {
+        logSource.Warning(L"After %ls the device answers with %ls: the walk ends", current_.c_str(),
+                          std::wstring(next).c_str());
+        return false;
+    }
+    return IsBelowOid(root_, next);
+}
+
+HRESULT OidWalk::Next(KyUtils::Variant& value) {
+    KyUtils::Variant read;
+    const HRESULT result = AskForNext(read);
+    if (FAILED(result)) return result;
+    // What the connection wrote ends with a zero, or else with the room.
+    const std::wstring_view next = std::wstring_view(next_).substr(0, next_.find(L'\0'));
+    if (!MayContinueAt(next)) return S_FALSE;
+    current_ = next;
+    next_.resize(next_.size() + growthPerObject);
+    value = std::move(read);
+    return S_OK;
+}
+
+}  // namespace Corvix
