@@ -62,6 +62,7 @@ struct FakeDevice {
     bool hasWebServicePort = true;
     std::map<std::wstring, HttpAnswer> resources;           ///< by URI; others are answered with 404
     std::function<HttpAnswer(const HttpExchange&)> answer;  ///< instead of the table
+    std::function<Corvix::MIBConnection*()> connectMib;     ///< see fakemib.h; none has no SNMP
     std::vector<HttpExchange> exchanges;
     int calls = 0;
     int failingCall = 0;  ///< which call with a result fails, counted from 1; 0 is none
@@ -158,7 +159,12 @@ public:
         if (SUCCEEDED(result)) *request = new FakeRequest(device_, port);
         return result;
     }
-    HRESULT CreateMIBConnection(Corvix::MIBConnection**) override { return E_NOTIMPL; }
+    HRESULT CreateMIBConnection(Corvix::MIBConnection** connection) override {
+        if (!device_->connectMib) return E_NOTIMPL;
+        const HRESULT result = device_->NextResult();
+        if (SUCCEEDED(result)) *connection = device_->connectMib();
+        return result;
+    }
     void SetCredentials(const wchar_t*, const wchar_t*) override {}
     void SetTimeout(unsigned long) override {}
     unsigned long GetTimeout() override { return 0; }
