@@ -28,6 +28,9 @@ private:
     HttpResponse ShowFaults(const std::string& text);
     HttpResponse AddFaults(const std::string& text);
     HttpResponse ClearFaults(const std::string& text);
+    HttpResponse ShowJobs(const std::string& text);
+    HttpResponse StepJob(const std::string& id, const std::string& text);
+    HttpResponse SetScenario(const std::string& text);
     HttpResponse Quit(const std::string& text);
     HttpResponse PutDocument(const std::string& place, std::string text);
 

@@ -5,7 +5,11 @@
 namespace CorvixSim {
 namespace {
 
-bool IsXml(const Document& document) { return StartsWith(document.contentType, "text/xml"); }
+/// The text with the values of the device in it; what is no text stays as it is.
+std::string Filled(const Document& document, const Values& values) {
+    if (!StartsWith(document.contentType, "text/")) return document.text;
+    return values.Expand(document.text, StartsWith(document.contentType, "text/xml") ? EscapeXml : nullptr);
+}
 
 }  // namespace
 
@@ -20,7 +24,7 @@ HttpResponse DocumentHandler::Handle(const HttpRequest& request, HttpBody&) {
     }
     HttpResponse response;
     response.contentType = document->contentType;
-    response.body = device_.values.Expand(document->text, IsXml(*document) ? EscapeXml : nullptr);
+    response.body = Filled(*document, device_.values);
     return response;
 }
 

@@ -69,6 +69,10 @@ constexpr Switch kSwitches[] = {
     {"--services", "LIST", AddServices, "serve only these (default: all)"},
     {"--device", "FOLDER", [](Options& o, const std::string& a) { o.deviceFolder = a; },
      "files that replace or add to the built-in files of the device"},
+    {"--spool", "FOLDER", [](Options& o, const std::string& a) { o.spoolFolder = a; },
+     "where printed documents are stored (default: they are counted only)"},
+    {"--scenario", "FILE", [](Options& o, const std::string& a) { o.scenarioFile = a; },
+     "what becomes of print jobs (default: printed within a second)"},
     {"--set", "NAME=VALUE", [](Options& o, const std::string& a) { o.values.push_back(a); },
      "a value of the device; may be given more than once"},
     {"--fault", "RULE", [](Options& o, const std::string& a) { o.faults.push_back(a); },
@@ -98,6 +102,7 @@ const std::vector<ServiceInfo>& AllServices() {
         {"plsxml", 80, false, 0, "device documents as XML over HTTP"},
         {"pavo", 8080, false, 1, "the Pavo discovery tree and its resources"},
         {"ws", 3910, false, 2, "SOAP web services: WS-Transfer Get and GetPrinterElements"},
+        {"ipp", 631, false, 3, "an IPP Everywhere printer that prints"},
         {"snmp", 161, true, 4, "an SNMP agent, versions 1 and 2c"},
     };
     return services;
@@ -150,7 +155,8 @@ std::string UsageText() {
     }
     text +=
         "\nWhen all services are ready, one line on standard output says where, such as\n"
-        "  ready address=127.0.0.2 port-map=80=18080,8080=18081,3910=18082,161/udp=18084 control=18089\n"
+        "  ready address=127.0.0.2 port-map=80=18080,8080=18081,3910=18082,631=18083,161/udp=18084 "
+        "control=18089\n"
         "It ends on Ctrl-C, on POST /sim/quit, or with --until-eof at the end of standard input.\n\n"
         "Paths on the control port, and on every HTTP service:\n" +
         Control::Help() + "\nFaults:\n" + FaultTable::Help() +

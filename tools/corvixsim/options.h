@@ -36,6 +36,8 @@ struct Options {
     std::optional<uint16_t> portBase;
     std::vector<std::string> services;  ///< empty: all
     std::string deviceFolder;
+    std::string spoolFolder;
+    std::string scenarioFile;
     std::vector<std::string> values;  ///< "name=value"
     std::vector<std::string> faults;
     bool untilEof = false;

@@ -1,8 +1,9 @@
 #include "simulator.h"
 
-#include <chrono>
+#include <filesystem>
 
 #include "documenthandler.h"
+#include "ipphandler.h"
 #include "snmpserver.h"
 #include "soaphandler.h"
 #include "text.h"
@@ -10,38 +11,27 @@
 namespace CorvixSim {
 namespace {
 
-using Hundredths = std::chrono::duration<int64_t, std::centi>;
-
 constexpr int kFirstHost = 2;  // 127.0.0.1 is left to the developer's own services
 constexpr int kLastHost = 254;
 
-void LoadValues(Device& device, const Options& options) {
-    if (const auto file = device.files.find("values.txt"); file != device.files.end()) {
-        device.values.Load(file->second);
-    }
-    for (const std::string& value : options.values)
-        device.values.Load(value);
-    const auto start = std::chrono::steady_clock::now();
-    device.values.SetComputed("uptime", [start] {
-        const auto up = std::chrono::steady_clock::now() - start;
-        return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(up).count() + 1);
-    });
-    device.values.SetComputed("uptime-ticks", [start] {
-        const auto up = std::chrono::steady_clock::now() - start;
-        return std::to_string(std::chrono::duration_cast<Hundredths>(up).count() + 1);
-    });
-}
-
-std::unique_ptr<HttpHandler> MakeHandler(const ServiceInfo& info, Device& device) {
-    if (std::string_view(info.name) == "ws") return std::make_unique<SoapHandler>(device);
+std::unique_ptr<HttpHandler> MakeHandler(const ServiceInfo& info, Device& device,
+                                         const std::string& spoolFolder) {
+    const std::string_view name = info.name;
+    if (name == "ws") return std::make_unique<SoapHandler>(device);
+    if (name == "ipp") return std::make_unique<IppHandler>(device, info.port, spoolFolder);
     return std::make_unique<DocumentHandler>(device, info.port);
 }
 
 }  // namespace
 
 Simulator::Simulator(const Options& options, std::function<void()> quit)
-    : device_(LoadDeviceFiles(options.deviceFolder)), control_(device_, std::move(quit)) {
-    LoadValues(device_, options);
+    : spoolFolder_(options.spoolFolder),
+      device_(LoadDeviceFiles(options.deviceFolder),
+              options.scenarioFile.empty() ? "" : ReadWholeFile(options.scenarioFile)),
+      control_(device_, std::move(quit)) {
+    if (!spoolFolder_.empty()) std::filesystem::create_directories(std::filesystem::u8path(spoolFolder_));
+    for (const std::string& value : options.values)
+        device_.values.Load(value);
     for (const std::string& rule : options.faults)
         device_.faults.Add(rule);
     if (options.address.empty()) {
@@ -66,6 +56,7 @@ void Simulator::StartOnFreeAddress(const Options& options) {
 
 void Simulator::Start(const Options& options, const std::string& address) {
     address_ = address;
+    device_.values.Set("address", address);
     controlServer_ =
         std::make_unique<HttpServer>("control", address, options.ControlPort(), device_, control_, control_);
     for (const ServiceInfo& info : AllServices()) {
@@ -77,7 +68,7 @@ void Simulator::Start(const Options& options, const std::string& address) {
 Simulator::Service Simulator::MakeService(const ServiceInfo& info, const std::string& address,
                                           uint16_t port) {
     if (info.datagrams) return {&info, nullptr, std::make_unique<SnmpServer>(address, port, device_)};
-    Service service{&info, MakeHandler(info, device_), nullptr};
+    Service service{&info, MakeHandler(info, device_, spoolFolder_), nullptr};
     service.server =
         std::make_unique<HttpServer>(info.name, address, port, device_, *service.handler, control_);
     return service;

@@ -34,6 +34,7 @@ private:
     void Stop();
     void ApplyRefusals();
 
+    std::string spoolFolder_;
     Device device_;
     Control control_;
     std::string address_;

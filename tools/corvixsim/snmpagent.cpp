@@ -67,15 +67,9 @@ std::string Datagram(SnmpMessage response, const FaultSet& faults) {
     return datagram;
 }
 
-const std::string& ObjectsOf(const Device& device) {
-    static const std::string none;
-    const auto file = device.files.find("snmp.txt");
-    return file == device.files.end() ? none : file->second;
-}
-
 }  // namespace
 
-SnmpAgent::SnmpAgent(Device& device) : device_(device), table_(ObjectsOf(device), device.values) {}
+SnmpAgent::SnmpAgent(Device& device) : device_(device), table_(device.File("snmp.txt"), device.values) {}
 
 std::vector<SnmpReply> SnmpAgent::Answer(std::string_view datagram) {
     SnmpMessage request;

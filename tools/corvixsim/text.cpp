@@ -131,6 +131,14 @@ bool MatchesPattern(std::string_view pattern, std::string_view text) {
     return p == pattern.size();
 }
 
+std::string ReplaceAll(std::string text, std::string_view what, std::string_view replacement) {
+    for (size_t at = text.find(what); at != std::string::npos;
+         at = text.find(what, at + replacement.size())) {
+        text.replace(at, what.size(), replacement);
+    }
+    return text;
+}
+
 std::string EscapeXml(std::string_view text) {
     std::string escaped;
     for (const char c : text) {

@@ -35,6 +35,9 @@ std::optional<std::string> ParseHex(std::string_view text);
 /// Whether `text` fits `pattern`, in which each '*' stands for any run of characters.
 bool MatchesPattern(std::string_view pattern, std::string_view text);
 
+/// The text with each `what` in it replaced.
+std::string ReplaceAll(std::string text, std::string_view what, std::string_view replacement);
+
 std::string EscapeXml(std::string_view text);
 
 /// The text as a JSON string with its quotes.
