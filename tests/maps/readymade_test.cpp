@@ -21,6 +21,7 @@ void ExpectComplete(const CvxDataItem& item) {
         EXPECT_TRUE(text && std::wstring(text).rfind(L"1.3.6.1.", 0) == 0) << "no object identifier";
     } else if (const auto* ipp = dynamic_cast<const IPPDataItemSpec*>(&item)) {
         EXPECT_TRUE(ipp->GetAttributeID() || ipp->GetResourceUri());
+        EXPECT_TRUE(ipp->GetCommand() || !ipp->IsTransient()) << "what is asked afresh needs an operation";
     } else if (const auto* constant = dynamic_cast<const StaticDataItemSpec*>(&item)) {
         EXPECT_TRUE(constant->GetStaticDataItemValue() && *constant->GetStaticDataItemValue());
     }

@@ -42,6 +42,7 @@ struct HttpAnswer {
     std::string body;
     HRESULT result = S_OK;    ///< of GetResponse()
     bool hasResponse = true;  ///< whether a successful GetResponse() hands out a response
+    std::map<std::wstring, std::wstring> headers = {};
 };
 
 /// One request as the device saw it.
@@ -87,7 +88,10 @@ class FakeResponse final : public Counted<Corvix::HTTPResponse> {
 public:
     explicit FakeResponse(HttpAnswer answer) : answer_(std::move(answer)) {}
     unsigned long GetStatusCode() override { return answer_.status; }
-    const wchar_t* GetHeader(const wchar_t*) override { return nullptr; }
+    const wchar_t* GetHeader(const wchar_t* name) override {
+        const auto found = answer_.headers.find(name);
+        return found == answer_.headers.end() ? nullptr : found->second.c_str();
+    }
     const wchar_t* GetContentType() override { return nullptr; }
     unsigned long GetBodyLength() override { return static_cast<unsigned long>(answer_.body.size()); }
     const unsigned char* GetBody() override {
