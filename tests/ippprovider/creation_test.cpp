@@ -1,0 +1,244 @@
+// How a provider comes to be, and each way in which it does not.
+#include "corvixdm/ippprovider.h"
+#include "datamodel/ipp/ippproviderimpl.h"
+#include "fakeprinter.h"
+#include "utilslib/com.h"
+
+namespace Corvix {
+namespace {
+
+using namespace Testing;
+using CorvixTest::HttpAnswer;
+
+constexpr unsigned flags = 0x803100;
+constexpr DWORD leftAlone = 0x2ABCDEF0;
+
+DWORD Code(IPPError error) { return static_cast<DWORD>(error); }
+
+class CreationTest : public PrinterTest {
+protected:
+    using Make = std::function<IPPProvider*()>;
+    /// Makes a provider that must fail. \return the last error it left.
+    static DWORD ErrorOf(const Make& make) {
+        SetLastError(leftAlone);
+        const DisposablePtr<IPPProvider> provider(make());
+        const DWORD error = GetLastError();
+        EXPECT_FALSE(provider);
+        return error;
+    }
+    DWORD ErrorOfUri(const wchar_t* uri) {
+        return ErrorOf([&] { return CreateIPPPrintProvider(Printer().address.Get(), uri); });
+    }
+    DWORD ErrorOfResource(const char* resource) {
+        return ErrorOf([&] { return CreateIPPProvider(Printer().address.Get(), resource); });
+    }
+    DisposablePtr<IPPProvider> Secure(const wchar_t* uri) {
+        return DisposablePtr<IPPProvider>(CreateSecureIPPPrintProvider(Printer().address.Get(), uri, flags));
+    }
+    DisposablePtr<IPPProvider> Plain(const wchar_t* uri) {
+        return DisposablePtr<IPPProvider>(CreateIPPPrintProvider(Printer().address.Get(), uri));
+    }
+    void Advertise(const std::vector<std::string>& uris) {
+        std::string encoded;
+        for (const std::string& uri : uris)
+            encoded += Bytes::Value(0x45, encoded.empty() ? "printer-uri-supported" : "", uri);
+        Printer().attributes["printer-uri-supported"] = encoded;
+    }
+    /// What a provider calls its printer, seen in a request.
+    std::string UriOf(IPPProvider& provider) {
+        KyUtils::Variant value;
+        provider.GetIPPValue("printer-info", 0, value.Receive(), nullptr, nullptr, 0, 0, " ");
+        return Printer().LastRequest()["printer-uri"];
+    }
+};
+
+TEST_F(CreationTest, MissingArgumentsAndWrongSchemesAreInvalid) {
+    Address* address = Printer().address.Get();
+    const Make makes[] = {
+        [] { return CreateIPPProvider(nullptr, "/ipp/print"); },
+        [&] { return CreateIPPProvider(address, nullptr); },
+        [] { return CreateIPPProvider2(nullptr, "/ipp/print", "en"); },
+        [] { return CreateIPPPrintProvider(nullptr, L"ipp://a/ipp/print"); },
+        [&] { return CreateIPPPrintProvider(address, nullptr); },
+        [&] { return CreateIPPPrintProvider(address, L"ipps://a/ipp/print"); },
+        [&] { return CreateIPPPrintProvider(address, L"https://a/ipp/print"); },
+        [] { return CreateSecureIPPPrintProvider(nullptr, L"ipps://a/ipp/print", flags); },
+        [&] { return CreateSecureIPPPrintProvider(address, L"ipp://a/ipp/print", flags); },
+        [&] { return CreateSecureIPPPrintProvider(address, L"https://a/ipp/print", flags); },
+    };
+    for (const Make& make : makes)
+        EXPECT_EQ(ErrorOf(make), DWORD{ERROR_INVALID_PARAMETER}) << &make - makes;
+    EXPECT_EQ(Printer().Exchanges(), 0u);
+}
+
+TEST_F(CreationTest, RefusesUrisThatCannotBeAPrinters) {
+    const struct {
+        const wchar_t* uri;
+        DWORD error;
+    } cases[] = {{L"ipp://printer:8631/ipp/print", ERROR_UNKNOWN_PORT},
+                 {L"ipp://printer:80/ipp/print", ERROR_UNKNOWN_PORT},
+                 {L"ipp://printer:631", Code(IPPError::PathMissing)},
+                 {L"ipp://printer:631/", Code(IPPError::PathTooShort)},
+                 {L"ipp://printer:631/ab", Code(IPPError::PathTooShort)},
+                 {L"ipp", ERROR_INVALID_PARAMETER}};
+    for (const auto& [uri, error] : cases)
+        EXPECT_EQ(ErrorOfUri(uri), error) << testing::PrintToString(std::wstring(uri));
+    EXPECT_EQ(Printer().Exchanges(), 0u);
+    const auto create2 = [&](const wchar_t* uri) {
+        return ErrorOf([&] { return IPPProviderImpl::Create2(Printer().address.Get(), uri, 0).Release(); });
+    };
+    EXPECT_EQ(create2(L""), Code(IPPError::PathTooShort));
+    EXPECT_EQ(create2(nullptr), DWORD{ERROR_INVALID_PARAMETER});
+}
+
+TEST_F(CreationTest, TakesThePortAndThePathFromThePrinterUri) {
+    const struct {
+        const wchar_t* uri;
+        const wchar_t* port;
+        const wchar_t* path;
+    } cases[] = {{L"ipp://printer/ipp/print", L"631", L"/ipp/print"},
+                 {L"ipp://printer:631/abc", L"631", L"/abc"},
+                 {L"ipp://printer:443/ipp/print", L"443", L"/ipp/print"},
+                 {L"ipp://[fe80::1]:443/ipp/print", L"443", L"/ipp/print"}};
+    for (const auto& [uri, port, path] : cases) {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(uri)));
+        Printer().address->SetPort(L"9");
+        ASSERT_TRUE(Plain(uri));
+        EXPECT_STREQ(Printer().address->GetPort(), port);
+        EXPECT_EQ(Printer().device->exchanges.back().uri, path);
+    }
+}
+
+TEST_F(CreationTest, TellsTheStatusOfARefusal) {
+    const struct {
+        unsigned long status;
+        DWORD forUri;
+    } cases[] = {{400, Code(IPPError::PrinterNotFound)},
+                 {404, Code(IPPError::PrinterNotFound)},
+                 {405, Code(IPPError::PrinterNotFound)},
+                 {401, 401},
+                 {426, 426},
+                 {503, 503}};
+    for (const auto& [status, forUri] : cases) {
+        Printer().AnswerAlways(HttpAnswer{status, "no", S_OK, true});
+        EXPECT_EQ(ErrorOfUri(L"ipp://printer/ipp/print"), forUri);
+        EXPECT_EQ(ErrorOfResource("/ipp/print"), status);
+    }
+}
+
+TEST_F(CreationTest, FailsWithTheTransportAtEveryCall) {
+    const int callsNeeded = [&] {
+        EXPECT_TRUE(Printer().Provider());
+        return Printer().device->calls;
+    }();
+    for (int call = 1; call <= callsNeeded; ++call) {
+        Renew();
+        Printer().device->failingCall = call;
+        EXPECT_FALSE(Printer().Provider()) << "call " << call;
+    }
+    EXPECT_GE(callsNeeded, 4);
+}
+
+TEST_F(CreationTest, NeedsAnAnswerThatCanBeRead) {
+    const std::string old = Bytes::Byte(1) + Bytes::Byte(1) + Bytes::Body("").substr(2);
+    const std::string bodies[] = {{}, "x", old, Bytes::Body(Text("a", "b")).substr(0, 12)};
+    for (const std::string& body : bodies) {
+        Printer().AnswerAlways(HttpAnswer{200, body, S_OK, true});
+        ErrorOfResource("/ipp/print");
+    }
+}
+
+TEST_F(CreationTest, TakesAnAnswerOfEightMegabytes) {
+    std::string attributes;
+    const std::string filling(1'000, 'x');
+    for (int i = 0; attributes.size() < 8u * 1024 * 1024; ++i)
+        attributes += Text("filling-" + std::to_string(i), filling);
+    Printer().AnswerAlways(HttpAnswer{200, Bytes::Body(attributes + Text("last", "here")), S_OK, true});
+    const DisposablePtr<IPPProvider> provider = Printer().Provider();
+    ASSERT_TRUE(provider);
+    KyUtils::Variant value;
+    EXPECT_EQ(provider->GetValue("last", value.Receive()), S_OK);
+    EXPECT_EQ(value.Text(), L"here");
+}
+
+TEST_F(CreationTest, ProbesOnlyLiterals) {
+    Printer().device->host = L"printer.example";
+    EXPECT_EQ(ErrorOfResource("/ipp/print"), Code(IPPError::NotReachable));
+    EXPECT_EQ(ErrorOfUri(L"ipp://printer.example/ipp/print"), Code(IPPError::NotReachable));
+    EXPECT_EQ(Printer().Exchanges(), 0u);
+}
+
+TEST_F(CreationTest, NeedsAResource) { EXPECT_EQ(ErrorOfResource(""), Code(IPPError::PathMissing)); }
+
+TEST_F(CreationTest, AsksAsItsFactorySays) {
+    Address* address = Printer().address.Get();
+    const struct {
+        Make make;
+        const char* requested;
+        const char* language;
+        const char* uri;
+    } cases[] = {
+        {[&] { return CreateIPPProvider(address, "/ipp/print"); }, "all", "en",
+         "ipp://localhost:80/ipp/print"},
+        {[&] { return CreateIPPProvider2(address, "/ipp/print", "de"); }, "all", "de",
+         "ipp://localhost:80/ipp/print"},
+        {[&] { return CreateIPPProvider2(address, "/ipp/print", ""); }, "all", "en",
+         "ipp://localhost:80/ipp/print"},
+        {[&] { return CreateIPPProvider(address, "ipp://other:99/q/1"); }, "all", "en", "ipp://other:99/q/1"},
+        {[&] { return CreateIPPPrintProvider(address, L"ipp://a/ipp/print"); }, "printer-info", "en",
+         "ipp://localhost:80/ipp/print"},
+        {[&] { return CreateSecureIPPPrintProvider(address, L"ipps://a/ipp/print", flags); }, "printer-info",
+         "en", "ipps://localhost:80/ipp/print"},
+    };
+    for (const auto& expected : cases) {
+        SCOPED_TRACE(&expected - cases);
+        ASSERT_TRUE(DisposablePtr<IPPProvider>(expected.make()));
+        const IppRequest request = Printer().LastRequest();
+        EXPECT_EQ(request.operation, 11u);
+        EXPECT_EQ(request.Wanted(), expected.requested);
+        EXPECT_EQ(request["attributes-natural-language"], expected.language);
+        EXPECT_EQ(request["printer-uri"], expected.uri);
+    }
+}
+
+TEST_F(CreationTest, ChoosesAmongTheAdvertisedUris) {
+    const std::string built = "localhost:80/ipp/print";
+    const struct {
+        const wchar_t* uri;
+        std::vector<std::string> advertised;
+        std::string chosen;
+        const wchar_t* port;
+    } cases[] = {
+        {L"ipp://p:631/ipp/print", {}, "ipp://" + built, L"631"},
+        {L"ipp://p:631/ipp/print", {"ipp://a/x"}, "ipp://a/x", L"631"},
+        {L"ipp://p:631/ipp/print", {"ipp://a/x", "ipps://a:443/x"}, "ipp://a/x", L"631"},
+        {L"ipp://p:631/ipp/print", {"ipps://a:443/x", "http://a/x", "ipp://a/x"}, "ipp://a/x", L"631"},
+        {L"ipp://p:631/ipp/print", {"ipps://a:443/x", "ipps://b/x"}, "ipp://" + built, L"631"},
+        {L"ipps://p:631/ipp/print", {}, "ipps://" + built, L"631"},
+        {L"ipps://p:631/ipp/print", {"ipp://a/x", "ipps://a:443/x"}, "ipps://a:443/x", L"443"},
+        {L"ipps://p:631/ipp/print", {"ipps://a:443/x", "ipps://a:631/x"}, "ipps://a:631/x", L"631"},
+        {L"ipps://p:631/ipp/print", {"ipps://a:443/x", "ipps://b:444/x"}, "ipps://a:443/x", L"443"},
+        {L"ipps://p:631/ipp/print", {"ipp://a/x", "http://a/x"}, "ipps://" + built, L"631"},
+    };
+    for (const auto& [uri, advertised, chosen, port] : cases) {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(uri)) + testing::PrintToString(advertised));
+        Renew();
+        if (!advertised.empty()) Advertise(advertised);
+        const DisposablePtr<IPPProvider> provider =
+            std::wstring(uri).rfind(L"ipps", 0) == 0 ? Secure(uri) : Plain(uri);
+        ASSERT_TRUE(provider);
+        EXPECT_EQ(UriOf(*provider), chosen);
+        EXPECT_STREQ(Printer().address->GetPort(), port);
+    }
+}
+
+TEST_F(CreationTest, KeepsItsAddressAndLetsItGo) {
+    DisposablePtr<IPPProvider> provider = Printer().Provider();
+    ASSERT_TRUE(provider);
+    EXPECT_GE(Printer().address->GetRefCount(), 2);
+    provider.Reset();
+    EXPECT_EQ(Printer().address->GetRefCount(), 1);
+}
+
+}  // namespace
+}  // namespace Corvix

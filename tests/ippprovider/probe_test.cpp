@@ -1,0 +1,69 @@
+// The probe for a device, against real ports of loopback addresses of this test's own.
+#include "listener.h"
+// Winsock's header comes before every other that includes windows.h.
+#include "datamodel/ipp/deviceprobe.h"
+#include "fakeprinter.h"
+
+namespace Corvix {
+namespace {
+
+using namespace Testing;
+
+constexpr const char* host = "127.0.97.31";
+const std::wstring wideHost = L"127.0.97.31";
+
+TEST(DeviceProbe, RefusesWhatIsNoAddress) {
+    for (const wchar_t* text : {L"", L"localhost", L"printer.example", L"USB001", L"256.0.0.1", L"1.2.3",
+                                L"127.0.0.1:99999", L"127.0.0.1x", L"1.2.3.4.5", L"[::1"})
+        EXPECT_FALSE(DeviceExists(text, L"631")) << testing::PrintToString(std::wstring(text));
+}
+
+TEST(DeviceProbe, AnIpv6HostIsTriedAtThePortGiven) {
+    std::wstring port;
+    {
+        const Listener listener("::1", 0);
+        if (!listener) GTEST_SKIP() << "there is no IPv6 here";
+        port = listener.Port();
+        EXPECT_TRUE(DeviceExists(L"::1", port.c_str()));
+    }
+    EXPECT_FALSE(DeviceExists(L"::1", port.c_str()));
+}
+
+TEST(DeviceProbe, AnIpv4HostIsTriedAt631UnlessThePortIsExactly80) {
+    const Listener listener(host, 631);
+    if (!listener) GTEST_SKIP() << "port 631 cannot be taken";
+    EXPECT_TRUE(DeviceExists(wideHost, L"631"));
+    EXPECT_TRUE(DeviceExists(wideHost, L"8080"));
+    EXPECT_TRUE(DeviceExists(wideHost, L"080"));
+    EXPECT_FALSE(DeviceExists(wideHost, L"80"));
+}
+
+class ProbedCreationTest : public PrinterTest {
+protected:
+    DWORD ErrorOfCreation() {
+        Printer().device->host = wideHost;
+        SetLastError(0);
+        EXPECT_FALSE(Printer().Provider());
+        return GetLastError();
+    }
+};
+
+TEST_F(ProbedCreationTest, TellsADeviceWithoutIppFromNoDevice) {
+    EXPECT_EQ(ErrorOfCreation(), static_cast<DWORD>(IPPError::NotReachable));
+    const Listener listener(host, 80);
+    if (!listener) GTEST_SKIP() << "port 80 cannot be taken";
+    EXPECT_EQ(ErrorOfCreation(), static_cast<DWORD>(IPPError::NotSupported));
+    EXPECT_EQ(Printer().Exchanges(), 0u);
+}
+
+TEST_F(ProbedCreationTest, AsksTheDeviceThatListens) {
+    const Listener listener(host, 631);
+    if (!listener) GTEST_SKIP() << "port 631 cannot be taken";
+    Printer().device->host = wideHost;
+    const DisposablePtr<IPPProvider> provider = Printer().Provider();
+    ASSERT_TRUE(provider);
+    EXPECT_EQ(Printer().LastRequest()["printer-uri"], "ipp://127.0.97.31:631/ipp/print");
+}
+
+}  // namespace
+}  // namespace Corvix

@@ -1,0 +1,223 @@
+// Attribute queries of a provider: its cache, alternatives, every parameter, authorisation.
+#include "corvixdm/ipprequest.h"
+#include "corvixdm/ippresponse.h"
+#include "fakeprinter.h"
+#include "utilslib/com.h"
+
+namespace Corvix {
+namespace {
+
+using namespace Testing;
+using CorvixTest::HttpAnswer;
+
+class ValuesTest : public PrinterTest {
+protected:
+    void SetUp() override {
+        Printer().attributes = {
+            {"printer-name", Text("printer-name", "attic")},
+            {"printer-info", Text("printer-info", "")},
+            {"media-ready", Bytes::Keyword("media-ready", "a4") + Bytes::Keyword("", "a5")}};
+        Printer().slowAttributes = {{"media-col-database", Text("media-col-database", "big")},
+                                    {"rare", Text("rare", "found")}};
+        Printer().jobAttributes = {{"job-state", Bytes::Value(0x23, "job-state", Bytes::Int(5))}};
+        Connect();
+    }
+    void TearDown() override {
+        provider_.Reset();
+        PrinterTest::TearDown();
+    }
+    void Connect() {
+        provider_ = Printer().Provider();
+        ASSERT_TRUE(provider_);
+        Printer().device->exchanges.clear();
+    }
+    IPPProvider& Provider() { return *provider_; }
+
+    /// Reads by name; a failure must leave the output as it was.
+    std::wstring Get(const char* name) {
+        return TextOf([&](VARIANT* value) { return Provider().GetValue(name, value); });
+    }
+    template <class Read>
+    std::wstring TextOf(Read read) {
+        VARIANT value;
+        value.vt = VT_I4;
+        value.lVal = 4711;
+        const HRESULT result = read(&value);
+        if (result != S_OK) {
+            EXPECT_EQ(result, E_FAIL);
+            EXPECT_EQ(value.vt, VT_I4);
+            EXPECT_EQ(value.lVal, 4711);
+            return L"(failed)";
+        }
+        std::wstring text = value.vt == VT_BSTR ? value.bstrVal : L"(no text)";
+        VariantClear(&value);
+        return text;
+    }
+
+private:
+    DisposablePtr<IPPProvider> provider_;
+};
+
+TEST_F(ValuesTest, AnswersFromCreationElseAsks) {
+    const struct {
+        const char* name;
+        const wchar_t* value;
+        std::vector<std::string> asked;
+    } cases[] = {
+        {"printer-name", L"attic", {}},
+        {"media-ready", L"a4,a5", {}},
+        {"rare", L"found", {"rare"}},
+        {"rare", L"found", {"rare"}},
+        {"missing", L"(failed)", {"missing"}},
+        {"printer-info", L"(failed)", {"printer-info"}},
+        {"missing_OR_printer-name", L"attic", {"missing"}},
+        {"printer-name_OR_missing", L"attic", {}},
+        {"printer-info_OR_rare", L"found", {"printer-info", "rare"}},
+        {"a_OR_b_OR_rare", L"found", {"a", "b", "rare"}},
+        {"a_OR_b", L"(failed)", {"a", "b"}},
+        {"_OR", L"(failed)", {"_OR"}},
+        {"_OR_", L"(failed)", {}},
+        {"", L"(failed)", {}},
+    };
+    for (const auto& [name, value, asked] : cases) {
+        SCOPED_TRACE(name);
+        Printer().device->exchanges.clear();
+        EXPECT_EQ(Get(name), value);
+        std::vector<std::string> requested;
+        for (const auto& exchange : Printer().device->exchanges)
+            requested.push_back(IppRequest(exchange.body).Wanted());
+        EXPECT_EQ(requested, asked);
+    }
+}
+
+TEST_F(ValuesTest, MissingArgumentsAreRefused) {
+    KyUtils::Variant value;
+    EXPECT_EQ(Provider().GetValue(nullptr, value.Receive()), E_FAIL);
+    EXPECT_EQ(Provider().GetValue("printer-name", nullptr), E_FAIL);
+    EXPECT_EQ(Provider().GetIPPValue(nullptr, 0, value.Receive(), nullptr, nullptr, 0, 0, " "), E_FAIL);
+    EXPECT_EQ(Provider().GetIPPValue("rare", 0, nullptr, nullptr, nullptr, 0, 0, " "), E_FAIL);
+    EXPECT_EQ(Printer().Exchanges(), 0u);
+}
+
+TEST_F(ValuesTest, AsksWithTheCallersParameters) {
+    const struct {
+        const char* requested;
+        int jobQuery;
+        const char* jobUri;
+        const wchar_t* resource;
+        const char* key;
+        const wchar_t* value;
+        unsigned operation;
+        const char* printerUri;
+        const char* sentJobUri;
+        const wchar_t* path;
+    } cases[] = {
+        {"rare", 0, nullptr, nullptr, " ", L"found", 11, "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
+        {"rare", 0, "", L"", nullptr, L"found", 11, "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
+        {"rare", 0, "ipp://q/2", L"/q", " ", L"found", 11, "ipp://q/2", "", L"/q"},
+        {"rare,printer-name", 0, nullptr, nullptr, "printer-name", L"attic", 11,
+         "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
+        {"rare,missing,printer-name", 0, nullptr, nullptr, " ", L"found,attic", 11,
+         "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
+        {"job-state", 1, "ipp://q/jobs/7", nullptr, " ", L"5", 9, "", "ipp://q/jobs/7", L"/ipp/print"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        EXPECT_EQ(TextOf([&](VARIANT* value) {
+                      return Provider().GetIPPValue(c.requested, c.jobQuery, value, c.jobUri, c.resource, 0,
+                                                    0, c.key);
+                  }),
+                  c.value);
+        const IppRequest request = Printer().LastRequest();
+        EXPECT_EQ(request.operation, c.operation);
+        EXPECT_EQ(request["job-uri"], c.sentJobUri);
+        EXPECT_EQ(request["printer-uri"], c.printerUri);
+        EXPECT_EQ(Printer().device->exchanges.back().uri, c.path);
+    }
+}
+
+TEST_F(ValuesTest, TheCacheIsReadAndExtendedOnlyWhenAsked) {
+    const auto ask = [&](const char* names, int useCache, const char* key) {
+        return TextOf([&](VARIANT* value) {
+            return Provider().GetIPPValue(names, 0, value, nullptr, nullptr, 0, useCache, key);
+        });
+    };
+    EXPECT_EQ(ask("printer-name", 1, "printer-name"), L"attic");
+    EXPECT_EQ(Printer().Exchanges(), 0u);
+    EXPECT_EQ(ask("printer-name", 0, "printer-name"), L"attic");
+    EXPECT_EQ(Printer().Exchanges(), 1u);
+    EXPECT_EQ(ask("rare", 0, "rare"), L"found");
+    EXPECT_EQ(ask("rare", 1, "rare"), L"found") << "not kept by the query without the cache";
+    EXPECT_EQ(Printer().Exchanges(), 3u);
+    EXPECT_EQ(ask("rare", 1, "rare"), L"found");
+    EXPECT_EQ(Get("rare"), L"found");
+    EXPECT_EQ(Printer().Exchanges(), 3u);
+}
+
+TEST_F(ValuesTest, AFailedQueryLeavesTheOutputAlone) {
+    for (const HttpAnswer& answer :
+         {HttpAnswer{401, "no", S_OK, true}, HttpAnswer{200, "garbage", S_OK, true},
+          HttpAnswer{200, {}, S_OK, true}, HttpAnswer{200, {}, E_ABORT, true}}) {
+        Printer().AnswerAlways(answer);
+        EXPECT_EQ(Get("rare"), L"(failed)");
+        for (const int job : {0, 1}) {
+            EXPECT_EQ(TextOf([&](VARIANT* value) {
+                          return Provider().GetIPPValue("rare", job, value, "ipp://q/1", nullptr, 0, 1, " ");
+                      }),
+                      L"(failed)");
+        }
+    }
+    EXPECT_EQ(Get("printer-name"), L"attic") << "what is known stays known";
+}
+
+class AuthorizationTest : public ValuesTest {
+protected:
+    HRESULT Authorize(IPPProvider& provider) {
+        const DisposablePtr<IPPResponseBase> response(CreateIPPResponse());
+        request = DisposablePtr<IPPRequestBase>(CreateIPPRequest());
+        request->SetUsername(L"kay");
+        SetLastError(0);
+        return provider.RequestAuthorization(request.Get(), response.Get());
+    }
+    void TearDown() override {
+        request.Reset();
+        ValuesTest::TearDown();
+    }
+    DisposablePtr<IPPProvider> SecureProvider() {
+        return DisposablePtr<IPPProvider>(
+            CreateSecureIPPPrintProvider(Printer().address.Get(), L"ipps://p/ipp/print", 0x803100));
+    }
+    DisposablePtr<IPPRequestBase> request;
+};
+
+TEST_F(AuthorizationTest, KeepsTheAnswerOfASecurePrinter) {
+    const DisposablePtr<IPPProvider> provider = SecureProvider();
+    ASSERT_TRUE(provider);
+    Printer().AnswerAlways(
+        HttpAnswer{200, Bytes::Body(Text("x", "y")), S_OK, true, {{L"Authorization", L"Bearer 77"}}});
+    ASSERT_EQ(Authorize(*provider), S_OK);
+    EXPECT_STREQ(request->GetAuthorization(), L"Bearer 77");
+    EXPECT_EQ(Printer().LastRequest().operation, 2u) << "it goes out as a print job";
+    EXPECT_TRUE(Printer().address->IsSecure());
+}
+
+TEST_F(AuthorizationTest, TellsWhyItFailed) {
+    EXPECT_EQ(Authorize(Provider()), E_FAIL) << "this printer is not secure";
+    EXPECT_EQ(Provider().RequestAuthorization(nullptr, nullptr), E_FAIL);
+    EXPECT_EQ(Printer().Exchanges(), 0u);
+    const DisposablePtr<IPPProvider> provider = SecureProvider();
+    ASSERT_TRUE(provider);
+    const struct {
+        HttpAnswer answer;
+        DWORD error;
+    } cases[] = {{HttpAnswer{401, "no", S_OK, true}, 401}, {HttpAnswer{200, "garbage", S_OK, true}, 1280}};
+    for (const auto& [answer, error] : cases) {
+        Printer().AnswerAlways(answer);
+        EXPECT_EQ(Authorize(*provider), E_FAIL);
+        EXPECT_EQ(GetLastError(), error);
+        EXPECT_FALSE(request->GetAuthorization());
+    }
+}
+
+}  // namespace
+}  // namespace Corvix
