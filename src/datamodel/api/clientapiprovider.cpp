@@ -179,10 +179,14 @@ HRESULT GetDeviceLocaleStrings(CorvixAddress* address, const wchar_t* locale, wc
         std::string received;
         const HRESULT fetched = FetchLocaleStrings(address, locale, received);
         if (FAILED(fetched)) return fetched;
+        logSource.Debug(L"Received Content: %hs", received.c_str());
         auto narrow = BufferOf(std::string_view(received));
-        *wide = BufferOf(std::wstring_view(DecodeStrings(received))).release();
+        logSource.Debug(L"Received Content for return: %hs", narrow.get());
+        auto text = BufferOf(std::wstring_view(DecodeStrings(received)));
+        logSource.Debug(L"Received Content for return: %ls", text.get());
+        logSource.Debug(L"Received Content Address for return: %ls", text.get());
+        *wide = text.release();
         *content = narrow.release();
-        logSource.Debug(L"Received Content Address for return: %p", static_cast<void*>(*wide));
         return S_OK;
     });
 }
@@ -249,7 +253,9 @@ HRESULT GetMediaTypesString(CorvixAddress* address, wchar_t** text) {
     if (!address || !text) return FailForNull();
     return KyUtils::NeverThrowing([&]() -> HRESULT {
         std::wstring types;
-        return ReadMediaTypes(address, types) ? HandOver(types, text) : E_FAIL;
+        if (!ReadMediaTypes(address, types)) return E_FAIL;
+        logSource.Debug(L"Received Content Address for return: %ls", types.c_str());
+        return HandOver(types, text);
     });
 }
 
