@@ -15,6 +15,7 @@
 #include "logmonitor.h"
 #include "oidprovider.h"
 #include "pavoprovider.h"
+#include "singlerequest.h"
 #include "transport.h"
 #include "wsprovider.h"
 #include "xmlprovider.h"

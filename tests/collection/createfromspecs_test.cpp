@@ -7,9 +7,12 @@
 
 #include "datamodel/caches/printdatacacheprovider.h"
 #include "datamodel/caches/regcacheprovider.h"
+#include "datamodel/snmp/oididentity.h"
 #include "support/fakecache.h"
+#include "support/fakemib.h"
 #include "support/fakespooler.h"
 #include "support/faketransport.h"
+#include "support/ippbytes.h"
 #include "support/registrysandbox.h"
 #include "support/testclock.h"
 #include "utilslib/com.h"
@@ -65,6 +68,18 @@ void ServePavo(FakeDevice& device) {
 
 void ServeWs(FakeDevice& device) {
     device.resources[L"/"] = {200, "<e xmlns:wprt='w'><wprt:DeviceId>MFG:Test;</wprt:DeviceId></e>"};
+}
+
+void ServeSnmp(FakeDevice& device, const wchar_t* serial) {
+    auto agent = std::make_shared<CorvixTest::FakeAgent>();
+    agent->Add(L"1.3.6.1.2.1.25.3.2.1.3.1", L"A printer");
+    agent->Add(serialNumberOid, serial);
+    AttachAgent(device, std::move(agent));
+}
+
+void ServeIpp(FakeDevice& device, const std::string& attributes) {
+    device.host = L"USB001";  // which, other than a host, is not probed for an open port
+    device.resources[L"/ipp/printer"] = {200, Ipp::Testing::Body(attributes)};
 }
 
 DisposablePtr<DataCollection> Create(const FakeDevicePtr& device, const Maps& maps,
@@ -172,6 +187,41 @@ TEST_F(CreateFromSpecsTest, KeepsConstantsOutOfTheMap) {
     EXPECT_EQ(maps->GetDataMapSpec(0)->SizeOf(), 1u);
 }
 
+TEST_F(CreateFromSpecsTest, BindsSnmpAndIppMaps) {
+    using Type = DataMapTypeEnum;
+    const auto device = DeviceWith("1", "Printer");
+    EXPECT_EQ(Create(device, MapsOf({Type::OID, Type::IPP, Type::PLSXML}))->GetDataMapName(),
+              L"XMLDataMap[@Protocol='PLSXML']");
+    ServeIpp(*device, Ipp::Testing::Keyword("printer-name", "p"));
+    EXPECT_EQ(Create(device, MapsOf({Type::OID, Type::IPP, Type::PLSXML}))->GetDataMapName(), L"IPPDataMap");
+    ServeSnmp(*device, L"SN1");
+    EXPECT_EQ(Create(device, MapsOf({Type::OID, Type::IPP, Type::PLSXML}))->GetDataMapName(), L"OIDDataMap");
+}
+
+TEST_F(CreateFromSpecsTest, SkipsThePavoMapsOfPrintContractDevices) {
+    struct Case {
+        const char* what;
+        std::string attributes;
+        const wchar_t* bound;
+    };
+    const Case cases[] = {
+        {"no IPP", "", L"Pavo"},
+        {"another printer", Ipp::Testing::Keyword("printer-name", "p"), L"Pavo"},
+        {"an empty version", Ipp::Testing::Keyword("veyra-pc-version-major", ""), L"Pavo"},
+        {"a version", Ipp::Testing::Keyword("veyra-pc-version-major", "2"), L"PLSXML"},
+        {"a number", Ipp::Testing::Integer("veyra-pc-version-major", 2), L"PLSXML"},
+    };
+    for (const Case& c : cases) {
+        const auto device = DeviceWith("1", "Printer");
+        ServePavo(*device);
+        if (!c.attributes.empty()) ServeIpp(*device, c.attributes);
+        const auto collection = Create(device, MapsOf({DataMapTypeEnum::Pavo, DataMapTypeEnum::PLSXML}));
+        ASSERT_TRUE(collection) << c.what;
+        EXPECT_EQ(collection->GetDataMapName(), std::wstring(L"XMLDataMap[@Protocol='") + c.bound + L"']")
+            << c.what;
+    }
+}
+
 class RegistryCacheTest : public CreateFromSpecsTest {
 protected:
     static bool KeyExists(const std::wstring& path) {
@@ -274,8 +324,14 @@ TEST_F(RegistryCacheTest, KnowsDevicesOfEveryProtocol) {
     const auto device = std::make_shared<FakeDevice>();
     ServePavo(*device);
     ServeWs(*device);
-    Create(device, MapsOf({DataMapTypeEnum::Pavo}), cache.Get());
-    Create(device, MapsOf({DataMapTypeEnum::WS}), cache.Get());
+    ServeSnmp(*device, L"SNMP1");
+    ServeIpp(*device, Ipp::Testing::Value(0x45, "printer-uuid", "urn:uuid:1234"));
+    for (const auto type :
+         {DataMapTypeEnum::Pavo, DataMapTypeEnum::WS, DataMapTypeEnum::OID, DataMapTypeEnum::IPP}) {
+        EXPECT_TRUE(Create(device, MapsOf({type}), cache.Get()));
+    }
+    EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\SNMP1\\OID"));
+    EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\1234\\IPP"));
     EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\PAVO1\\Pavo"));
     EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\MFG:Test;\\WS"));
 }

@@ -89,17 +89,6 @@ BoundMap BindPlsxml(Address& address, DataMapSpec& map, bool identityWanted) {
     return BindXml(PLSXMLProviderImpl::Create(&address), map, identityWanted, plsxmlIdentity);
 }
 
-/// A description that is no text is a device that does not fit, which is no reason to fail for good.
-DisposablePtr<OIDProvider> CreateOidProviderOrNull(Address& address) {
-    try {
-        return OIDProviderImpl::Create(&address);
-    } catch (const _com_error& error) {
-        if (error.Error() == E_OUTOFMEMORY) throw;
-        logSource.ErrorResult(error.Error(), L"The device's SNMP description is no text");
-        return {};
-    }
-}
-
 BoundMap BindOid(Address& address, DataMapSpec& map, bool identityWanted) {
     DisposablePtr<OIDProvider> provider = CreateOidProviderOrNull(address);
     if (!provider) return {};
@@ -109,6 +98,16 @@ BoundMap BindOid(Address& address, DataMapSpec& map, bool identityWanted) {
 }
 
 }  // namespace
+
+DisposablePtr<OIDProvider> CreateOidProviderOrNull(Address& address) {
+    try {
+        return OIDProviderImpl::Create(&address);
+    } catch (const _com_error& error) {
+        if (error.Error() == E_OUTOFMEMORY) throw;
+        logSource.ErrorResult(error.Error(), L"The device's SNMP description is no text");
+        return {};
+    }
+}
 
 MapBinder BinderOf(DataMapTypeEnum type) {
     switch (type) {

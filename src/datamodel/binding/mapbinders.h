@@ -5,6 +5,7 @@
 
 #include "corvixdm/datamapspec.h"
 #include "corvixdm/disposableptr.h"
+#include "corvixdm/oidprovider.h"
 #include "corvixdm/transport.h"
 #include "datamodel/collection/datacollectionimpl.h"
 
@@ -21,5 +22,9 @@ using MapBinder = BoundMap (*)(Address& address, DataMapSpec& map, bool identity
 
 /// The binder of a kind of map, or null where there is none.
 MapBinder BinderOf(DataMapTypeEnum type);
+
+/// The SNMP provider of a device, or null. A description that is no text is a device that does not fit, which
+/// is no reason to fail for good.
+DisposablePtr<OIDProvider> CreateOidProviderOrNull(Address& address);
 
 }  // namespace Corvix

@@ -1,0 +1,112 @@
+#include "datamodel/binding/requestprocessor.h"
+
+#include <array>
+#include <new>
+#include <string>
+
+#include "datamodel/binding/mapbinders.h"
+#include "datamodel/maps/dom.h"
+#include "datamodel/xml/wsproviderimpl.h"
+#include "utilslib/com.h"
+#include "utilslib/logging.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+struct DisposeMaps {
+    void operator()(DataMapSpecCollection* maps) const { DataMapSpecCollection::Dispose(maps); }
+};
+using OwnedMaps = std::unique_ptr<DataMapSpecCollection, DisposeMaps>;
+
+/// The first item in name order that is of the kind, or null.
+template <class ItemSpec>
+const ItemSpec* FirstItem(const DataMapSpec& map) {
+    for (const auto& entry : map.GetItems()) {
+        if (const auto* item = dynamic_cast<const ItemSpec*>(entry.second.get())) return item;
+    }
+    return nullptr;
+}
+
+bool IsGiven(const wchar_t* text) { return text && *text; }
+
+}  // namespace
+
+std::unique_ptr<Requestor> Requestor::Create() {
+    return std::unique_ptr<Requestor>(new (std::nothrow) Requestor);
+}
+
+HRESULT Requestor::Fail(RequestStatus status) {
+    status_ = status;
+    logSource.Error(L"The single request failed with status %u", static_cast<unsigned>(status));
+    return E_FAIL;
+}
+
+HRESULT Requestor::CreateFromDOM(Address& device, const wchar_t* document, VARIANT& value) {
+    const KyUtils::LogScope scope(logSource, "Corvix::Requestor::CreateFromDOM");
+    ComPtr<IXMLDOMDocument> dom;
+    if (LoadDomText(document, dom) != S_OK) return Fail(RequestStatus::DocumentNotLoaded);
+    ComPtr<IXMLDOMNode> root;
+    if (SelectNode(dom.Get(), L"DataMaps", root) != S_OK) return Fail(RequestStatus::NoDataMaps);
+    const OwnedMaps maps(DataMapSpecCollection::CreateDataMapSpecCollection(root.Get()));
+    return GetValueOrSetValueFromDataMapSpecsColl(device, *maps, value);
+}
+
+HRESULT Requestor::GetValueOrSetValueFromDataMapSpecsColl(Address& device, const DataMapSpecCollection& maps,
+                                                          VARIANT& value) {
+    const KyUtils::LogScope scope(logSource, "Corvix::Requestor::GetValueOrSetValueFromDataMapSpecsColl");
+    if (maps.GetCount() == 0) return Fail(RequestStatus::NoItemName);
+    const DataMapSpec& map = *maps.GetDataMapSpec(0);
+    const bool isRead = value.vt == VT_EMPTY;
+    switch (map.GetDataMapType()) {
+        case DataMapTypeEnum::WS:
+            return isRead ? ReadFromWebService(device, map, value) : Fail(RequestStatus::WebServiceReadOnly);
+        case DataMapTypeEnum::OID:
+            return isRead ? ReadFromSnmp(device, map, value) : WriteToSnmp(device, map, value);
+        default:
+            return Fail(RequestStatus::UnsupportedMap);
+    }
+}
+
+HRESULT Requestor::ReadFromWebService(Address& device, const DataMapSpec& map, VARIANT& value) {
+    const auto provider = WSProviderImpl::Create(&device);
+    if (!provider) return Fail(RequestStatus::NoWebServiceProvider);
+    const auto* item = FirstItem<XMLDataItemSpec>(map);
+    if (!item) return Fail(RequestStatus::NoItemName);
+    if (!IsGiven(item->GetUri()) || !IsGiven(item->GetXPath())) return Fail(RequestStatus::NoXmlItem);
+    std::array<wchar_t, 256> text{};
+    const HRESULT read = provider->GetValue(item->GetUri(), item->GetXPath(), text.data(),
+                                            static_cast<unsigned>(text.size()), nullptr, true, 0);
+    if (read != S_OK) return Fail(RequestStatus::WebServiceReadFailed);
+    value = KyUtils::Variant::FromText(text.data()).Release();
+    return S_OK;
+}
+
+HRESULT Requestor::ReadFromSnmp(Address& device, const DataMapSpec& map, VARIANT& value) {
+    const auto provider = CreateOidProviderOrNull(device);
+    if (!provider) return Fail(RequestStatus::NoSnmpProvider);
+    const auto* item = FirstItem<OIDDataItemSpec>(map);
+    if (!item) return Fail(RequestStatus::NoItemName);
+    if (!IsGiven(item->GetOid())) return Fail(RequestStatus::NoOidItem);
+    KyUtils::Variant read;
+    if (FAILED(provider->GetValue(item->GetOid(), read.Receive())))
+        return Fail(RequestStatus::SnmpReadFailed);
+    value = read.Release();
+    return S_OK;
+}
+
+HRESULT Requestor::WriteToSnmp(Address& device, const DataMapSpec& map, const VARIANT& value) {
+    const auto* item = FirstItem<OIDDataItemSpec>(map);
+    if (!item) return Fail(RequestStatus::NoItemName);
+    if (!IsGiven(item->GetOid())) return Fail(RequestStatus::NoOidItem);
+    DisposablePtr<MIBConnection> connection;
+    if (FAILED(device.CreateMIBConnection(connection.Receive())) || !connection) {
+        return Fail(RequestStatus::SnmpWriteFailed);
+    }
+    if (value.vt != VT_INT) return Fail(RequestStatus::UnsupportedValueType);
+    const HRESULT written = connection->SetValue(item->GetOid(), value);
+    return FAILED(written) ? Fail(RequestStatus::SnmpWriteFailed) : written;
+}
+
+}  // namespace Corvix
