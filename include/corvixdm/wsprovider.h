@@ -14,10 +14,10 @@ namespace Corvix {
 /// The provider of the "WS" protocol: every resource is the answer to a SOAP 1.2 request that is posted to
 /// port 3910.
 ///
-/// The device service "urn:veyra:imaging:con:service:device:DeviceService" is asked with GetPrinterElements,
-/// the request of the Web Services on Devices print service; every other URI names a WS-Management resource
-/// and is asked for with WS-Transfer Get. A URI that begins with "/" is also the path that is posted to;
-/// other requests go to "/".
+/// The URI "uri:prn" names the Web Services on Devices print service and is asked with GetPrinterElements;
+/// every other URI names a WS-Management resource, such as
+/// "urn:veyra:imaging:con:service:device:DeviceService", and is asked for with WS-Transfer Get. A URI that
+/// begins with "/" is also the path that is posted to; other requests go to "/".
 class CORVIXDM_API WSProvider : public virtual IXMLProvider {
 public:
     ~WSProvider() override;

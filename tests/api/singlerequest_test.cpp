@@ -31,7 +31,7 @@ class SingleRequestTest : public testing::Test {
 protected:
     SingleRequestTest() {
         device->answer = [this](const HttpExchange& exchange) {
-            const bool isProbe = exchange.body.find("GetPrinterElements") != std::string::npos;
+            const bool isProbe = exchange.body.find("DeviceService") != std::string::npos;
             return isProbe ? probe : resource;
         };
         agent->Add(descriptionOid, L"A printer");

@@ -101,7 +101,7 @@ TEST_F(WsProviderTest, PostsEveryRequest) {
     EXPECT_EQ(exchange.method, L"POST");
     EXPECT_EQ(exchange.userName, L"guest");
     EXPECT_EQ(exchange.contentType, L"application/soap+xml");
-    EXPECT_THAT(exchange.body, HasSubstr("GetPrinterElements"));
+    EXPECT_EQ(TextIn(exchange.body, L"//h:ResourceURI"), deviceService);
 }
 
 TEST_F(WsProviderTest, SendsConfiguredCredentials) {
@@ -112,6 +112,14 @@ TEST_F(WsProviderTest, SendsConfiguredCredentials) {
     EXPECT_EQ(body, deviceReply);
     EXPECT_EQ(device->exchanges.back().userName, L"me");
     EXPECT_EQ(device->exchanges.back().password, L"secret");
+}
+
+TEST_F(WsProviderTest, AsksThePrintServiceForItsElements) {
+    MakeProvider();
+    std::string body;
+    EXPECT_EQ(provider->GetContent(L"uri:prn", body), S_OK);
+    EXPECT_EQ(device->exchanges.back().uri, L"/");
+    EXPECT_EQ(TextIn(device->exchanges.back().body, L"//pri:Name"), L"pri:PrinterDescription");
 }
 
 TEST_F(WsProviderTest, AsksForOtherResourcesWithTransferGet) {

@@ -17,6 +17,8 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr const wchar_t* defaultUserName = L"guest";
 constexpr const wchar_t* defaultPath = L"/";
+/// The print service, as its requests name it.
+constexpr std::wstring_view printService = L"uri:prn";
 
 constexpr std::string_view transferGetHead =
     R"(<s:Envelope xmlns:s="http://www.w3.org/2003/05/soap-envelope")"
@@ -137,7 +139,7 @@ HRESULT WSProviderImpl::BuildGetPrinterElementsRequest(std::string& envelope) {
 }
 
 HRESULT WSProviderImpl::BuildRequest(const wchar_t* uri, std::string& envelope) {
-    if (std::wstring_view(uri) == wsIdentity.uri) return BuildGetPrinterElementsRequest(envelope);
+    if (uri == printService) return BuildGetPrinterElementsRequest(envelope);
     return BuildTransferGetRequest(uri, PathOf(uri), envelope);
 }
 
