@@ -14,11 +14,12 @@
 #include "datamodel/ipp/codec/requestwriter.h"
 #include "datamodel/ipp/codec/responsereader.h"
 #include "datamodel/ipp/codec/tags.h"
-#include "libcups.h"
+#include "support/libcups.h"
 
 namespace CorvixBench {
 namespace {
 
+using namespace Corvix::Testing;
 using Corvix::Ipp::FormResult;
 using Corvix::Ipp::ReadResponse;
 using Corvix::Ipp::RequestFields;

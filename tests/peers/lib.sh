@@ -20,7 +20,7 @@ free_port() {
     printf '%s\n' "$port"
 }
 
-# start_ippeveprinter NAME [OPTION...]: leaves its port in $peer_port. It will not start without a message bus, so it
+# start_ippeveprinter NAME [OPTION...]: starts it on localhost and leaves its port in $peer_port. It will not start without a message bus, so it
 # gets one of its own. Call stop_peers in the end.
 start_ippeveprinter() {
     local name=$1 bus

@@ -1,14 +1,15 @@
-// What the benchmarks have libcups do, on the same bytes.
+// The second opinion on IPP: messages written and read by libcups.
 #pragma once
 
 #include <cups/cups.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
-namespace CorvixBench {
+namespace Corvix::Testing {
 
 struct DeleteIpp {
     void operator()(ipp_t* message) const { ippDelete(message); }
@@ -51,6 +52,7 @@ inline ssize_t WriteBytes(void* context, ipp_uchar_t* buffer, std::size_t bytes)
 }
 
 inline void CupsEncode(ipp_t* message, std::string& target) {
+    ippSetState(message, IPP_STATE_IDLE);  // a message that was read has its end behind it
     while (true) {
         const ipp_state_t state = ippWriteIO(&target, WriteBytes, 1, nullptr, message);
         if (state == IPP_STATE_ERROR) throw std::runtime_error("libcups cannot write the request");
@@ -82,4 +84,4 @@ inline std::string CupsExchange(int port, const std::string& request) {
     return answer;
 }
 
-}  // namespace CorvixBench
+}  // namespace Corvix::Testing
