@@ -35,6 +35,7 @@ struct RequestSettings {
     unsigned long responseLimitMilliseconds = 0;
     unsigned long maximumBodyLength = 0;
     ExchangeObserver observer;
+    HANDLE stopEvent = nullptr;
 };
 
 struct Response {

@@ -46,6 +46,7 @@ RequestSettings NetAddress::SettingsFor(unsigned short port) {
     settings.responseLimitMilliseconds = options_.responseLimitMilliseconds;
     settings.maximumBodyLength = options_.maximumBodyLength;
     settings.observer = options_.observer;
+    settings.stopEvent = options_.stopEvent;
     return settings;
 }
 

@@ -14,7 +14,8 @@ namespace CorvixTransport {
 
 class NetRequest final : public RefCounted<Corvix::KyHTTPRequestEx> {
 public:
-    explicit NetRequest(RequestSettings settings) : settings_(std::move(settings)) {}
+    explicit NetRequest(RequestSettings settings)
+        : settings_(std::move(settings)), cancellation_(settings_.stopEvent) {}
 
     void SetURI(const wchar_t* path) override;
     void SetUserName(const wchar_t* userName) override;

@@ -67,6 +67,9 @@ struct NetAddressOptions {
     SnmpOptions snmp;
     bool webServicePortAvailable = true;
     ExchangeObserver observer;
+    /// An event of the caller's, which outlives the address and everything made by it; null for none. Once it
+    /// is set, every HTTP exchange of the address ends soon with ERROR_CANCELLED, and no other one begins.
+    HANDLE stopEvent = nullptr;
 };
 
 /// Makes an address that holds one reference, owned by the caller. Nothing is resolved or connected yet.

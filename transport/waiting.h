@@ -28,17 +28,25 @@ private:
     WSAEVENT handle_;
 };
 
-// A request's wish to end, told by another thread.
+// The wish that a request ends, told by another thread: to the request itself, or to all of an address by an
+// event that is the caller's.
 class Cancellation {
 public:
+    explicit Cancellation(HANDLE stop = nullptr) : stop_(stop) {}
+
     void Request() {
         requested_ = true;
         event_.Set();
     }
-    bool IsRequested() const { return requested_; }
+    bool IsRequested() const {
+        return requested_ || (stop_ && WaitForSingleObject(stop_, 0) == WAIT_OBJECT_0);
+    }
     WSAEVENT Event() const { return event_.Get(); }
+    // Null when there is none.
+    WSAEVENT Stop() const { return stop_; }
 
 private:
+    HANDLE stop_;
     std::atomic<bool> requested_{false};
     NetEvent event_;
 };
@@ -86,12 +94,13 @@ struct Waiting {
 
 // Waits for the event. Throws ERROR_CANCELLED, or ERROR_TIMEOUT when nothing happened in time.
 inline void WaitFor(WSAEVENT event, const Waiting& waiting) {
-    const WSAEVENT events[] = {waiting.cancellation.Event(), event};
+    const WSAEVENT stop = waiting.cancellation.Stop();
+    const WSAEVENT events[] = {waiting.cancellation.Event(), event, stop};
     const unsigned long patience =
         std::min(waiting.deadline.RemainingMilliseconds(), waiting.stallMilliseconds);
-    const DWORD woken = WSAWaitForMultipleEvents(2, events, FALSE, patience, FALSE);
+    const DWORD woken = WSAWaitForMultipleEvents(stop ? 3 : 2, events, FALSE, patience, FALSE);
     ThrowUnless(woken != WSA_WAIT_FAILED, static_cast<unsigned long>(WSAGetLastError()));
-    ThrowUnless(woken != WSA_WAIT_EVENT_0, ERROR_CANCELLED);
+    ThrowUnless(woken != WSA_WAIT_EVENT_0 && woken != WSA_WAIT_EVENT_0 + 2, ERROR_CANCELLED);
     ThrowUnless(woken != WSA_WAIT_TIMEOUT, ERROR_TIMEOUT);
 }
 

@@ -169,15 +169,15 @@ TEST_F(CtlGet, SaysWhatADeviceInBadHealthDid) {
         {"status=404", 1, "HTTP 404 for /veyra/device/product_information.xml"},
         {"status=503", 1, "HTTP 503 for"},
         {"status=401", 1, "the device wants another --user and --password"},
-        {"truncate=200", 1, "the device stopped before the end of its answer"},
+        {"truncate=200", 1, "the device ended the connection before its response was complete"},
         {"malformed", 1, "document refused: /veyra/device/product_information.xml"},
         {"doctype", 1, "a document type declaration, which is refused"},
         {"deep=300", 1, "elements nested too deeply"},
-        {"megabytes=50", 1, "the answer is larger than is accepted"},
-        {"endless", 1, "the answer is larger than is accepted"},
-        {"garbage", 1, "the answer is not HTTP"},
-        {"close", 1, "the device stopped before the end of its answer"},
-        {"reset", 1, "for /veyra/device/product_information.xml"},
+        {"megabytes=50", 1, "the body of the device's response is longer than the limit"},
+        {"endless", 1, "the body of the device's response is longer than the limit"},
+        {"garbage", 1, "the device's response is not HTTP"},
+        {"close", 1, "the device ended the connection before its response was complete"},
+        {"reset", 1, ": /veyra/device/product_information.xml"},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.fault);
@@ -213,8 +213,11 @@ TEST_F(CtlGet, TellsADeviceThatIsNotThere) {
         const char* message;
     };
     const Case cases[] = {
-        {"refuses", "service=plsxml refuse", {}, "connection refused on port "},
-        {"is silent", "service=plsxml delay=20000", {L"--timeout=300ms"}, "no answer in time on port "},
+        {"refuses", "service=plsxml refuse", {}, "the device refused the connection (port "},
+        {"is silent",
+         "service=plsxml delay=20000",
+         {L"--timeout=300ms"},
+         "the device did not answer in time (port "},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.what);

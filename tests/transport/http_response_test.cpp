@@ -1,5 +1,6 @@
 // What is made of a device's answers, honest and otherwise.
 #include "transport/httptest.h"
+#include "transport/waiting.h"
 
 namespace CorvixTransport {
 namespace {
@@ -203,6 +204,19 @@ TEST_F(HttpResponse, IsNotWaitedForAfterCancel) {
     const RequestPtr other = MakeRequest();
     other->Cancel();
     EXPECT_EQ(Finish(*other).error, static_cast<unsigned long>(ERROR_CANCELLED));
+    StopServing();
+}
+
+TEST_F(HttpResponse, IsNotWaitedForAfterTheStopOfItsAddress) {
+    const NetEvent stop;
+    options_.stopEvent = stop.Get();
+    Serve([&stop](Peer& peer, int) {
+        peer.ReadRequest();
+        stop.Set();
+        peer.WaitForEnd();
+    });
+    EXPECT_EQ(Get().error, static_cast<unsigned long>(ERROR_CANCELLED));
+    EXPECT_EQ(Get().error, static_cast<unsigned long>(ERROR_CANCELLED)) << "and none is begun any more";
     StopServing();
 }
 

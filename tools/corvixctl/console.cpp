@@ -1,9 +1,6 @@
 #include "console.h"
 
-#include <windows.h>
-
 #include <algorithm>
-#include <atomic>
 
 #include "exitcodes.h"
 #include "transport/text.h"
@@ -11,9 +8,16 @@
 namespace CorvixCtl {
 namespace {
 
-std::atomic<bool> interrupted{false};
+// Lives as long as the process: the handler runs on a thread of the system's.
+HANDLE interruptEvent = nullptr;
 
-BOOL WINAPI OnConsoleEvent(DWORD) { return interrupted.exchange(true) ? FALSE : TRUE; }
+bool IsInterrupted() { return interruptEvent && WaitForSingleObject(interruptEvent, 0) == WAIT_OBJECT_0; }
+
+BOOL WINAPI OnConsoleEvent(DWORD) {
+    if (IsInterrupted()) return FALSE;
+    SetEvent(interruptEvent);
+    return TRUE;
+}
 
 bool WriteToConsole(HANDLE console, std::wstring_view text) {
     constexpr size_t pieceChars = 8000;  // the console takes no piece much larger
@@ -57,9 +61,12 @@ void Complain(std::wstring_view message) {
     WriteTo(STD_ERROR_HANDLE, L"corvixctl: " + std::wstring(message) + L"\n");
 }
 
-void WatchForInterrupts() { SetConsoleCtrlHandler(OnConsoleEvent, TRUE); }
+void WatchForInterrupts() {
+    interruptEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    if (interruptEvent) SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+}
 
-bool IsInterrupted() { return interrupted; }
+HANDLE InterruptEvent() { return interruptEvent; }
 
 void StopIfInterrupted() {
     if (IsInterrupted()) throw Failure(ExitCode::Interrupted, L"interrupted");

@@ -1,6 +1,8 @@
 // Standard output and standard error in UTF-8, and the user's wish to stop.
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <string_view>
 
@@ -15,7 +17,8 @@ void Complain(std::wstring_view message);
 // From now on Ctrl-C (Ctrl-Break, the closing of the console) asks the program to stop. Asked a second time
 // the system ends it as usual.
 void WatchForInterrupts();
-bool IsInterrupted();
+// Set from then on; null until interrupts are watched for.
+HANDLE InterruptEvent();
 // Throws Failure once the user asked to stop.
 void StopIfInterrupted();
 

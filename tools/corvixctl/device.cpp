@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "console.h"
 #include "exitcodes.h"
 #include "transport/nettransport.h"
 #include "transport/text.h"
@@ -79,6 +80,7 @@ NetAddressOptions ReadAddressOptions(const Arguments& arguments) {
     NetAddressOptions options;
     options.host = ReadHost(arguments);
     options.portMap = ReadPortMap(arguments);
+    options.stopEvent = InterruptEvent();
     options.userName = arguments.Find(L"user").value_or(L"");
     options.password = arguments.Find(L"password").value_or(L"");
     ReadSnmpOptions(arguments, options.snmp);

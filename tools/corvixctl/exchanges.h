@@ -28,12 +28,10 @@ private:
     bool answered_ = false;
 };
 
-// What became of one exchange: "HTTP 404 for /x", "connection refused". `result` is what the library made of
-// it.
+// What became of one exchange: "HTTP 404 for /x", "document refused: /x". `result` is what the library made
+// of it.
 std::wstring DescribeExchange(const CorvixTransport::ExchangeRecord& exchange, HRESULT result);
-// Why nothing came of it at all: "connection refused on port 80".
+// Why nothing came of it at all: "the device refused the connection (port 80)".
 std::wstring DescribeConnection(const CorvixTransport::ExchangeRecord& exchange);
-// A network error in few words.
-std::wstring DescribeNetworkError(unsigned long code);
 
 }  // namespace CorvixCtl

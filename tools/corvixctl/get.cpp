@@ -67,7 +67,7 @@ std::wstring DiagnoseSnmp(Corvix::Address& address) {
     DisposablePtr<Corvix::MIBConnection> connection;
     const HRESULT connected = address.CreateMIBConnection(connection.Receive());
     if (FAILED(connected) || !connection)
-        return DescribeNetworkError(static_cast<unsigned long>(HRESULT_CODE(connected)));
+        return CorvixTransport::DescribeNetError(static_cast<unsigned long>(HRESULT_CODE(connected)));
     Variant upTime;
     if (FAILED(connection->GetValue(L"1.3.6.1.2.1.1.3.0", upTime.Receive())))
         return L"no SNMP answer (another --community or --snmp-version?)";
