@@ -98,6 +98,7 @@ private:
                           int length, bool waitForReady);
     HRESULT AnsweredEarly(IPPResponseBase* response);
     HRESULT JobAfterFailedStart(IPPRequestBase* request);
+    HRESULT Continue(SendPiece send, IPPRequestBase* request, const unsigned char* data, int length);
     HRESULT WritePiece(SendPiece send, IPPRequestBase* request, const unsigned char* data, int length);
     HRESULT EndBody(SendPiece send, int operation, IPPRequestBase* request, IPPResponseBase* response);
     HRESULT ReadStreamedAnswer(int operation, IPPResponseBase* response);

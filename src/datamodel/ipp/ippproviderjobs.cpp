@@ -223,11 +223,18 @@ HRESULT IPPProviderImpl::JobAfterFailedPiece(IPPRequestBase* request) {
     return answer != 0 ? answer : S_DEVICECANCELED;
 }
 
+/// Sends a piece of a body that was begun. A later piece must not begin one: it would print the document's
+/// rest.
+HRESULT IPPProviderImpl::Continue(SendPiece send, IPPRequestBase* request, const unsigned char* data,
+                                  int length) {
+    if (!jobOperations_ || !jobOperations_->IsStreaming()) return E_FAIL;
+    const bool last = length == 0;
+    return ((*jobOperations_).*send)(request, secure_, data, static_cast<unsigned long>(length), last, true);
+}
+
 HRESULT IPPProviderImpl::WritePiece(SendPiece send, IPPRequestBase* request, const unsigned char* data,
                                     int length) {
-    if (jobOperations_ && SUCCEEDED(((*jobOperations_).*send)(
-                              request, secure_, data, static_cast<unsigned long>(length), false, true)))
-        return S_OK;
+    if (SUCCEEDED(Continue(send, request, data, length))) return S_OK;
     logSource.Error(L"Failed while sending chunk data");
     return JobAfterFailedPiece(request);
 }
@@ -242,7 +249,7 @@ HRESULT IPPProviderImpl::ReadStreamedAnswer(int operation, IPPResponseBase* resp
 
 HRESULT IPPProviderImpl::EndBody(SendPiece send, int operation, IPPRequestBase* request,
                                  IPPResponseBase* response) {
-    if (!jobOperations_ || FAILED(((*jobOperations_).*send)(request, secure_, nullptr, 0, true, true))) {
+    if (FAILED(Continue(send, request, nullptr, 0))) {
         logSource.Error(L"Failed while sending last chunk data");
         return JobAfterFailedPiece(request);
     }

@@ -147,8 +147,9 @@ HRESULT IPPProviderImpl::RetrievePrinterState(IPPOperations& operations, std::ws
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::RetrievePrinterState");
     operations.SetAttributeName("printer-state,printer-state-reasons");
     const wchar_t* host = address_->GetHostName();
-    // Wakes a sleeping device; what it answers is not the question.
-    if (host && !IsUsbPortName(host)) DeviceExists(host, L"631");
+    // Wakes a sleeping device; what it answers is not the question. Nothing can interrupt the probe, so
+    // whoever stops the polling does not begin to wait for one.
+    if (polling_.GetbPrinteStatusThreadPoll() && host && !IsUsbPortName(host)) DeviceExists(host, L"631");
     DisposablePtr<HTTPResponse> response;
     if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetPrinterAttributes, response.Receive(), nullptr,
                                          secure_)))
@@ -165,7 +166,7 @@ HRESULT IPPProviderImpl::RunPoll(Poll poll) {
         const Operations operations = MakeOperations();
         {
             const std::lock_guard<std::mutex> lock(pollsLock_);
-            if (polling_.GetPrintStatus()) return E_FAIL;
+            if (!polling_.GetbPrinteStatusThreadPoll()) return E_FAIL;  // stopped
             polls_.push_back(operations.get());
         }
         const HRESULT result = poll(*operations);

@@ -24,6 +24,7 @@ void JobPolling::Reset() {
 }
 
 void JobPolling::CreatePrintReadyEvent() {
+    const std::lock_guard<std::mutex> lock(eventsLock_);
     printReady_ = KyUtils::CreateManualResetEvent();
     if (printReady_) SetEvent(printReady_.Get());
 }
@@ -31,6 +32,7 @@ void JobPolling::CreatePrintReadyEvent() {
 void JobPolling::Start() {
     const KyUtils::LogScope scope(logSource, "Corvix::JobPolling::Start");
     const std::lock_guard<std::mutex> lock(stopLock_);
+    const std::lock_guard<std::mutex> eventsLock(eventsLock_);
     printJobStatus_ = KyUtils::CreateManualResetEvent(printJobStatusName);
     if (printJobStatus_) {
         ResetEvent(printJobStatus_.Get());
@@ -54,6 +56,8 @@ void JobPolling::StopAllThreadsRunning() {
     if (jobThread_ || printerThread_) source_.InterruptPolls();
     WaitAndClose(jobThread_);
     WaitAndClose(printerThread_);
+    // Not sooner: the threads use the events, and one of them may be about to signal the end of the job.
+    const std::lock_guard<std::mutex> eventsLock(eventsLock_);
     printReady_.Close();
     printJobStatus_.Close();
 }
@@ -84,8 +88,19 @@ bool JobPolling::GetbPrinteStatusThreadPoll() const {
     return printerPoll_;
 }
 
+HANDLE JobPolling::GetPrintStatusEventHandle() const {
+    const std::lock_guard<std::mutex> lock(eventsLock_);
+    return printJobStatus_.Get();
+}
+
+HANDLE JobPolling::GetPrintReadyStatusEventHandle() const {
+    const std::lock_guard<std::mutex> lock(eventsLock_);
+    return printReady_.Get();
+}
+
 void JobPolling::SignalJobEnd() {
     SetPrintStatus();
+    const std::lock_guard<std::mutex> lock(eventsLock_);
     if (printJobStatus_) SetEvent(printJobStatus_.Get());
 }
 

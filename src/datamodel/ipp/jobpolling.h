@@ -57,8 +57,8 @@ public:
     /// Marks the job as ended and tells whoever waits for it.
     void SignalJobEnd();
 
-    HANDLE GetPrintStatusEventHandle() const { return printJobStatus_.Get(); }
-    HANDLE GetPrintReadyStatusEventHandle() const { return printReady_.Get(); }
+    HANDLE GetPrintStatusEventHandle() const;
+    HANDLE GetPrintReadyStatusEventHandle() const;
 
 private:
     static unsigned __stdcall GetJobsPollingThread(void* polling);
@@ -75,6 +75,7 @@ private:
     mutable KyUtils::CriticalSection printReadyLock_;
     bool printStatus_ = false;
     bool printerPoll_ = true;
+    mutable std::mutex eventsLock_;  ///< held while an event is made, closed, or used by another thread
     KyUtils::Handle printJobStatus_;
     KyUtils::Handle printReady_;
     KyUtils::Handle stop_ = KyUtils::CreateManualResetEvent();
