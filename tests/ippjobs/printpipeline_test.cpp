@@ -1,0 +1,425 @@
+// Print jobs from their first piece to their end, over a printer that the test plays.
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <functional>
+
+#include "corvixdm/disposableptr.h"
+#include "datamodel/ipp/codec/tags.h"
+#include "datamodel/ipp/ippproviderimpl.h"
+#include "datamodel/ipp/ipprequestattributes.h"
+#include "datamodel/ipp/ippresponseattribute.h"
+#include "ippjobs/jobeventturn.h"
+#include "ippjobs/scriptedprinter.h"
+
+namespace {
+
+using namespace Corvix::Ipp::Testing;  // NOLINT: it spells messages
+namespace Operation = Corvix::Ipp::Operation;
+using Corvix::DisposablePtr;
+using Corvix::IPPProviderImpl;
+using Corvix::S_DEVICECANCELED;
+using testing::EndsWith;
+
+constexpr DWORD badAnswer = 1280;
+constexpr DWORD jobFateUnknown = 1291;
+constexpr DWORD stateUnknown = 0x20000010;
+constexpr HRESULT stillRunning = 1;
+const std::string brokenConnection;
+
+std::string Status(unsigned status) { return Header(status) + endTag; }
+
+std::string PrinterIn(unsigned state, std::string_view reasons) {
+    return Body(Value(0x45, "printer-uri-supported", "ipp://localhost:631/ipp/print") +
+                Value(0x23, "printer-state", Int(state)) + Keyword("printer-state-reasons", reasons));
+}
+
+struct Job {
+    unsigned id;
+    unsigned state;
+    std::string_view reasons;
+};
+
+std::string JobUri(unsigned id) { return "ipp://localhost/jobs/" + std::to_string(id); }
+
+std::string Jobs(const std::vector<Job>& jobs) {
+    std::string body = Header();
+    for (const Job& job : jobs) {
+        body += Byte(2) + Integer("job-id", job.id) + Value(0x45, "job-uri", JobUri(job.id)) +
+                Value(0x23, "job-state", Int(job.state)) + Keyword("job-state-reasons", job.reasons);
+    }
+    return body + endTag;
+}
+
+const std::string noJobs = Status(0);
+const std::string jobAccepted = Jobs({{7, 5, "job-printing"}});
+
+/// A provider at its printer, with everything that a print job takes.
+class PrintPipeline : public testing::Test {
+protected:
+    PrintPipeline() { Play(); }
+
+    /// What a printer without troubles answers.
+    void Play() {
+        printer_.Answer(Operation::GetPrinterAttributes, {PrinterIn(3, "none")});
+        for (const int operation :
+             {Operation::PrintJob, Operation::PrintUri, Operation::CreateJob, Operation::SendDocument,
+              Operation::SendUri, Operation::CancelJob, Operation::GetJobs})
+            printer_.Answer(operation, {jobAccepted});
+    }
+
+    void Open() {
+        IPPProviderImpl::Settings settings;
+        settings.resource = L"/ipp/print";
+        settings.intervals = {1, 1, 1};
+        const auto address = DisposablePtr<Corvix::Address>::Share(new CorvixTest::ScriptedAddress(printer_));
+        provider_ = IPPProviderImpl::Create(address.Get(), settings);
+        request_ = DisposablePtr<Corvix::IPPRequestBase>(Corvix::IPPRequestAttributes::Create());
+        response_ = DisposablePtr<Corvix::IPPResponseBase>(Corvix::IPPResponseAttributes::Create());
+        request_->SetRequestingUserName("ann");
+    }
+    void OpenForDocuments() {
+        Open();
+        request_->SetJobID(7);
+        request_->SetJobURI(JobUri(7).c_str());
+        request_->SetLastDocument(true);
+        request_->SetDocumentUri("http://localhost/a.pdf");
+    }
+
+    static const unsigned char* Bytes(const char* text) {
+        return reinterpret_cast<const unsigned char*>(text);
+    }
+    HRESULT Print(const char* text, bool wait = false) {
+        return provider_->PrintJob(request_.Get(), response_.Get(), Bytes(text),
+                                   static_cast<int>(strlen(text)), wait ? 1 : 0);
+    }
+    HRESULT PrintMore(const char* text) {
+        return provider_->PrintJobWrite(request_.Get(), response_.Get(), Bytes(text),
+                                        static_cast<int>(strlen(text)));
+    }
+    HRESULT Send(const char* text) {
+        return provider_->SendDocument(request_.Get(), response_.Get(), Bytes(text),
+                                       static_cast<int>(strlen(text)));
+    }
+    HRESULT SendMore(const char* text) {
+        return provider_->SendDocumentWrite(request_.Get(), response_.Get(), Bytes(text),
+                                            static_cast<int>(strlen(text)));
+    }
+
+    CorvixTest::JobEventTurn turn_;
+    CorvixTest::ScriptedPrinter printer_;
+    DisposablePtr<Corvix::IPPRequestBase> request_;
+    DisposablePtr<Corvix::IPPResponseBase> response_;
+    DisposablePtr<Corvix::IPPProvider> provider_;
+};
+
+TEST_F(PrintPipeline, StreamsAJobAndReadsWhatBecameOfIt) {
+    Open();
+    ASSERT_EQ(Print("one "), S_OK);
+    EXPECT_NE(provider_->GetPrintStatusEventHandle(), nullptr);
+    EXPECT_EQ(provider_->GetPrintReadyStatusEventHandle(), nullptr);
+    ASSERT_EQ(PrintMore("two "), S_OK);
+    ASSERT_EQ(PrintMore("three"), S_OK);
+    ASSERT_EQ(PrintMore(""), S_OK);
+    EXPECT_THAT(printer_.LastBody(Operation::PrintJob), EndsWith("\x03one two three"));
+    EXPECT_STREQ(response_->GetSuccessStatus(), "0");
+    EXPECT_STREQ(response_->GetJobID(), "7");
+    EXPECT_STREQ(response_->GetJobState(), "Processing");
+    EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr) << "the last piece ends the following";
+    EXPECT_EQ(PrintMore("late"), S_DEVICECANCELED);
+}
+
+TEST_F(PrintPipeline, WaitsForAPrinterThatIsIdleWithRoom) {
+    printer_.Answer(Operation::GetPrinterAttributes,
+                    {PrinterIn(3, "none"), PrinterIn(4, "none"), PrinterIn(3, "spool-area-full"),
+                     PrinterIn(5, "paused"), PrinterIn(3, "none")});
+    Open();
+    ASSERT_EQ(Print("one", true), S_OK);
+    EXPECT_NE(provider_->GetPrintReadyStatusEventHandle(), nullptr);
+    ASSERT_EQ(PrintMore(""), S_OK);
+}
+
+TEST_F(PrintPipeline, GivesUpWaitingWhenToldTo) {
+    printer_.Answer(Operation::GetPrinterAttributes, {PrinterIn(3, "none"), PrinterIn(3, "spool-area-full")});
+    Open();
+    int asked = 0;
+    printer_.OnOperation([&](int) {
+        if (++asked == 3) provider_->StopWaiting();
+    });
+    EXPECT_EQ(Print("one", true), E_FAIL);
+    EXPECT_EQ(printer_.LastBody(Operation::PrintJob), "");
+}
+
+TEST_F(PrintPipeline, FailsWhenThePrinterDoesNotTellItsState) {
+    printer_.Answer(Operation::GetPrinterAttributes, {PrinterIn(3, "none"), brokenConnection});
+    Open();
+    EXPECT_EQ(Print("one", true), E_FAIL);
+    EXPECT_EQ(GetLastError(), stateUnknown);
+}
+
+TEST_F(PrintPipeline, JudgesAnEarlyAnswer) {
+    struct {
+        std::string answer;
+        HRESULT result;
+        bool followed;
+    } const cases[] = {
+        {Status(0x0507), S_OK, true},      {Status(0x0508), S_DEVICECANCELED, false},
+        {Status(0x0400), E_FAIL, false},   {"not IPP", E_FAIL, false},
+        {brokenConnection, E_FAIL, false},
+    };
+    printer_.AnswerEarly();
+    for (const auto& known : cases) {
+        printer_.Answer(Operation::PrintJob, {known.answer});
+        Open();
+        EXPECT_EQ(Print("one"), known.result);
+        EXPECT_EQ(provider_->GetPrintStatusEventHandle() != nullptr, known.followed);
+        // The job cannot be gone on with, and above all its rest is not printed as another one.
+        EXPECT_NE(PrintMore("two"), S_OK);
+        EXPECT_EQ(printer_.LastBody(Operation::PrintJob).find("two"), std::string::npos);
+    }
+}
+
+TEST_F(PrintPipeline, StopsAtAJobThatTheDeviceCancelled) {
+    for (const Job& cancelled : {Job{7, 7, "none"}, Job{7, 8, "aborted-by-system"},
+                                 Job{7, 5, "processing-to-stop-point,job-canceled-at-device"}}) {
+        printer_.Answer(Operation::GetJobs, {jobAccepted, Jobs({cancelled})});
+        Open();
+        ASSERT_EQ(Print("one"), S_OK);
+        WaitForSingleObject(provider_->GetPrintStatusEventHandle(), INFINITE);
+        EXPECT_EQ(PrintMore("two"), S_DEVICECANCELED);
+        EXPECT_EQ(printer_.LastBody(Operation::PrintJob), "");
+    }
+}
+
+TEST_F(PrintPipeline, AsksWhatBecameOfAJobThatCouldNotBegin) {
+    struct {
+        unsigned jobId;
+        std::vector<std::string> answers;
+        HRESULT result;
+        size_t questions;
+    } const cases[] = {
+        {0, {}, S_OK, 0},
+        {7, {noJobs}, 0, 1},
+        {7, {Jobs({{7, 9, "none"}})}, 0, 1},
+        {7, {brokenConnection}, E_FAIL, 1},
+        {7, {jobAccepted, noJobs}, 0, 2},
+        {7, {jobAccepted, jobAccepted, jobAccepted}, 0, 3},
+        {7, {jobAccepted, jobAccepted, noJobs}, stillRunning, 3},
+    };
+    for (const auto& known : cases) {
+        Play();
+        printer_.Answer(Operation::GetJobs, known.answers);
+        Open();
+        request_->SetJobID(known.jobId);
+        const size_t before = printer_.Operations().size();
+        printer_.FailAt(printer_.NextCall(), false);
+        SetLastError(0);
+        EXPECT_EQ(Print("one"), known.result);
+        EXPECT_EQ(GetLastError() == jobFateUnknown, known.result == stillRunning);
+        EXPECT_EQ(printer_.Operations().size() - before, known.questions);
+        EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
+        printer_.FailAt(-1, false);
+    }
+}
+
+TEST_F(PrintPipeline, AsksWhatBecameOfAJobWhosePieceWasNotTaken) {
+    struct {
+        std::vector<std::string> answers;
+        HRESULT result;
+    } const cases[] = {
+        {{noJobs}, S_DEVICECANCELED},
+        {{jobAccepted, jobAccepted}, S_DEVICECANCELED},
+        {{jobAccepted, noJobs}, stillRunning},
+        {{brokenConnection}, E_FAIL},
+    };
+    for (const char* piece : {"two", ""}) {
+        for (const auto& known : cases) {
+            OpenForDocuments();
+            ASSERT_EQ(Send("one"), S_OK);
+            printer_.Answer(Operation::GetJobs, known.answers);
+            printer_.FailAt(printer_.NextCall(), false);
+            EXPECT_EQ(SendMore(piece), known.result);
+            printer_.FailAt(-1, false);
+        }
+    }
+}
+
+TEST_F(PrintPipeline, JudgesTheAnswerToADocument) {
+    struct {
+        std::string answer;
+        HRESULT result;
+    } const cases[] = {
+        {jobAccepted, S_OK},      {Status(0x0400), E_FAIL},
+        {Status(0x0507), E_FAIL}, {Status(0x0508), S_DEVICECANCELED},
+        {Status(0x0500), E_FAIL}, {"not IPP", E_FAIL},
+    };
+    for (const auto& known : cases) {
+        printer_.Answer(Operation::SendDocument, {known.answer});
+        OpenForDocuments();
+        ASSERT_EQ(provider_->CreateJob(request_.Get(), response_.Get()), S_OK);
+        ASSERT_EQ(Send("one "), S_OK);
+        ASSERT_EQ(SendMore("two"), S_OK);
+        EXPECT_EQ(SendMore(""), known.result);
+        EXPECT_THAT(printer_.LastBody(Operation::SendDocument), EndsWith("\x03one two"));
+        EXPECT_NE(SendMore("late"), S_OK);
+    }
+}
+
+TEST_F(PrintPipeline, PrintsByReference) {
+    OpenForDocuments();
+    EXPECT_EQ(provider_->PrintUri(request_.Get(), response_.Get()), S_OK);
+    EXPECT_NE(provider_->GetPrintStatusEventHandle(), nullptr);
+    EXPECT_EQ(provider_->SendURI(request_.Get(), response_.Get()), S_OK);
+    EXPECT_STREQ(response_->GetJobID(), "7");
+    for (const int operation : {Operation::PrintUri, Operation::SendUri})
+        EXPECT_NE(printer_.LastBody(operation).find("http://localhost/a.pdf"), std::string::npos);
+    printer_.Answer(Operation::PrintUri, {Status(0x0508)});
+    EXPECT_EQ(provider_->PrintUri(request_.Get(), response_.Get()), S_DEVICECANCELED);
+    EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
+}
+
+TEST_F(PrintPipeline, CancelsAJob) {
+    OpenForDocuments();
+    ASSERT_EQ(Print("one"), S_OK);
+    EXPECT_EQ(provider_->CancelJob(request_.Get(), response_.Get()), S_OK);
+    EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
+    EXPECT_NE(printer_.LastBody(Operation::CancelJob).find(JobUri(7)), std::string::npos);
+    EXPECT_EQ(response_->GetJobID(), nullptr) << "a cancellation tells of no job";
+    EXPECT_EQ(PrintMore("two"), S_DEVICECANCELED);
+}
+
+TEST_F(PrintPipeline, TellsFromTheJobsOfAUserWhetherOneRuns) {
+    struct {
+        std::string answer;
+        HRESULT result;
+    } const cases[] = {
+        {Jobs({{7, 5, "job-printing"}}), stillRunning},
+        {Jobs({{7, 9, "job-completed-successfully"}}), 0},
+        {Jobs({{7, 3, "job-canceled-by-user"}}), 0},
+        {noJobs, stillRunning},
+        {"not IPP", E_FAIL},
+        {brokenConnection, E_FAIL},
+    };
+    Open();
+    for (const auto& known : cases) {
+        printer_.Answer(Operation::GetJobs, {known.answer});
+        EXPECT_EQ(provider_->GetJobs(1u), known.result);
+        EXPECT_EQ(provider_->GetJobs(0u), known.result);
+    }
+}
+
+TEST_F(PrintPipeline, FindsOneJobAmongSeveral) {
+    const std::string several = Jobs({{6, 9, "none"}, {7, 5, "none"}, {8, 7, "none"}});
+    struct {
+        unsigned id;
+        const char* uri;
+        const char* whichJobs;
+        HRESULT result;
+    } const cases[] = {
+        {7, nullptr, "not-completed", stillRunning},
+        {6, nullptr, "not-completed", 0},
+        {8, nullptr, "not-completed", 0},
+        {9, nullptr, "not-completed", 0},
+        {0, "ipp://localhost/jobs/7", "not-completed", stillRunning},
+        {0, "ipp://localhost/jobs/9", "not-completed", 0},
+        {7, nullptr, "completed", 0},
+        {9, nullptr, "completed", stillRunning},
+    };
+    printer_.Answer(Operation::GetJobs, {several});
+    for (const auto& known : cases) {
+        Open();
+        request_->SetJobID(known.id);
+        request_->SetJobURI(known.uri);
+        EXPECT_EQ(provider_->GetJobs(request_.Get(), known.whichJobs), known.result)
+            << known.id << " " << known.whichJobs;
+    }
+}
+
+TEST_F(PrintPipeline, RefusesWhatIsIncomplete) {
+    Open();
+    Corvix::IPPRequestBase* request = request_.Get();
+    Corvix::IPPResponseBase* response = response_.Get();
+    const unsigned char byte = 1;
+    const std::function<HRESULT()> calls[] = {
+        [&] { return provider_->PrintJob(nullptr, response, &byte, 1, 0); },
+        [&] { return provider_->PrintJob(request, nullptr, &byte, 1, 0); },
+        [&] { return provider_->PrintJob(request, response, nullptr, 1, 0); },
+        [&] { return provider_->PrintJob(request, response, &byte, 0, 0); },
+        [&] { return provider_->PrintJob(request, response, &byte, -1, 0); },
+        [&] { return provider_->PrintJobWrite(nullptr, response, &byte, 1); },
+        [&] { return provider_->PrintJobWrite(request, nullptr, &byte, 1); },
+        [&] { return provider_->PrintJobWrite(request, response, nullptr, 1); },
+        [&] { return provider_->PrintJobWrite(request, response, &byte, -1); },
+        [&] { return provider_->SendDocumentWrite(request, response, nullptr, 1); },
+        [&] { return provider_->CreateJob(request, nullptr); },
+        [&] { return provider_->CancelJob(nullptr, response); },
+        [&] { return provider_->PrintUri(request, response); },
+        [&] { return provider_->SendURI(request, response); },
+    };
+    const size_t before = printer_.Operations().size();
+    for (const auto& call : calls) {
+        SetLastError(0);
+        EXPECT_EQ(call(), E_FAIL) << &call - calls;
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER}) << &call - calls;
+    }
+    EXPECT_EQ(Send("one"), E_FAIL) << "neither job nor last-document";
+    request->SetRequestingUserName("");
+    EXPECT_EQ(provider_->CreateJob(request, response), E_FAIL);
+    EXPECT_EQ(provider_->CancelJob(request, response), E_FAIL);
+    EXPECT_EQ(printer_.Operations().size(), before) << "nothing was sent";
+}
+
+TEST_F(PrintPipeline, ReportsAnAnswerThatCannotBeRead) {
+    OpenForDocuments();
+    printer_.Answer(Operation::CreateJob, {"not IPP"});
+    EXPECT_EQ(provider_->CreateJob(request_.Get(), response_.Get()), E_FAIL);
+    EXPECT_EQ(GetLastError(), badAnswer);
+}
+
+/// What a caller does; run over and over with a transport that fails somewhere.
+class PrintPipelineFaults : public PrintPipeline {
+public:
+    void PrintWaiting() { Print("one", true), PrintMore("two"), PrintMore(""); }
+    void PrintAndCancel() {
+        Print("one");
+        provider_->CancelJob(request_.Get(), response_.Get());
+    }
+    void SendDocuments() {
+        provider_->CreateJob(request_.Get(), response_.Get());
+        Send("one"), SendMore("two"), SendMore("");
+    }
+    void PrintByReference() {
+        provider_->PrintUri(request_.Get(), response_.Get());
+        provider_->SendURI(request_.Get(), response_.Get());
+        provider_->GetJobs(request_.Get(), "completed");
+    }
+
+    /// \return whether the fault was reached.
+    bool RunWithFault(void (PrintPipelineFaults::*scenario)(), int call, bool forGood) {
+        printer_.FailAt(printer_.NextCall() + call, forGood);
+        OpenForDocuments();
+        if (provider_) (this->*scenario)();
+        provider_.Reset();
+        return printer_.HasFailed();
+    }
+};
+
+TEST_F(PrintPipelineFaults, EndWithoutLossWhereverTheTransportFails) {
+    constexpr int mostCalls = 500;
+    const size_t objects = KyUtils::LiveObjectCount();
+    for (const auto scenario :
+         {&PrintPipelineFaults::PrintWaiting, &PrintPipelineFaults::PrintAndCancel,
+          &PrintPipelineFaults::SendDocuments, &PrintPipelineFaults::PrintByReference}) {
+        for (const bool forGood : {false, true}) {
+            int call = 0;
+            while (call < mostCalls && RunWithFault(scenario, call, forGood))
+                ++call;
+            EXPECT_GT(call, 5);
+            EXPECT_LT(call, mostCalls);
+            request_.Reset(), response_.Reset();
+            EXPECT_EQ(KyUtils::LiveObjectCount(), objects);
+        }
+    }
+}
+
+}  // namespace
