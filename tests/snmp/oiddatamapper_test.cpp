@@ -338,6 +338,37 @@ TEST_F(OidDataMapperTest, DoesNotAskASilentDeviceForEveryElement) {
     }
 }
 
+TEST_F(OidDataMapperTest, KnowsWhichElementsThereAreWhileTheSequenceIsFresh) {
+    const TestClock clock;
+    AddColumn(L"1.3.1", 3);
+    AddWalk(L"W", L"1.3.1", true, 0, false, 10);
+    AddTable(L"T", L"1.3.1.N", true, 0);
+    EXPECT_EQ(Read(L"W"), L"W.###");
+    EXPECT_EQ(Read(L"T"), L"T.###");
+    agent->calls.clear();
+    for (const wchar_t* name : {L"W.000", L"W.4", L"W.004", L"T.4", L"T.0"})
+        EXPECT_EQ(Read(name), L"failed") << name;
+    EXPECT_TRUE(agent->calls.empty());
+    TestClock::Advance(11 * TestClock::lifespanUnit);
+    agent->Add(L"1.3.1.4", L"v4");
+    EXPECT_EQ(Read(L"W.4"), L"v4") << "the sequence has grown old";
+}
+
+TEST_F(OidDataMapperTest, DoesNotTakeAnInterruptedWalkForTheWhole) {
+    AddColumn(L"1.3.1", 4);
+    AddWalk(L"W", L"1.3.1", true, 0);
+    agent->failingCall = 4;  // the third get-next
+    EXPECT_EQ(Read(L"W"), L"W.###");
+    EXPECT_EQ(Stored(L"W.002"), L"v2");
+    EXPECT_EQ(Stored(L"W"), L"none");
+    EXPECT_EQ(Read(L"W.4"), L"v4");
+    Renew();
+    agent->failingCall = 2;  // no element at all
+    Variant value;
+    EXPECT_EQ(mapper->GetValue(L"W", value.Receive()), agent->failure);
+    EXPECT_EQ(Stored(L"W"), L"none");
+}
+
 /// Every request, with the device failing at each call in turn: a value or a failure, never a wrong value.
 TEST_F(OidDataMapperTest, SurvivesAFailureAtAnyCall) {
     AddColumn(L"1.3.1", 4);

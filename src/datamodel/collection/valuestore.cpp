@@ -22,6 +22,11 @@ const StoredValue* ValueStore::FindFresh(std::wstring_view name) const {
     return KyUtils::IsExpired(stored.timeStamp, stored.lifespan) ? nullptr : &stored;
 }
 
+void ValueStore::Remove(std::wstring_view name) {
+    const auto found = values_.find(name);
+    if (found != values_.end()) values_.erase(found);
+}
+
 CachedValueMap ValueStore::View() const {
     CachedValueMap view;
     for (const auto& [name, stored] : values_) {

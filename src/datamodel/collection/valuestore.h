@@ -30,6 +30,7 @@ public:
     const StoredValue* FindFresh(std::wstring_view name) const;
     /// All entries as cache providers take them; valid while the store is unchanged.
     CachedValueMap View() const;
+    void Remove(std::wstring_view name);
     void Clear() { values_.clear(); }
     size_t Count() const { return values_.size(); }
 

@@ -84,7 +84,13 @@ struct OIDDataMapper::Sequence {
     std::optional<int> wanted;  ///< nothing: the sequence as a whole
     std::optional<KyUtils::Variant> found;
     KyUtils::Variant foundRaw;
+    int count = 0;         ///< of the elements fetched
+    bool complete = true;  ///< whether the device told where the sequence ends, and what is missing in it
 
+    /// Every failure but one leaves open whether there would have been something.
+    void Note(HRESULT result) {
+        if (FAILED(result) && result != HRESULT_FROM_WIN32(ERROR_NOT_FOUND)) complete = false;
+    }
     std::wstring Key(std::wstring_view sequence) const {
         std::wstring key;
         ConstructKey(prefix, name, sequence, key);
@@ -180,13 +186,14 @@ std::vector<OIDDataMapper::GroupMember> OIDDataMapper::PopulateOidListForGroupID
 }
 
 HRESULT OIDDataMapper::AnswerSequence(const DataNode& node, VARIANT* value) {
-    Sequence sequence{node.prefix, node.name, *node.item, std::nullopt, std::nullopt, {}};
+    Sequence sequence{node.prefix, node.name, *node.item, std::nullopt, std::nullopt, {}, 0, true};
     if (!node.suffix.empty() && node.suffix != wholeSequence) {
         sequence.wanted = ParseElementNumber(node.suffix);
         if (!sequence.wanted) return E_FAIL;
         // "Tray.3" is kept as "Tray.003".
         const std::wstring key = sequence.Key(GetSequenceString(*sequence.wanted));
         if (DataCollectionImpl::GetValue(key.c_str(), value) == S_OK) return S_OK;
+        if (IsKnown(sequence)) return E_FAIL;
     }
     if (!node.item->IsTransient()) {
         const KyUtils::Variant name = KyUtils::Variant::FromText(sequence.Key(wholeSequence));
@@ -196,6 +203,14 @@ HRESULT OIDDataMapper::AnswerSequence(const DataNode& node, VARIANT* value) {
         return GetDataItemsInSequnce(sequence, *table, value);
     }
     return GetNextDataItem(sequence, *node.item->GetNextOIDDataItemSpec(), value);
+}
+
+/// The name of the sequence is stored before its elements. While it is fresh, an element that is not there is
+/// one that the device does not have, unless the device was not sure.
+bool OIDDataMapper::IsKnown(const Sequence& sequence) {
+    const std::wstring key = sequence.Key({});
+    const StoredValue* name = Store().FindFresh(key);
+    return name && name->value.Text() == sequence.Key(wholeSequence) && incomplete_.count(key) == 0;
 }
 
 HRESULT OIDDataMapper::GetNextDataItem(Sequence& sequence, const NextOIDDataItemSpec& item, VARIANT* value) {
@@ -215,6 +230,7 @@ HRESULT OIDDataMapper::Walk(Sequence& sequence, const NextOIDDataItemSpec& item,
     for (int index = 1; index <= last && !sequence.IsDone(); ++index) {
         KyUtils::Variant raw;
         const HRESULT result = walk.Next(raw);
+        sequence.Note(result);
         if (result != S_OK) return result;
         TakeElement(sequence, index, std::move(raw));
         if (item.IsUntilEnd() && index == last) {
@@ -251,18 +267,34 @@ HRESULT OIDDataMapper::ReadTable(Sequence& sequence, OIDGetDataItemsSpec& item) 
 HRESULT OIDDataMapper::ReadElement(Sequence& sequence, int index, const wchar_t* oid) {
     KyUtils::Variant raw;
     const HRESULT result = provider_->GetValue(oid, raw.Receive());
+    sequence.Note(result);
     if (SUCCEEDED(result)) TakeElement(sequence, index, std::move(raw));
     return result;
 }
 
 void OIDDataMapper::TakeElement(Sequence& sequence, int index, KyUtils::Variant raw) {
     KyUtils::Variant converted = ConvertAndStore(sequence.item, sequence.Key(GetSequenceString(index)), raw);
+    ++sequence.count;
     if (sequence.wanted != index) return;
     sequence.found = std::move(converted);
     sequence.foundRaw = std::move(raw);
 }
 
+void OIDDataMapper::NoteCompleteness(const Sequence& sequence) {
+    if (sequence.complete) {
+        incomplete_.erase(sequence.Key({}));
+    } else {
+        incomplete_.insert(sequence.Key({}));
+    }
+}
+
 HRESULT OIDDataMapper::HandOver(Sequence& sequence, HRESULT ended, VARIANT* value) {
+    NoteCompleteness(sequence);
+    if (IsSilence(ended)) {
+        // Nor may a later collection take what there is for the whole.
+        Store().Remove(sequence.Key({}));
+        if (sequence.count == 0) return ended;
+    }
     if (!sequence.wanted) {
         *value = KyUtils::Variant::FromText(sequence.Key(wholeSequence)).Release();
         NoteDeviceAnswer({}, sequence.item.GetLifespan());

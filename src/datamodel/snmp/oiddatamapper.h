@@ -1,6 +1,7 @@
 /// The collection that answers the items of an `OIDDataMap`.
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,13 +58,17 @@ private:
     HRESULT GetDataItemsInSequnce(Sequence& sequence, const OIDGetDataItemsSpec& item, VARIANT* value);
 
     HRESULT AnswerSequence(const DataNode& node, VARIANT* value);
+    bool IsKnown(const Sequence& sequence);
     HRESULT Walk(Sequence& sequence, const NextOIDDataItemSpec& item, bool startIsReadable);
     HRESULT ReadTable(Sequence& sequence, OIDGetDataItemsSpec& item);
     HRESULT ReadElement(Sequence& sequence, int index, const wchar_t* oid);
     void TakeElement(Sequence& sequence, int index, KyUtils::Variant raw);
+    void NoteCompleteness(const Sequence& sequence);
     HRESULT HandOver(Sequence& sequence, HRESULT ended, VARIANT* value);
 
     DisposablePtr<OIDProvider> provider_;
+    // Keys of the sequences that were last fetched with failures.
+    std::set<std::wstring> incomplete_;
 };
 
 }  // namespace Corvix
