@@ -111,15 +111,21 @@ std::optional<std::wstring> FromUtf8(std::string_view octets) {
     return text;
 }
 
-/// At most a quarter of the octets above ASCII: names and messages are, hardware addresses and bit strings
-/// hardly ever.
+bool IsLatin1Letter(std::uint8_t octet) { return octet >= 0xC0 && octet != 0xD7 && octet != 0xF7; }
+
+/// Names and messages in western languages: nearly all ASCII, the rest letters. Hardware addresses and bit
+/// strings may happen to look so, too, and six octets are rather the former.
 std::optional<std::wstring> FromLatin1(std::string_view octets) {
-    const auto above =
-        std::count_if(octets.begin(), octets.end(), [](char octet) { return (octet & 0x80) != 0; });
-    if (static_cast<size_t>(above) * 4 > octets.size()) return std::nullopt;
+    constexpr size_t hardwareAddress = 6;
+    size_t above = 0;
     std::wstring text;
-    for (const char octet : octets)
-        text += static_cast<wchar_t>(static_cast<std::uint8_t>(octet));
+    for (const char each : octets) {
+        const auto octet = static_cast<std::uint8_t>(each);
+        if (octet >= 0x80 && !IsLatin1Letter(octet)) return std::nullopt;
+        above += octet >= 0x80;
+        text += static_cast<wchar_t>(octet);
+    }
+    if (above * 4 > octets.size() || octets.size() == hardwareAddress) return std::nullopt;
     return text;
 }
 

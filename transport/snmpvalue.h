@@ -21,7 +21,7 @@ HRESULT FromVariant(const VARIANT& value, VarBind* variable);
 
 /// Whether the octets are text for people, and that text: UTF-8 without control characters other than
 /// tabulator and line ends, zeros at the end taken as padding. Octets that are not UTF-8 but nearly all ASCII
-/// are read as ISO 8859-1, which older printers use.
+/// are read as ISO 8859-1, which older printers use; what could be a hardware address is not.
 std::optional<std::wstring> TextOfOctets(std::string_view octets);
 
 }  // namespace CorvixTransport

@@ -311,8 +311,7 @@ struct ManyCase {
 };
 
 TEST(SnmpConnection, ReadsManyInOneRequestAndHalvesWhatIsTooBig) {
-    const ManyCase cases[] = {{1, 1000, 1}, {50, 1000, 1}, {50, 25, 3},
-                              {50, 24, 7},  {3, 1, 5},     {5000, 4000, 3}};
+    const ManyCase cases[] = {{1, 1000, 1}, {50, 1000, 1}, {50, 25, 3}, {50, 24, 7}, {3, 1, 5}};
     for (const ManyCase& each : cases) {
         ScriptedAgent agent(Numbers(each.mostPerAnswer));
         Objects objects(each.objects);

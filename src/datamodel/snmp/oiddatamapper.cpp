@@ -173,9 +173,8 @@ HRESULT OIDDataMapper::GetGroup(std::wstring_view name, const OIDDataItemSpec& i
 std::vector<OIDDataMapper::GroupMember> OIDDataMapper::PopulateOidListForGroupID(
     std::wstring_view group) const {
     std::vector<GroupMember> members;
-    Map()->Begin();
-    while (CvxDataItem* each = Map()->GetNextDataItemSpec()) {
-        const auto* item = dynamic_cast<const OIDDataItemSpec*>(each);
+    for (const auto& [mapName, each] : Map()->GetItems()) {
+        const auto* item = dynamic_cast<const OIDDataItemSpec*>(each.get());
         if (!item || !item->GetOid() || ViewOf(item->GetGroup()) != group) continue;
         GroupMember member{{}, item->IsTransient(), item->GetOid()};
         if (FAILED(ConstructKey(ViewOf(item->GetPrefix()), ViewOf(item->GetName()), {}, member.key)))
