@@ -15,7 +15,7 @@ TEST(ReadValuesExample, ReadsTheReadyMadeMap) {
                    {Widen(sim.Address()), Widen(CORVIX_SOURCE_DIR "/maps/plsxml.xml"), Widen(sim.PortMap())});
     EXPECT_EQ(run.exitCode, 0u);
     EXPECT_EQ(run.out,
-              "device.model: Corvus C4200dn\r\nstatus.device: ready\r\nabout:map.vendor: Corvix\r\n");
+              "device.model: Corvus C4200dn\r\nstatus.device: running\r\nabout:map.vendor: Corvix\r\n");
 }
 
 TEST(ReadValuesExample, EndsWithAnErrorWithoutItsMap) {
