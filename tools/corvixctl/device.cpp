@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "com.h"
 #include "console.h"
 #include "exitcodes.h"
 #include "transport/nettransport.h"
@@ -103,6 +104,17 @@ Device OpenDevice(const Arguments& arguments) {
     };
     device.address = Corvix::DisposablePtr<Corvix::KyNetAddress>(CorvixTransport::CreateNetAddress(options));
     return device;
+}
+
+std::optional<std::wstring> WhyNoSnmp(Corvix::Address& address) {
+    constexpr const wchar_t* upTimeOid = L"1.3.6.1.2.1.1.3.0";  // every agent has it
+    Corvix::DisposablePtr<Corvix::MIBConnection> connection;
+    const HRESULT connected = address.CreateMIBConnection(connection.Receive());
+    if (FAILED(connected) || !connection)
+        return CorvixTransport::DescribeNetError(static_cast<unsigned long>(HRESULT_CODE(connected)));
+    Variant upTime;
+    if (SUCCEEDED(connection->GetValue(upTimeOid, upTime.Receive()))) return std::nullopt;
+    return L"no SNMP answer (another --community or --snmp-version?)";
 }
 
 void FailAsUnreachable(const Device& device, const std::wstring& reason) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "commandline.h"
@@ -23,6 +24,9 @@ struct Device {
 
 // Throws UsageError. Nothing is sent yet.
 Device OpenDevice(const Arguments& arguments);
+
+// Why the device does not answer to SNMP; nothing when it does.
+std::optional<std::wstring> WhyNoSnmp(Corvix::Address& address);
 
 // Throws Failure (Unreachable): `reason`, and what to do next.
 [[noreturn]] void FailAsUnreachable(const Device& device, const std::wstring& reason);

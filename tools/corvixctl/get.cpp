@@ -51,8 +51,6 @@ Cell SourceCell(ValueSource source) {
 
 // ---- binding
 
-bool HasMap(const MapFile& file, DataMapTypeEnum type) { return file.FindMap(type) != nullptr; }
-
 void RequireKnownMap(const MapFile& file) {
     const bool known = std::any_of(file.Maps().begin(), file.Maps().end(),
                                    [](const MapInfo& map) { return map.type != DataMapTypeEnum::Unknown; });
@@ -62,23 +60,15 @@ void RequireKnownMap(const MapFile& file) {
                                         L"\" is not known; use PLSXML, Pavo or WS for an XMLDataMap");
 }
 
-// Why a device that was asked by SNMP got no provider.
-std::wstring DiagnoseSnmp(Corvix::Address& address) {
-    DisposablePtr<Corvix::MIBConnection> connection;
-    const HRESULT connected = address.CreateMIBConnection(connection.Receive());
-    if (FAILED(connected) || !connection)
-        return CorvixTransport::DescribeNetError(static_cast<unsigned long>(HRESULT_CODE(connected)));
-    Variant upTime;
-    if (FAILED(connection->GetValue(L"1.3.6.1.2.1.1.3.0", upTime.Receive())))
-        return L"no SNMP answer (another --community or --snmp-version?)";
-    return L"its SNMP agent answers, but does not describe a device (1.3.6.1.2.1.25.3.2.1.3.1)";
-}
-
 [[noreturn]] void FailToBind(const Device& device, const MapFile& file) {
     StopIfInterrupted();
     if (const auto& exchange = device.journal->Unreachable(); exchange && !device.journal->HasAnswered())
         FailAsUnreachable(device, DescribeConnection(*exchange));
-    if (HasMap(file, DataMapTypeEnum::OID)) FailAsUnreachable(device, DiagnoseSnmp(*device.address));
+    if (file.FindMap(DataMapTypeEnum::OID)) {
+        FailAsUnreachable(device, WhyNoSnmp(*device.address)
+                                      .value_or(L"its SNMP agent answers, but does not "
+                                                L"describe a device (1.3.6.1.2.1.25.3.2.1.3.1)"));
+    }
     FailAsUnreachable(device, L"no map of " + file.Path() + L" fits it");
 }
 
@@ -102,23 +92,56 @@ DisposablePtr<DataCollection> Bind(const Device& device, const MapFile& file, IC
 
 // ---- output
 
-// What is left of a lifespan only a cache's user asks.
-Records ToRecords(const std::vector<Reading>& readings, bool explain, bool cached) {
-    Records records{{{L"name"}, {L"value"}, {L"error", true}}, {}};
-    if (explain) records.columns.insert(records.columns.end(), {{L"source"}, {L"raw"}, {L"age"}});
-    if (explain && cached) records.columns.push_back({L"left"});
+struct Explanation {
+    bool wanted;
+    bool cached;  // what is left of a lifespan only a cache's user asks
+};
+
+// For programs: every column is always there.
+Records ToRecords(const std::vector<Reading>& readings, Explanation explanation) {
+    Records records{{{L"name"}, {L"value"}, {L"error"}}, {}};
+    if (explanation.wanted) records.columns.insert(records.columns.end(), {{L"source"}, {L"raw"}, {L"age"}});
+    if (explanation.wanted && explanation.cached) records.columns.push_back({L"left"});
     for (const Reading& reading : readings) {
-        records.rows.push_back({reading.name, reading.value, reading.error});
-        if (!explain) continue;
-        auto& row = records.rows.back();
-        row.insert(row.end(), {SourceCell(reading.source), reading.raw, reading.age});
-        if (cached) row.push_back(reading.left);
+        std::vector<Cell> row = {reading.name, reading.value, reading.error, SourceCell(reading.source),
+                                 reading.raw,  reading.age,   reading.left};
+        row.resize(records.columns.size());
+        records.rows.push_back(std::move(row));
     }
     return records;
 }
 
-std::wstring Render(const Records& records, Format format, const Device& device, DataMapTypeEnum type) {
-    if (format == Format::Table) return ToTable(records);
+// For readers: what says nothing stays away, and what may be long stands last.
+Records ToReadableRecords(const std::vector<Reading>& readings, Explanation explanation) {
+    Records records{{{L"name"},
+                     {L"value"},
+                     {L"source"},
+                     {L"age", true},
+                     {L"left", true},
+                     {L"raw", true},
+                     {L"error", true}},
+                    {}};
+    for (const Reading& reading : readings) {
+        const Cell raw = ToJson(reading.raw) == ToJson(reading.value) ? Cell() : reading.raw;
+        records.rows.push_back({reading.name, reading.value, SourceCell(reading.source), reading.age,
+                                explanation.cached ? reading.left : Cell(), raw, reading.error});
+    }
+    if (explanation.wanted) return records;
+    constexpr size_t firstExplained = 2;
+    constexpr size_t lastExplained = 6;
+    const auto erase = [](auto& list) {
+        list.erase(list.begin() + firstExplained, list.begin() + lastExplained);
+    };
+    erase(records.columns);
+    for (auto& row : records.rows)
+        erase(row);
+    return records;
+}
+
+std::wstring Render(const std::vector<Reading>& readings, Explanation explanation, Format format,
+                    const Device& device, DataMapTypeEnum type) {
+    if (format == Format::Table) return ToTable(ToReadableRecords(readings, explanation));
+    const Records records = ToRecords(readings, explanation);
     if (format == Format::Csv) return ToCsv(records);
     return L"{\"schema\":1,\"device\":" + ToJsonText(device.host) + L",\"protocol\":" +
            ToJsonText(ProtocolName(type)) + L",\"items\":" + ToJsonArray(records) + L"}\n";
@@ -168,8 +191,8 @@ ExitCode RunGet(const Arguments& arguments) {
     const MapInfo& map = BoundMap(file, *collection);
     const auto& named = arguments.Operands();
     const auto readings = ReadItems(*collection, map, device, named.empty() ? NamesOf(map) : named);
-    Print(Render(ToRecords(readings, arguments.Has(L"explain"), cache.Get() != nullptr), format, device,
-                 map.type));
+    const Explanation explanation = {arguments.Has(L"explain"), cache.Get() != nullptr};
+    Print(Render(readings, explanation, format, device, map.type));
     const auto failed = std::count_if(readings.begin(), readings.end(), std::not_fn(IsAnswered));
     if (failed == 0) return ExitCode::Done;
     Complain(std::to_wstring(failed) + L" of " + std::to_wstring(readings.size()) + L" items failed");
@@ -183,9 +206,8 @@ const Command& GetCommand() {
         L"get",
         L"--device HOST --map FILE [OPTION...] [ITEM...]",
         L"read items of a device",
-        L"Reads the items named, or all items of the map, and prints their values. Of a document with "
-        L"several\n"
-        L"maps the first that fits the device is used. A walk or a table is printed element by element.",
+        L"Reads the items named, or all items of the map, and prints their values. Of several maps in the\n"
+        L"document the first that fits the device is used. A walk or a table is printed element by element.",
         L"corvixctl get --device 192.0.2.7 --map maps/plsxml.xml\n"
         L"corvixctl get --device printer.example --map maps/plsxml.xml --format json Model State\n"
         L"corvixctl get --device 127.0.0.2 --port-map 80=18080 --map maps/plsxml.xml --explain\n"

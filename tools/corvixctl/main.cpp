@@ -14,7 +14,8 @@
 namespace CorvixCtl {
 
 const std::vector<const Command*>& AllCommands() {
-    static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand(), &CacheCommand()};
+    static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand(), &SetCommand(),
+                                                         &CacheCommand()};
     return commands;
 }
 

@@ -148,6 +148,13 @@ ComPtr<IXMLDOMNode> SelectDataMaps(const std::wstring& path, IXMLDOMDocument& do
     throw BadMap(path, L"the root element is " + std::wstring(name.View()) + L", not DataMaps");
 }
 
+// Without the XML declaration, whose encoding would be wrong for a text in memory.
+std::wstring XmlOf(IXMLDOMNode& node) {
+    Bstr xml;
+    node.get_xml(xml.Receive());
+    return std::wstring(xml.View());
+}
+
 // ---- the items
 
 std::wstring TextOr(const wchar_t* text, const wchar_t* fallback) { return text && *text ? text : fallback; }
@@ -186,7 +193,7 @@ bool DescribeWalk(const CvxDataItem& item, MapItem& info) {
     const auto* walk = dynamic_cast<const Corvix::NextOIDDataItemSpec*>(&item);
     if (!walk) return false;
     info.kind = L"NextDataItem";
-    info.elements = {walk->IsUntilEnd(), walk->Count()};
+    info.elements = {walk->IsUntilEnd(), walk->Count(), false};
     info.source = OidSource(*walk) + L", walked " + ExtentText(*info.elements);
     return true;
 }
@@ -195,7 +202,7 @@ bool DescribeTable(const CvxDataItem& item, MapItem& info) {
     const auto* table = dynamic_cast<const Corvix::OIDGetDataItemsSpec*>(&item);
     if (!table) return false;
     info.kind = L"GetDataItems";
-    info.elements = {table->IsUntilEnd(), table->Count()};
+    info.elements = {table->IsUntilEnd(), table->Count(), !table->IsUntilEnd()};
     // The table's own GetOid() would use up an index: the base's is the template.
     info.source =
         OidSource(*table) + L", N from " + TextOr(table->GetN(), L"0") + L", " + ExtentText(*info.elements);
@@ -263,6 +270,7 @@ MapFile MapFile::Load(const std::wstring& path) {
     const ComPtr<IXMLDOMNode> root = SelectDataMaps(path, *document.Get());
     MapFile file;
     file.path_ = path;
+    file.text_ = XmlOf(*root.Get());
     file.specs_.reset(DataMapSpecCollection::CreateDataMapSpecCollection(root.Get()));
     for (unsigned i = 0; i < file.specs_->GetCount(); ++i) {
         MapInfo info = DescribeMap(*file.specs_->GetDataMapSpec(i));

@@ -15,7 +15,8 @@ namespace CorvixCtl {
 // Walks and tables answer a row of elements.
 struct Elements {
     bool untilEnd;
-    int count;  // beyond the first one; without a meaning when the device sets the end
+    int count;         // beyond the first one; without a meaning when the device sets the end
+    bool mayHaveGaps;  // elements may follow one that the device does not have
 };
 
 struct MapItem {
@@ -42,6 +43,8 @@ public:
     static MapFile Load(const std::wstring& path);
 
     const std::wstring& Path() const { return path_; }
+    // The DataMaps element, for functions that take a document as text.
+    const std::wstring& Text() const { return text_; }
     // Binding the maps to a device takes constants out of them: ask Maps() for what there was.
     Corvix::DataMapSpecCollection* Specs() const { return specs_.get(); }
     const std::vector<MapInfo>& Maps() const { return maps_; }
@@ -55,6 +58,7 @@ private:
     };
 
     std::wstring path_;
+    std::wstring text_;
     std::unique_ptr<Corvix::DataMapSpecCollection, DisposeSpecs> specs_;
     std::vector<MapInfo> maps_;
 };

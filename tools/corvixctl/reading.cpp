@@ -15,6 +15,7 @@ using Corvix::ValueOrigin;
 
 // A device that never stops answering must not keep us for ever.
 constexpr int mostElements = 100000;
+constexpr const wchar_t* noElement = L"the device has no such element";
 
 std::wstring BytesText(SAFEARRAY* bytes) {
     std::wstring text;
@@ -99,7 +100,7 @@ Reading ItemReader::ReadOne(const std::wstring& name) {
 
 void ItemReader::ReadElements(const std::wstring& name, const Elements& elements) {
     // Asked for as a whole it fetches its elements, which are then asked for one by one.
-    Reading whole = ReadOne(name);
+    const Reading whole = ReadOne(name);
     const size_t before = readings_.size();
     const int last = elements.untilEnd ? mostElements : std::min(elements.count, mostElements);
     for (int number = 0; number <= last; ++number) {
@@ -107,13 +108,14 @@ void ItemReader::ReadElements(const std::wstring& name, const Elements& elements
         const bool answered = std::holds_alternative<std::monostate>(element.error);
         if (answered) readings_.push_back(std::move(element));
         // A walk may begin at a column, which has no value of its own: element 0 is missing then.
-        if (!answered && number > 0) break;
+        if (!answered && number > 0 && !elements.mayHaveGaps) break;
     }
     if (readings_.size() > before) return;
-    if (std::holds_alternative<std::monostate>(whole.error))
-        whole.error = std::wstring(L"the device has no element of it");
-    whole.value = {};
-    readings_.push_back(std::move(whole));
+    Reading none;
+    none.name = name;
+    none.error =
+        std::holds_alternative<std::monostate>(whole.error) ? Cell(std::wstring(noElement)) : whole.error;
+    readings_.push_back(std::move(none));
 }
 
 std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, const MapItem* item, HRESULT result) {
@@ -125,6 +127,7 @@ std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, const MapItem
     if (!item) return ReasonOfUnknown(name);
     if (item->isParameters) return L"settings of the map's requests, not a value";
     if (item->isConstant) return L"the map gives no text for this constant";
+    if (item->elements && result == E_FAIL) return noElement;
     return ResultText(result);
 }
 
