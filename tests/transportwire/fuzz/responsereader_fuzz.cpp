@@ -1,0 +1,44 @@
+// A response has one meaning, however the network cuts it, and never more body than allowed.
+#include <cstdlib>
+
+#include "transport/wire/responsereader.h"
+
+namespace {
+
+using CorvixTransport::ResponseLimits;
+using CorvixTransport::ResponseReader;
+
+constexpr ResponseLimits limits = {512, 1024};
+
+ResponseReader Read(std::string_view text, size_t pieceSize, bool toHead) {
+    ResponseReader reader(limits, toHead);
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, pieceSize);
+        const size_t taken = reader.Feed(piece);
+        text.remove_prefix(taken);
+        if (taken < piece.size()) break;
+    }
+    reader.End();
+    return reader;
+}
+
+void Require(bool holds) {
+    if (!holds) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
+    if (size < 1) return 0;
+    const bool toHead = (data[0] & 1) != 0;
+    const size_t pieceSize = 1 + (data[0] >> 1);
+    const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const ResponseReader whole = Read(text, text.size() + 1, toHead);
+    const ResponseReader cut = Read(text, pieceSize, toHead);
+    Require(whole.IsComplete() != whole.IsFaulty());
+    Require(whole.Body().size() <= limits.bodyBytes);
+    Require(whole.Fault() == cut.Fault());
+    Require(whole.KeepsConnection() == cut.KeepsConnection());
+    if (whole.IsComplete()) Require(whole.Body() == cut.Body() && whole.Head().status == cut.Head().status);
+    return 0;
+}
