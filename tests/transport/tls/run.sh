@@ -57,11 +57,15 @@ serve expired -HTTP
 # A server that answers at once and keeps what it is sent. Its input stays open as long as the test runs. It
 # does not tell its port, so it is given one.
 mkfifo sink.in
+# is_listening PORT: whether somebody does, on the host's address.
+is_listening() { grep -qi ":$(printf '%04X' "$1") 00000000:0000 0A" /proc/net/tcp; }
+
 for sink_port in $(seq 20011 97 30000); do
+    is_listening "$sink_port" && continue
     openssl s_server -accept $host:"$sink_port" -key self.key -cert self.pem -quiet <sink.in >sink.out 2>sink.log &
     sink=$!
     exec 3>sink.in
-    sleep 0.3
+    while kill -0 $sink 2>/dev/null && ! is_listening "$sink_port"; do sleep 0.1; done
     kill -0 $sink 2>/dev/null && break
     exec 3>&-
 done
