@@ -1,6 +1,7 @@
 // A response has one meaning, however the network cuts it, and never more body than allowed.
-#include <cstdlib>
+#include <string>
 
+#include "check.h"
 #include "transport/wire/responsereader.h"
 
 namespace {
@@ -22,10 +23,6 @@ ResponseReader Read(std::string_view text, size_t pieceSize, bool toHead) {
     return reader;
 }
 
-void Require(bool holds) {
-    if (!holds) std::abort();
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
@@ -35,10 +32,11 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
     const ResponseReader whole = Read(text, text.size() + 1, toHead);
     const ResponseReader cut = Read(text, pieceSize, toHead);
-    Require(whole.IsComplete() != whole.IsFaulty());
-    Require(whole.Body().size() <= limits.bodyBytes);
-    Require(whole.Fault() == cut.Fault());
-    Require(whole.KeepsConnection() == cut.KeepsConnection());
-    if (whole.IsComplete()) Require(whole.Body() == cut.Body() && whole.Head().status == cut.Head().status);
+    CORVIX_FUZZ_CHECK(whole.IsComplete() != whole.IsFaulty());
+    CORVIX_FUZZ_CHECK(whole.Body().size() <= limits.bodyBytes);
+    CORVIX_FUZZ_CHECK(whole.Fault() == cut.Fault());
+    CORVIX_FUZZ_CHECK(whole.KeepsConnection() == cut.KeepsConnection());
+    if (whole.IsComplete())
+        CORVIX_FUZZ_CHECK(whole.Body() == cut.Body() && whole.Head().status == cut.Head().status);
     return 0;
 }
