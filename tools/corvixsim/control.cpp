@@ -157,8 +157,9 @@ HttpResponse Control::SetScenario(const std::string& text) {
 }
 
 HttpResponse Control::Quit(const std::string&) {
-    quit_();
-    return PlainResponse(200, "Bye");
+    HttpResponse response = PlainResponse(200, "Bye");
+    response.afterwards = quit_;
+    return response;
 }
 
 HttpResponse Control::PutDocument(const std::string& place, std::string text) {

@@ -96,7 +96,7 @@ void FaultTable::Add(std::string_view text) {
         const std::lock_guard lock(mutex_);
         std::move(rules.begin(), rules.end(), std::back_inserter(rules_));
     }
-    if (changed_) changed_();
+    TellOfChange();
 }
 
 void FaultTable::Clear() {
@@ -104,6 +104,16 @@ void FaultTable::Clear() {
         const std::lock_guard lock(mutex_);
         rules_.clear();
     }
+    TellOfChange();
+}
+
+void FaultTable::OnChange(std::function<void()> changed) {
+    const std::lock_guard lock(changedMutex_);
+    changed_ = std::move(changed);
+}
+
+void FaultTable::TellOfChange() {
+    const std::lock_guard lock(changedMutex_);
     if (changed_) changed_();
 }
 

@@ -90,8 +90,9 @@ public:
     /// Whether connections to the service are refused.
     bool Refuses(std::string_view service) const;
 
-    /// `changed` is called after each change, from the thread that made it.
-    void OnChange(std::function<void()> changed) { changed_ = std::move(changed); }
+    /// `changed` is called after each change, from the thread that made it, and one call at a time. Once this
+    /// returns the function given before is not called any more.
+    void OnChange(std::function<void()> changed);
 
     /// A description of the rule language for people.
     static std::string Help();
@@ -109,6 +110,7 @@ private:
         FaultSet faults;
     };
 
+    void TellOfChange();
     static Rule Parse(std::string_view text);
     static void ParseWord(std::string_view word, Rule& rule);
     static bool Fits(const Rule& rule, const Exchange& exchange);
@@ -116,6 +118,7 @@ private:
 
     mutable std::mutex mutex_;
     std::vector<Rule> rules_;
+    std::mutex changedMutex_;  ///< held while `changed_` runs
     std::function<void()> changed_;
 };
 

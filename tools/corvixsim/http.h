@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -30,6 +31,7 @@ struct HttpRequest {
     std::string query;  ///< as sent, without '?'
     bool keepAlive = false;
     std::vector<std::pair<std::string, std::string>> headers;
+    FaultSet faults;  ///< those that befall it by its path
 
     /// The first header of this name, whatever its case, or an empty text.
     std::string Header(std::string_view name) const;
@@ -40,6 +42,7 @@ struct HttpResponse {
     std::string contentType = "text/plain; charset=utf-8";
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers;
+    std::function<void()> afterwards;  ///< what is to be done once the answer was written
     FaultSet faults;  ///< faults that only the handler could tell, such as those for an IPP operation
 };
 

@@ -1,5 +1,7 @@
 #include "httpserver.h"
 
+#include <system_error>
+
 namespace CorvixSim {
 namespace {
 
@@ -62,7 +64,7 @@ bool HttpServer::Refuses() const {
 void HttpServer::StartListening() {
     if (listener_) return;
     listener_ = ListenOn(Endpoint(address_, port_));
-    port_ = LocalPort(listener_);
+    if (port_ == 0) port_ = LocalPort(listener_);  // and the same one whenever it listens again
     {
         const std::lock_guard lock(mutex_);
         listening_ = true;
@@ -101,7 +103,11 @@ void HttpServer::AddConnection(Socket socket) {
     if (connections_.size() >= kMaxConnections) return;
     Connection& connection = connections_.emplace_back();
     connection.socket = std::move(socket);
-    connection.thread = std::thread([this, &connection] { Run(connection); });
+    try {
+        connection.thread = std::thread([this, &connection] { Run(connection); });
+    } catch (const std::system_error&) {
+        connections_.pop_back();  // no more threads: the client is turned away
+    }
 }
 
 void HttpServer::RemoveEnded() {
@@ -132,10 +138,10 @@ AfterAnswer HttpServer::Serve(const Socket& socket) {
     HttpChannel channel(socket);
     bool counted = false;
     try {
-        while (const std::optional<HttpRequest> request = ReadRequestHead(channel)) {
+        while (std::optional<HttpRequest> request = ReadRequestHead(channel)) {
             if (!counted && !IsControlPath(request->path)) device_.counters.CountConnection(service_);
             counted = counted || !IsControlPath(request->path);
-            const AfterAnswer after = ServeRequest(socket, channel, *request);
+            const AfterAnswer after = ServeRequest(socket, channel, std::move(*request));
             if (after != AfterAnswer::KeepOpen) return after;
         }
         return AfterAnswer::Close;
@@ -149,23 +155,29 @@ AfterAnswer HttpServer::Serve(const Socket& socket) {
         } catch (const NetError&) {
         }
         return AfterAnswer::Close;
+    } catch (const std::exception&) {
+        return AfterAnswer::Reset;  // a fault rule asks for more memory than there is
     }
 }
 
-AfterAnswer HttpServer::ServeRequest(const Socket& socket, HttpChannel& channel, const HttpRequest& request) {
+AfterAnswer HttpServer::ServeRequest(const Socket& socket, HttpChannel& channel, HttpRequest request) {
     const bool isControl = IsControlPath(request.path);
     if (!isControl && Refuses()) return AfterAnswer::Reset;
-    FaultSet faults;
     if (!isControl) {
         device_.counters.Count(service_, request.path);
-        faults = device_.faults.Match({service_, request.path, {}});
+        request.faults = device_.faults.Match({service_, request.path, {}});
     }
     HttpBody body(channel, request);
-    if (faults.Has(FaultKind::ReceiveOnly)) body.DropAfter(faults.Number(FaultKind::ReceiveOnly));
+    if (request.faults.Has(FaultKind::ReceiveOnly)) {
+        body.DropAfter(request.faults.Number(FaultKind::ReceiveOnly));
+    }
     HttpResponse response = Handle(request, body, isControl);
+    FaultSet faults = request.faults;
     faults.Merge(response.faults);
     const bool bodyDone = body.Discard(kMaxDiscarded);
+    const std::function<void()> afterwards = std::move(response.afterwards);
     const AfterAnswer after = WriteAnswer(socket, request, std::move(response), faults, stopper_);
+    if (afterwards) afterwards();
     return after == AfterAnswer::KeepOpen && !bodyDone ? AfterAnswer::Close : after;
 }
 
@@ -174,6 +186,8 @@ HttpResponse HttpServer::Handle(const HttpRequest& request, HttpBody& body, bool
         return (isControl ? control_ : handler_).Handle(request, body);
     } catch (const std::invalid_argument& error) {
         return PlainResponse(400, error.what());
+    } catch (const std::logic_error& error) {
+        return PlainResponse(500, error.what());
     }
 }
 

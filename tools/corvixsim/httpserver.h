@@ -45,7 +45,7 @@ private:
     void RemoveEnded();
     void Run(Connection& connection);
     AfterAnswer Serve(const Socket& socket);
-    AfterAnswer ServeRequest(const Socket& socket, HttpChannel& channel, const HttpRequest& request);
+    AfterAnswer ServeRequest(const Socket& socket, HttpChannel& channel, HttpRequest request);
     HttpResponse Handle(const HttpRequest& request, HttpBody& body, bool isControl);
     bool Refuses() const;
 

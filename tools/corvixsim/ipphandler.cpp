@@ -66,12 +66,14 @@ HttpResponse IppHandler::Handle(const HttpRequest& http, HttpBody& body) {
     IppMessage request;
     IppMessage answer;
     HttpResponse response;
+    FaultSet faults = http.faults;
     try {
         ReadIppRequest(source, request);
         const std::string operation = IppPrinter::OperationName(request.code);
         device_.counters.CountOperation("ipp", operation);
         response.faults = device_.faults.Match({"ipp", http.path, operation});
-        answer = Carry(http, source, request, response.faults);
+        faults.Merge(response.faults);
+        answer = Carry(http, source, request, faults);
     } catch (const IppError& error) {
         answer = Refusal(request, error.Status(), error.what());
     }
@@ -79,7 +81,7 @@ HttpResponse IppHandler::Handle(const HttpRequest& http, HttpBody& body) {
     char dropped[16384];
     while (source.ReadDocument(dropped, sizeof dropped) != 0) {
     }
-    if (response.faults.Has(FaultKind::Omit)) Omit(answer, response.faults.Text(FaultKind::Omit));
+    if (faults.Has(FaultKind::Omit)) Omit(answer, faults.Text(FaultKind::Omit));
     response.contentType = kContentType;
     response.body = EncodeIppMessage(answer);
     return response;

@@ -39,8 +39,13 @@ Simulator::Simulator(const Options& options, std::function<void()> quit)
     } else {
         Start(options, options.address);
     }
-    ApplyRefusals();
     device_.faults.OnChange([this] { ApplyRefusals(); });
+    ApplyRefusals();
+}
+
+Simulator::~Simulator() {
+    // The servers go one after the other: no rule may reach for one that has gone.
+    device_.faults.OnChange(nullptr);
 }
 
 void Simulator::StartOnFreeAddress(const Options& options) {

@@ -17,6 +17,9 @@ public:
     /// Serves from then on until destroyed; `quit` is called when a client asks for the end.
     /// Throws when the device's files cannot be used or an address or port cannot be had.
     Simulator(const Options& options, std::function<void()> quit);
+    ~Simulator();
+    Simulator(const Simulator&) = delete;
+    Simulator& operator=(const Simulator&) = delete;
 
     /// "ready address=... port-map=... control=..."
     std::string ReadyLine() const;
