@@ -44,18 +44,19 @@ bool SelectsDotWithPredicate() {
            node->get_nodeName(name.Receive()) == S_OK && name.View() == L"a";
 }
 
-/// Writes "*" for every "." step that has a predicate, which selects the same among elements.
+/// Says the same without a "." that has a predicate: "//*[...]" for "//.[...]", which differs for the
+/// document node alone, and "a[...]" for "a/.[...]".
 std::wstring WithoutDotPredicates(std::wstring_view xpath) {
-    std::wstring plain(xpath);
+    std::wstring plain;
     wchar_t quote = L'\0';
-    for (size_t i = 0; i < plain.size(); ++i) {
-        const wchar_t c = plain[i];
-        if (quote) {
-            if (c == quote) quote = L'\0';
-        } else if (c == L'"' || c == L'\'') {
-            quote = c;
-        } else if (plain.compare(i, 3, L"/.[") == 0) {
-            plain[i + 1] = L'*';
+    for (size_t i = 0; i < xpath.size(); ++i) {
+        const wchar_t c = xpath[i];
+        if (quote ? c == quote : c == L'"' || c == L'\'') quote = quote ? L'\0' : c;
+        if (quote || i == 0 || xpath.substr(i, 3) != L"/.[") {
+            plain += c;
+        } else {
+            if (xpath[i - 1] == L'/') plain += L"/*";
+            ++i;
         }
     }
     return plain;
