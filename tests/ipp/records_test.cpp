@@ -10,6 +10,12 @@ namespace {
 
 namespace Bytes = Ipp::Testing;
 
+/// Every object of these tests is given up by its last owner.
+class NothingLeft : public testing::Environment {
+    void TearDown() override { EXPECT_EQ(KyUtils::LiveObjectCount(), 0u); }
+};
+[[maybe_unused]] const auto* const nothingLeft = testing::AddGlobalTestEnvironment(new NothingLeft);
+
 template <class Record, class Character>
 struct TextPair {
     void (Record::*set)(const Character*);
