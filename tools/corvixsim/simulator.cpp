@@ -54,7 +54,10 @@ void Simulator::StartOnFreeAddress(const Options& options) {
             return Start(options, "127.0.0." + std::to_string(host));
         } catch (const NetError& error) {
             Stop();
-            if (host == kLastHost || error.Code() != WSAEADDRINUSE) throw;
+            if (error.Code() != WSAEADDRINUSE) throw;
+            if (host < kLastHost) continue;
+            throw std::runtime_error(
+                "one of the ports is taken at every loopback address: --port-base 0 takes free ones");
         }
     }
 }
