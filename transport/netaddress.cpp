@@ -12,19 +12,24 @@ using Lock = std::lock_guard<std::mutex>;
 }  // namespace
 
 NetAddress::NetAddress(const NetAddressOptions& options)
-    : options_(options), device_(std::make_shared<DeviceState>()), host_(options.host), port_(options.port) {}
+    : options_(options),
+      device_(std::make_shared<DeviceState>()),
+      host_(options.host),
+      hostName_(options.hostName.empty() ? options.host : options.hostName),
+      port_(options.port) {}
 
 unsigned long long NetAddress::GetConnectionParameter() { return options_.securityFlags; }
 
 const wchar_t* NetAddress::GetHostName() {
     const Lock lock(mutex_);
-    return host_.Get().c_str();
+    return hostName_.Get().c_str();
 }
 
 void NetAddress::SetHostName(const wchar_t* host) {
     RunGuarded([&] {
         const Lock lock(mutex_);
         host_.Set(host);
+        hostName_.Set(host);
     });
 }
 

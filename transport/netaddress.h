@@ -57,6 +57,7 @@ private:
     NetAddressOptions options_;
     const std::shared_ptr<DeviceState> device_;
     StableText host_;
+    StableText hostName_;
     StableText port_;
 };
 

@@ -44,6 +44,10 @@ using ExchangeObserver = std::function<void(const ExchangeRecord&)>;
 struct NetAddressOptions {
     /// A dotted IPv4 address, an IPv6 address without brackets, or a DNS name.
     std::wstring host;
+    /// What GetHostName() answers until SetHostName() is called; empty for the host. With the name of a local
+    /// port, such as L"USB001", the library takes the printer for one behind a local endpoint, and does not
+    /// probe the standard ports of the host. Devices are compared by this name, too.
+    std::wstring hostName;
     /// What GetPort() answers, such as L"631"; empty when none is configured.
     std::wstring port;
     /// A name for people; empty for none.

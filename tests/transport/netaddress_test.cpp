@@ -46,6 +46,15 @@ TEST(NetAddress, TellsWhatItWasSetTo) {
     EXPECT_STREQ(address->GetPort(), L"");
 }
 
+TEST(NetAddress, MayGoByAnotherNameThanItsHost) {
+    NetAddressOptions options = Options(L"printer", L"631");
+    options.hostName = L"USB001";
+    const AddressPtr address(CreateNetAddress(options));
+    EXPECT_STREQ(address->GetHostName(), L"USB001");
+    address->SetHostName(L"192.0.2.7");
+    EXPECT_STREQ(address->GetHostName(), L"192.0.2.7");
+}
+
 TEST(NetAddress, KeepsTextsThatItHandedOut) {
     const AddressPtr address(CreateNetAddress(Options(L"printer", L"631")));
     const wchar_t* const port = address->GetPort();

@@ -34,26 +34,6 @@ namespace {
 
 using CorvixTransport::NetAddressOptions;
 
-// "[::1]" is how people write IPv6 addresses with ports; the transport wants the address alone.
-std::wstring WithoutBrackets(const std::wstring& host) {
-    const bool bracketed = host.size() > 2 && host.front() == L'[' && host.back() == L']';
-    return bracketed ? host.substr(1, host.size() - 2) : host;
-}
-
-std::wstring ReadHost(const Arguments& arguments) {
-    std::wstring host = WithoutBrackets(arguments.Require(L"device", L"the host to ask"));
-    if (host.find_first_of(L"/\\ \t[]@?#") != std::wstring::npos)
-        throw UsageError(L"--device " + host +
-                         L": expected a host name or an address alone, without scheme or path");
-    const size_t colon = host.find(L':');
-    if (colon != std::wstring::npos && host.find(L':', colon + 1) == std::wstring::npos) {
-        throw UsageError(L"--device " + host +
-                         L": give the host alone; another port is given with --port-map, " + L"such as 80=" +
-                         host.substr(colon + 1));
-    }
-    return host;
-}
-
 CorvixTransport::PortMap ReadPortMap(const Arguments& arguments) {
     const std::wstring text = arguments.Find(L"port-map").value_or(L"");
     try {
@@ -77,9 +57,30 @@ void ReadSnmpOptions(const Arguments& arguments, CorvixTransport::SnmpOptions& s
         snmp.retries = static_cast<unsigned>(ReadNumber(L"retries", *retries, 100));
 }
 
-NetAddressOptions ReadAddressOptions(const Arguments& arguments) {
+}  // namespace
+
+std::wstring WithoutBrackets(const std::wstring& host) {
+    const bool bracketed = host.size() > 2 && host.front() == L'[' && host.back() == L']';
+    return bracketed ? host.substr(1, host.size() - 2) : host;
+}
+
+std::wstring ReadHost(const Arguments& arguments) {
+    std::wstring host = WithoutBrackets(arguments.Require(L"device", L"the host to ask"));
+    if (host.find_first_of(L"/\\ \t[]@?#") != std::wstring::npos)
+        throw UsageError(L"--device " + host +
+                         L": expected a host name or an address alone, without scheme or path");
+    const size_t colon = host.find(L':');
+    if (colon != std::wstring::npos && host.find(L':', colon + 1) == std::wstring::npos) {
+        throw UsageError(L"--device " + host +
+                         L": give the host alone; another port is given with --port-map, " + L"such as 80=" +
+                         host.substr(colon + 1));
+    }
+    return host;
+}
+
+NetAddressOptions ReadAddressOptions(const Arguments& arguments, const std::wstring& host) {
     NetAddressOptions options;
-    options.host = ReadHost(arguments);
+    options.host = host;
     options.portMap = ReadPortMap(arguments);
     options.stopEvent = InterruptEvent();
     options.userName = arguments.Find(L"user").value_or(L"");
@@ -92,10 +93,11 @@ NetAddressOptions ReadAddressOptions(const Arguments& arguments) {
     return options;
 }
 
-}  // namespace
-
 Device OpenDevice(const Arguments& arguments) {
-    NetAddressOptions options = ReadAddressOptions(arguments);
+    return OpenDevice(ReadAddressOptions(arguments, ReadHost(arguments)));
+}
+
+Device OpenDevice(NetAddressOptions options) {
     Device device;
     device.host = options.host;
     device.journal = std::make_unique<ExchangeJournal>();

@@ -15,6 +15,13 @@ namespace CorvixCtl {
 extern const OptionGroup deviceOptions;
 extern const OptionGroup snmpOptions;
 
+// The options of a transport address, as the command line gives them.
+CorvixTransport::NetAddressOptions ReadAddressOptions(const Arguments& arguments, const std::wstring& host);
+// The host of --device. Throws UsageError.
+std::wstring ReadHost(const Arguments& arguments);
+// "[::1]" is how people write IPv6 addresses with ports; the transport wants the address alone.
+std::wstring WithoutBrackets(const std::wstring& host);
+
 struct Device {
     std::wstring host;  // as the user wrote it
     // The address reports to the journal, which therefore outlives it.
@@ -24,6 +31,7 @@ struct Device {
 
 // Throws UsageError. Nothing is sent yet.
 Device OpenDevice(const Arguments& arguments);
+Device OpenDevice(CorvixTransport::NetAddressOptions options);
 
 // Why the device does not answer to SNMP; nothing when it does.
 std::optional<std::wstring> WhyNoSnmp(Corvix::Address& address);

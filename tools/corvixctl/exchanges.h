@@ -31,6 +31,8 @@ private:
 // What became of one exchange: "HTTP 404 for /x", "document refused: /x". `result` is what the library made
 // of it.
 std::wstring DescribeExchange(const CorvixTransport::ExchangeRecord& exchange, HRESULT result);
+// The same for an IPP exchange; `answered` is said of one that went well as far as HTTP goes.
+std::wstring DescribeIppExchange(const CorvixTransport::ExchangeRecord& exchange, const wchar_t* answered);
 // Why nothing came of it at all: "the device refused the connection (port 80)".
 std::wstring DescribeConnection(const CorvixTransport::ExchangeRecord& exchange);
 

@@ -1,0 +1,195 @@
+#include "printer.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cwctype>
+#include <iterator>
+#include <string_view>
+
+#include "console.h"
+#include "exitcodes.h"
+#include "systemtext.h"
+
+namespace CorvixCtl {
+
+const OptionGroup printerOptions = {
+    L"Printer",
+    {
+        {L"uri", L"URI", L"the printer's URI, ipp://HOST/PATH or ipps://HOST/PATH, in place of --device"},
+        {L"resource", L"PATH", L"with --device: the printer's path on the device (/ipp/print)"},
+        {L"insecure", nullptr, L"accept any certificate of an ipps printer, such as a self-signed one"},
+    },
+};
+
+namespace {
+
+using Corvix::DisposablePtr;
+using Corvix::IPPError;
+using Corvix::IPPProvider;
+using CorvixTransport::NetAddressOptions;
+
+constexpr unsigned short ippPort = 631;
+constexpr unsigned short httpsPort = 443;
+constexpr const wchar_t* ippPortText = L"631";
+
+// The library takes a printer at a local port's name for one behind a local endpoint, which it does not
+// probe. Its probe knows only addresses in figures and the real port 631, and takes no time-out; the first
+// exchange tells more, and can be interrupted.
+constexpr const wchar_t* unprobedHost = L"USB001";
+
+// INTERNET_FLAG_SECURE, ..._IGNORE_CERT_DATE_INVALID and ..._IGNORE_CERT_CN_INVALID: the transport accepts
+// any certificate then.
+constexpr unsigned acceptAnyCertificate = 0x803000;
+
+constexpr const wchar_t* notReadable = L"its answer cannot be read as IPP 2.x";
+
+// ---- the URI
+
+struct UriParts {
+    std::wstring host;                   // without brackets
+    std::wstring_view authority;         // the host as it stands in the URI
+    std::optional<unsigned short> port;  // where the URI names one
+    std::wstring path;
+    bool secure = false;
+};
+
+UsageError BadUri(const std::wstring& uri, const std::wstring& reason) {
+    return UsageError(L"--uri " + uri + L": " + reason);
+}
+
+std::wstring_view CutScheme(const std::wstring& uri, bool& secure) {
+    const std::wstring_view text = uri;
+    const size_t mark = text.find(L"://");
+    std::wstring scheme(text.substr(0, mark == std::wstring_view::npos ? 0 : mark));
+    std::transform(scheme.begin(), scheme.end(), scheme.begin(),
+                   [](wchar_t c) { return static_cast<wchar_t>(std::towlower(c)); });
+    secure = scheme == L"ipps";
+    if (!secure && scheme != L"ipp") throw BadUri(uri, L"expected ipp://HOST/PATH or ipps://HOST/PATH");
+    return text.substr(mark + 3);
+}
+
+unsigned short ReadPort(const std::wstring& uri, std::wstring_view digits) {
+    const bool isNumber = !digits.empty() && digits.size() <= 5 &&
+                          digits.find_first_not_of(L"0123456789") == std::wstring_view::npos;
+    const unsigned long port = isNumber ? std::stoul(std::wstring(digits)) : 0;
+    if (port == 0 || port > 65535) throw BadUri(uri, L"its port is not a number from 1 to 65535");
+    return static_cast<unsigned short>(port);
+}
+
+UriParts SplitUri(const std::wstring& uri) {
+    UriParts parts;
+    const std::wstring_view rest = CutScheme(uri, parts.secure);
+    const size_t slash = std::min(rest.find(L'/'), rest.size());
+    parts.authority = rest.substr(0, slash);
+    parts.path = rest.substr(slash);
+    const size_t bracket = parts.authority.rfind(L']');
+    const size_t colon = parts.authority.find(L':', bracket == std::wstring_view::npos ? 0 : bracket);
+    if (colon != std::wstring_view::npos) {
+        parts.port = ReadPort(uri, parts.authority.substr(colon + 1));
+        parts.authority = parts.authority.substr(0, colon);
+    }
+    parts.host = WithoutBrackets(std::wstring(parts.authority));
+    if (parts.host.empty()) throw BadUri(uri, L"it names no host");
+    if (parts.host.find_first_of(L"\\ \t[]@?#") != std::wstring::npos)
+        throw BadUri(uri, L"expected a host name or an address; a user is given with --user and --password");
+    return parts;
+}
+
+// The library speaks of the ports 631 and 443 only; the transport sends both to the one that is meant.
+void RedirectPorts(NetAddressOptions& options, unsigned short port) {
+    if (port == ippPort || port == httpsPort) return;
+    const unsigned short real = options.portMap.Tcp(port);
+    options.portMap.MapTcp(ippPort, real);
+    options.portMap.MapTcp(httpsPort, real);
+}
+
+Printer MakePrinter(const Arguments& arguments, const UriParts& parts) {
+    NetAddressOptions options = ReadAddressOptions(arguments, parts.host);
+    const unsigned short port = parts.port.value_or(ippPort);
+    RedirectPorts(options, port);
+    options.hostName = unprobedHost;
+    options.port = port == httpsPort ? L"443" : ippPortText;
+    Printer printer;
+    printer.secure = parts.secure;
+    printer.resource = parts.path;
+    printer.uri = (parts.secure ? L"ipps://" : L"ipp://") + std::wstring(parts.authority);
+    if (port == httpsPort) printer.uri += L":443";
+    printer.uri += parts.path;
+    if (arguments.Has(L"insecure")) printer.securityFlags = acceptAnyCertificate;
+    printer.device = OpenDevice(std::move(options));
+    return printer;
+}
+
+Printer OpenUri(const Arguments& arguments, const std::wstring& uri) {
+    for (const wchar_t* option : {L"device", L"resource"}) {
+        if (arguments.Has(option)) throw UsageError(L"--uri and --" + std::wstring(option) + L": give one");
+    }
+    const UriParts parts = SplitUri(uri);
+    if (arguments.Has(L"insecure") && !parts.secure)
+        throw UsageError(L"--insecure is for ipps URIs: nothing is secured here");
+    return MakePrinter(arguments, parts);
+}
+
+Printer OpenResource(const Arguments& arguments, const std::wstring& usualResource) {
+    if (arguments.Has(L"insecure")) throw UsageError(L"--insecure needs --uri with ipps://");
+    if (!arguments.Has(L"device"))
+        throw UsageError(L"name the printer with --device HOST or with --uri ipp://HOST/PATH");
+    UriParts parts;
+    parts.host = ReadHost(arguments);
+    const bool isIpv6 = parts.host.find(L':') != std::wstring::npos;
+    const std::wstring authority = isIpv6 ? L"[" + parts.host + L"]" : parts.host;
+    parts.authority = authority;
+    parts.path = arguments.Find(L"resource").value_or(usualResource);
+    if (parts.path.empty() || parts.path.front() != L'/') parts.path.insert(0, L"/");
+    return MakePrinter(arguments, parts);
+}
+
+// ---- failures
+
+struct LibraryError {
+    IPPError code;
+    const wchar_t* text;
+};
+constexpr LibraryError libraryErrors[] = {
+    {IPPError::PathMissing, L"the path is missing; such as /ipp/print"},
+    {IPPError::PathTooShort, L"the path is too short; such as /ipp/print"},
+};
+
+}  // namespace
+
+Printer OpenPrinter(const Arguments& arguments) { return OpenPrinter(arguments, L"/ipp/print"); }
+
+Printer OpenPrinter(const Arguments& arguments, const std::wstring& usualResource) {
+    const auto uri = arguments.Find(L"uri");
+    return uri ? OpenUri(arguments, *uri) : OpenResource(arguments, usualResource);
+}
+
+DisposablePtr<IPPProvider> ConnectPrinter(const Printer& printer) {
+    Corvix::Address* address = printer.device.address.Get();
+    DisposablePtr<IPPProvider> provider(
+        printer.secure ? CreateSecureIPPPrintProvider(address, printer.uri.c_str(), printer.securityFlags)
+                       : CreateIPPPrintProvider(address, printer.uri.c_str()));
+    if (!provider) FailAsUnanswered(printer, GetLastError());
+    return provider;
+}
+
+std::wstring ReasonOfIppFailure(const Printer& printer, unsigned long lastError) {
+    for (const LibraryError& known : libraryErrors) {
+        if (static_cast<unsigned long>(known.code) == lastError) return known.text;
+    }
+    if (const auto& exchange = printer.device.journal->Last())
+        return DescribeIppExchange(*exchange, notReadable);
+    return SystemText(lastError);
+}
+
+void FailAsUnanswered(const Printer& printer, unsigned long lastError) {
+    StopIfInterrupted();
+    const ExchangeJournal& journal = *printer.device.journal;
+    if (journal.Unreachable() && !journal.HasAnswered())
+        FailAsUnreachable(printer.device, DescribeConnection(*journal.Unreachable()));
+    throw Failure(ExitCode::Incomplete,
+                  L"printer " + printer.uri + L": " + ReasonOfIppFailure(printer, lastError));
+}
+
+}  // namespace CorvixCtl

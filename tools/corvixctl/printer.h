@@ -1,0 +1,39 @@
+// The printer that an IPP command talks to.
+#pragma once
+
+#include <string>
+
+#include "corvixdm/ippprovider.h"
+#include "device.h"
+
+namespace CorvixCtl {
+
+// Besides deviceOptions, whose --device may then be left out for --uri.
+extern const OptionGroup printerOptions;
+
+struct Printer {
+    Device device;
+    // By which the library is told of it: without a port other than 631 and 443.
+    std::wstring uri;
+    // The path of the URI.
+    std::wstring resource;
+    bool secure = false;
+    // For the transport's TLS.
+    unsigned securityFlags = 0;
+};
+
+// Reads --uri and --insecure, or --device and --resource. Throws UsageError. Nothing is sent yet.
+Printer OpenPrinter(const Arguments& arguments);
+// The same for a resource that is not the user's where --resource is not given.
+Printer OpenPrinter(const Arguments& arguments, const std::wstring& usualResource);
+
+// A provider, which has spoken with the printer. Throws Failure.
+Corvix::DisposablePtr<Corvix::IPPProvider> ConnectPrinter(const Printer& printer);
+
+// Why an IPP exchange did not come about, given the last error that the library left: "HTTP 404 for /ipp
+// (port 631): ...".
+std::wstring ReasonOfIppFailure(const Printer& printer, unsigned long lastError);
+// Throws Failure with that reason: Unreachable when nothing came from the printer at all, else Incomplete.
+[[noreturn]] void FailAsUnanswered(const Printer& printer, unsigned long lastError);
+
+}  // namespace CorvixCtl
