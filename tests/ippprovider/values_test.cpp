@@ -117,6 +117,8 @@ TEST_F(ValuesTest, AsksWithTheCallersParameters) {
         {"rare", 0, "ipp://q/2", L"/q", " ", L"found", 11, "ipp://q/2", "", L"/q"},
         {"rare,printer-name", 0, nullptr, nullptr, "printer-name", L"attic", 11,
          "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
+        {"all", 0, nullptr, nullptr, "media-ready", L"a4,a5", 11, "ipp://localhost:80/ipp/print", "",
+         L"/ipp/print"},
         {"rare,missing,printer-name", 0, nullptr, nullptr, " ", L"found,attic", 11,
          "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
         {"job-state", 1, "ipp://q/jobs/7", nullptr, " ", L"5", 9, "", "ipp://q/jobs/7", L"/ipp/print"},

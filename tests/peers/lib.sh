@@ -31,8 +31,12 @@ start_ippeveprinter() {
     bus=$(cat "$peer_dir/bus")
     peer_port=$(free_port)
     mkdir -p "$peer_dir/spool" "$peer_dir/keys"
+    case " $* " in
+        *" -a "*) ;;
+        *) set -- -f application/pdf,image/pwg-raster,image/jpeg "$@" ;;
+    esac
     DBUS_SYSTEM_BUS_ADDRESS=$bus ippeveprinter -r off -n localhost -p "$peer_port" -d "$peer_dir/spool" \
-        -K "$peer_dir/keys" -f application/pdf,image/pwg-raster,image/jpeg "$@" "$name" \
+        -K "$peer_dir/keys" "$@" "$name" \
         >"$peer_dir/printer.log" 2>&1 </dev/null &
     peer_pids+=($!)
     wait_until listens "$peer_port" || { cat "$peer_dir/printer.log" >&2; return 1; }

@@ -95,8 +95,9 @@ HRESULT IPPProviderImpl::GetIPPValue(const char* requestedAttributes, int jobQue
         const HRESULT result = jobQuery ? QueryJob(*operations, jobUri, answer.Receive())
                                         : QueryPrinter(*operations, jobUri, cached, answer.Receive());
         if (FAILED(result)) return result;
-        if (answer->vt == VT_EMPTY && !NamesAttribute(attributeKey))
-            answer = JoinedValues(*operations, requestedAttributes);
+        if (answer->vt == VT_EMPTY)
+            answer =
+                JoinedValues(*operations, NamesAttribute(attributeKey) ? attributeKey : requestedAttributes);
         *value = answer.Release();
         return result;
     });
