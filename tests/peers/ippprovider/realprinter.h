@@ -1,0 +1,107 @@
+// The printer that run.sh has started, as the library reaches it, and what ipptool reports of it.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "relay.h"
+// Winsock's header comes before every other that includes windows.h.
+#include "corvixdm/corvixdm.h"
+#include "transport/nettransport.h"
+
+namespace CorvixTest {
+
+using Corvix::DisposablePtr;
+using Corvix::KyNetAddress;
+
+inline std::string Environment(const char* name) {
+    const char* value = std::getenv(name);
+    if (!value) throw std::runtime_error(std::string(name) + " is not set: is this run by run.sh?");
+    return value;
+}
+
+inline std::wstring ToWide(const std::string& text) {
+    const int length = static_cast<int>(text.size());
+    std::wstring wide(text.size(), L'\0');
+    wide.resize(
+        static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length)));
+    return wide;
+}
+
+inline void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+        text.replace(at, from.size(), to);
+}
+
+/// What a read that may fail leaves: "(failed)" when it did, and then its output must be as it was.
+template <class Read>
+std::wstring TextOf(Read read) {
+    VARIANT value;
+    value.vt = VT_I4;
+    value.lVal = 4711;
+    if (const HRESULT result = read(&value); result != S_OK) {
+        EXPECT_EQ(result, E_FAIL);
+        EXPECT_TRUE(value.vt == VT_I4 && value.lVal == 4711) << "a failure touched the output";
+        return L"(failed)";
+    }
+    std::wstring text = value.vt == VT_BSTR ? value.bstrVal : L"(no text)";
+    VariantClear(&value);
+    return text;
+}
+
+/// Every test ends with the address held by nobody else.
+class RealPrinterTest : public testing::Test {
+protected:
+    using Attributes = std::map<std::string, std::wstring>;
+    /// Whether its value differs from one second to the next.
+    static bool Ticks(const std::string& attribute) { return attribute == "printer-up-time"; }
+
+    void SetUp() override {
+        if (!relay_) GTEST_SKIP() << "ports 443 and 631 cannot be taken";
+    }
+    void TearDown() override { EXPECT_EQ(address_->GetRefCount(), 1); }
+
+    KyNetAddress* Address() const { return address_.Get(); }
+    /// The exchanges since the last call.
+    std::vector<CorvixTransport::ExchangeRecord> TakeExchanges() { return std::exchange(exchanges_, {}); }
+
+    static unsigned short Port() {
+        return static_cast<unsigned short>(std::stoi(Environment("CORVIX_IPP_PORT")));
+    }
+    /// What ipptool reports, for a client that calls the printer by this host and port.
+    static Attributes Reported(const std::string& authority) {
+        std::ifstream file(Environment("CORVIX_IPP_ATTRIBUTES"));
+        Attributes attributes;
+        for (std::string line; std::getline(file, line);) {
+            ReplaceAll(line, "localhost:" + std::to_string(Port()), authority);
+            const size_t tab = line.find('\t');
+            attributes[line.substr(0, tab)] = ToWide(line.substr(tab + 1));
+        }
+        return attributes;
+    }
+
+    static DisposablePtr<KyNetAddress> MakeAddress(const wchar_t* host,
+                                                   CorvixTransport::ExchangeObserver observer = {}) {
+        CorvixTransport::NetAddressOptions options;
+        options.host = host;
+        options.port = L"631";
+        options.observer = std::move(observer);
+        return DisposablePtr<KyNetAddress>(CorvixTransport::CreateNetAddress(options));
+    }
+
+private:
+    const Relay relay_{"127.0.0.81", {443, 631}, Port(), TakeAll};
+    std::vector<CorvixTransport::ExchangeRecord> exchanges_;
+    const DisposablePtr<KyNetAddress> address_ =
+        MakeAddress(L"127.0.0.81",
+                    [this](const CorvixTransport::ExchangeRecord& record) { exchanges_.push_back(record); });
+};
+
+}  // namespace CorvixTest
