@@ -74,7 +74,10 @@ public:
     virtual HRESULT SendDocumentWrite(IPPRequestBase* request, IPPResponseBase* response,
                                       const unsigned char* data, int length) = 0;
 
-    /// Cancels the job that the request names by job id and job URI, and stops following it.
+    /// Cancels the job that the request names by job id or job URI, and stops following it. What the printer
+    /// thinks of that is the response's success status. A job named by id alone is looked up among the jobs
+    /// of the request's user, then among all; one that the printer lists nowhere is asked for by the URI that
+    /// most printers would give it.
     virtual HRESULT CancelJob(IPPRequestBase* request, IPPResponseBase* response) = 0;
 
     /// Begins a print job with the first piece of its data.
@@ -113,7 +116,10 @@ public:
     /// The event that is signalled while the printer can take data and reset while its spool area is full;
     /// null unless a job was begun with waiting. The provider's own, as above.
     virtual HANDLE GetPrintReadyStatusEventHandle() const = 0;
-    /// Stops following the job: ends both threads and closes both events. Any thread, any number of times.
+    /// Stops following the job: ends both threads, whatever they wait for, and closes both events. Any
+    /// thread, any number of times. Called by one of the two threads themselves, out of the transport, it
+    /// comes back before they have ended; the events are closed by the next call from elsewhere, or when the
+    /// provider goes. The transport must not give up the provider's last reference there.
     virtual void StopAllThreadsRunning() = 0;
 };
 

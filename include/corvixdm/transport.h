@@ -109,7 +109,8 @@ public:
     /// `last` tells that no further piece follows; null and 0 with `last` only ends the body.
     virtual HRESULT Write(const unsigned char* piece, unsigned long length, bool last) = 0;
     /// The HTTP status of the response once it is there, else 0. A device may answer before it was sent the
-    /// whole body.
+    /// whole body. The library then asks for the response at once, and where the device has taken the job
+    /// goes on to write the rest of the body; the response is not asked for again.
     virtual unsigned long GetResponseStatus() = 0;
     /// The number of bytes of the whole body, sent as "Content-Length"; 0 when it is not known beforehand.
     virtual void SetTotalBodyLength(unsigned long length) = 0;

@@ -29,6 +29,9 @@ public:
         flags_.push_back(flag);
         polled_.notify_all();
         polled_.wait(lock, [this] { return !blocks_ || interrupted_; });
+        lock.unlock();
+        if (stopped_) stopped_->StopAllThreadsRunning();
+        lock.lock();
         if (flags_.size() < pollsUntilEnd_) return 1;
         if (result_ == 0 && polling_) polling_->SignalJobEnd();
         return result_;
@@ -38,6 +41,9 @@ public:
         ++printerPolls_;
         polled_.notify_all();
         polled_.wait(lock, [this] { return !blocks_ || interrupted_; });
+        lock.unlock();
+        if (stopped_) stopped_->StopAllThreadsRunning();
+        lock.lock();
         state = state_;
         reasons = reasons_;
         return printerResult_;
@@ -49,6 +55,8 @@ public:
     }
 
     void Block() { blocks_ = true; }
+    /// Every poll stops the polling that it belongs to.
+    void Stop(JobPolling& polling) { stopped_ = &polling; }
     /// The job ends with the given poll, and is signalled through `polling` where it ends well.
     void EndJob(size_t poll, HRESULT result, JobPolling* polling) {
         pollsUntilEnd_ = poll;
@@ -87,6 +95,7 @@ private:
     HRESULT result_ = 1;
     HRESULT printerResult_ = S_OK;
     JobPolling* polling_ = nullptr;
+    JobPolling* stopped_ = nullptr;
     std::wstring state_ = L"3";
     std::wstring reasons_ = L"none";
     bool blocks_ = false;
@@ -218,6 +227,23 @@ TEST_F(JobPollingTest, StopsFromManyThreadsAtOnceAndStartsAgain) {
         for (std::thread& stopper : stoppers)
             stopper.join();
         EXPECT_EQ(polling.GetPrintStatusEventHandle(), nullptr);
+    }
+}
+
+TEST_F(JobPollingTest, APollMayStopItsOwnPolling) {
+    JobPolling polling(source_, rapid);
+    source_.Stop(polling);
+    for (size_t round = 1; round <= 20; ++round) {
+        const size_t polls = source_.Flags().size() + source_.PrinterPolls();
+        StartBoth(polling);
+        WaitForSingleObject(polling.GetPrintStatusEventHandle(), INFINITE);
+        EXPECT_TRUE(polling.GetPrintStatus());
+        EXPECT_FALSE(polling.GetbPrinteStatusThreadPoll());
+        polling.StopAllThreadsRunning();
+        EXPECT_EQ(polling.GetPrintStatusEventHandle(), nullptr);
+        const size_t made = source_.Flags().size() + source_.PrinterPolls() - polls;
+        EXPECT_GE(made, 1u);
+        EXPECT_LE(made, 2u) << "each thread polls once at most";
     }
 }
 

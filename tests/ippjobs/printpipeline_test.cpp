@@ -1,6 +1,8 @@
 // Print jobs from their first piece to their end, over a printer that the test plays.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <functional>
 
@@ -175,8 +177,24 @@ TEST_F(PrintPipeline, JudgesAnEarlyAnswer) {
         EXPECT_EQ(provider_->GetPrintStatusEventHandle() != nullptr, known.followed);
         // The job cannot be gone on with, and above all its rest is not printed as another one.
         EXPECT_NE(PrintMore("two"), S_OK);
-        EXPECT_EQ(printer_.LastBody(Operation::PrintJob).find("two"), std::string::npos);
+        EXPECT_EQ(printer_.Streamed().find("two"), std::string::npos);
     }
+}
+
+TEST_F(PrintPipeline, GoesOnWithAJobThatWasAcceptedBeforeItsEnd) {
+    printer_.AnswerEarly();
+    Open();
+    ASSERT_EQ(Print("one "), S_OK);
+    EXPECT_STREQ(response_->GetJobID(), "7");
+    EXPECT_NE(provider_->GetPrintStatusEventHandle(), nullptr);
+    response_ = DisposablePtr<Corvix::IPPResponseBase>(Corvix::IPPResponseAttributes::Create());
+    ASSERT_EQ(PrintMore("two "), S_OK);
+    ASSERT_EQ(PrintMore("three"), S_OK);
+    ASSERT_EQ(PrintMore(""), S_OK);
+    EXPECT_THAT(printer_.Streamed(), EndsWith("\x03one two three"));
+    EXPECT_STREQ(response_->GetJobID(), "7");
+    EXPECT_NE(PrintMore("late"), S_OK);
+    EXPECT_THAT(printer_.Streamed(), EndsWith("three"));
 }
 
 TEST_F(PrintPipeline, StopsAtAJobThatTheDeviceCancelled) {
@@ -286,6 +304,50 @@ TEST_F(PrintPipeline, CancelsAJob) {
     EXPECT_NE(printer_.LastBody(Operation::CancelJob).find(JobUri(7)), std::string::npos);
     EXPECT_EQ(response_->GetJobID(), nullptr) << "a cancellation tells of no job";
     EXPECT_EQ(PrintMore("two"), S_DEVICECANCELED);
+}
+
+TEST_F(PrintPipeline, CancelsAJobThatIsKnownByItsNumber) {
+    const std::string others = Jobs({{6, 5, "none"}, {8, 5, "none"}});
+    struct {
+        std::vector<std::string> answers;
+        std::string uri;
+    } const cases[] = {
+        {{jobAccepted}, JobUri(7)},
+        {{Jobs({{6, 5, "a"}, {7, 5, "none"}})}, JobUri(7)},
+        {{noJobs, jobAccepted}, JobUri(7)},
+        {{others, others}, "ipp://localhost:631/ipp/print/7"},
+        {{brokenConnection}, "ipp://localhost:631/ipp/print/7"},
+    };
+    for (const auto& known : cases) {
+        printer_.Answer(Operation::GetJobs, known.answers);
+        Open();
+        request_->SetJobID(7);
+        EXPECT_EQ(provider_->CancelJob(request_.Get(), response_.Get()), S_OK);
+        EXPECT_THAT(printer_.LastBody(Operation::CancelJob),
+                    EndsWith(Value(0x45, "job-uri", known.uri) + Value(0x42, "requesting-user-name", "ann") +
+                             endTag));
+        const std::vector<int> operations = printer_.Operations();
+        EXPECT_EQ(
+            static_cast<size_t>(std::count(operations.end() - 1 - static_cast<int>(known.answers.size()),
+                                           operations.end(), Operation::GetJobs)),
+            known.answers.size());
+    }
+}
+
+TEST_F(PrintPipeline, IsToldToStopByItsOwnPolls) {
+    Open();
+    std::atomic<int> stops{0};
+    printer_.OnOperation([&](int operation) {
+        if (operation != Operation::GetJobs) return;
+        provider_->StopAllThreadsRunning();
+        ++stops;
+    });
+    ASSERT_EQ(Print("one"), S_OK);
+    WaitForSingleObject(provider_->GetPrintStatusEventHandle(), INFINITE);
+    EXPECT_EQ(PrintMore("two"), S_DEVICECANCELED);
+    provider_->StopAllThreadsRunning();
+    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
 }
 
 TEST_F(PrintPipeline, TellsFromTheJobsOfAUserWhetherOneRuns) {

@@ -42,6 +42,11 @@ public:
         const auto found = bodies_.find(operation);
         return found == bodies_.end() ? "" : found->second;
     }
+    /// The last streamed body, as far as it was written.
+    std::string Streamed() const {
+        const std::lock_guard<std::mutex> lock(lock_);
+        return streamed_;
+    }
     /// The number of the next call that can fail.
     int NextCall() const {
         const std::lock_guard<std::mutex> lock(lock_);
@@ -60,6 +65,10 @@ public:
         return fails ? E_ABORT : S_OK;
     }
     bool AnswersEarly() const { return answersEarly_; }
+    void NoteStreamed(const std::string& body) {
+        const std::lock_guard<std::mutex> lock(lock_);
+        streamed_ = body;
+    }
     std::string AnswerTo(const std::string& body) {
         const int operation = body.size() < 4 ? 0 : body[3];
         if (watch_) watch_(operation);
@@ -77,6 +86,7 @@ private:
     mutable std::mutex lock_;
     std::map<int, std::vector<std::string>> answers_;
     std::map<int, std::string> bodies_;
+    std::string streamed_;
     std::function<void(int)> watch_;
     std::vector<int> operations_;
     int calls_ = 0;
@@ -133,6 +143,7 @@ public:
         const std::string chunk(reinterpret_cast<const char*>(piece), length);
         const size_t head = chunk.find("\r\n") + 2;
         if (chunk.size() > head + 2) body_ += chunk.substr(head, chunk.size() - head - 2);
+        printer_.NoteStreamed(body_);
         return S_OK;
     }
     unsigned long GetResponseStatus() override { return printer_.AnswersEarly() ? 200 : 0; }

@@ -3,6 +3,7 @@
 // Winsock's header comes before every other that includes windows.h.
 #include "datamodel/ipp/deviceprobe.h"
 #include "fakeprinter.h"
+#include "utilslib/sync.h"
 
 namespace Corvix {
 namespace {
@@ -36,6 +37,20 @@ TEST(DeviceProbe, AnIpv4HostIsTriedAt631UnlessThePortIsExactly80) {
     EXPECT_TRUE(DeviceExists(wideHost, L"8080"));
     EXPECT_TRUE(DeviceExists(wideHost, L"080"));
     EXPECT_FALSE(DeviceExists(wideHost, L"80"));
+}
+
+TEST(DeviceProbe, EndsWhenItIsInterrupted) {
+    constexpr const char* silentHost = "127.0.97.32";
+    const Listener listener(silentHost, 631, 1);
+    if (!listener) GTEST_SKIP() << "port 631 cannot be taken";
+    // Nobody takes the connections, so that soon no further one is answered at all.
+    std::vector<std::unique_ptr<PendingConnection>> pending;
+    for (int i = 0; i < 8; ++i)
+        pending.push_back(std::make_unique<PendingConnection>(silentHost, 631));
+    const KyUtils::Handle interrupt = KyUtils::CreateManualResetEvent();
+    SetEvent(interrupt.Get());
+    EXPECT_FALSE(DeviceExists(L"127.0.97.32", L"631", interrupt.Get()));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_CANCELLED});
 }
 
 class ProbedCreationTest : public PrinterTest {

@@ -19,7 +19,8 @@ protected:
             {"media-ready", Bytes::Keyword("media-ready", "a4") + Bytes::Keyword("", "a5")}};
         Printer().slowAttributes = {{"media-col-database", Text("media-col-database", "big")},
                                     {"rare", Text("rare", "found")}};
-        Printer().jobAttributes = {{"job-state", Bytes::Value(0x23, "job-state", Bytes::Int(5))}};
+        Printer().jobAttributes = {{"job-state", Bytes::Value(0x23, "job-state", Bytes::Int(5))},
+                                   {"job-name", Bytes::Value(0x42, "job-name", "letter")}};
         Connect();
     }
     void TearDown() override {
@@ -136,6 +137,42 @@ TEST_F(ValuesTest, AsksWithTheCallersParameters) {
         EXPECT_EQ(request["printer-uri"], c.printerUri);
         EXPECT_EQ(Printer().device->exchanges.back().uri, c.path);
     }
+}
+
+TEST_F(ValuesTest, ReadsSeveralAttributesOfAJobFromAPrinterThatTakesTheListForOneName) {
+    Printer().takesListsApart = false;
+    const struct {
+        const char* requested;
+        const char* key;
+        const wchar_t* value;
+        std::vector<std::string> asked;
+    } cases[] = {
+        {"job-state,job-name", " ", L"5,letter", {"job-state,job-name", "all"}},
+        {"job-state,job-name", "job-name", L"letter", {"job-state,job-name", "all"}},
+        {"missing,job-name", " ", L"letter", {"missing,job-name", "all"}},
+        {"job-name", " ", L"letter", {"job-name"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        Printer().device->exchanges.clear();
+        EXPECT_EQ(TextOf([&](VARIANT* value) {
+                      return Provider().GetIPPValue(c.requested, 1, value, "ipp://q/jobs/7", nullptr, 0, 0,
+                                                    c.key);
+                  }),
+                  c.value);
+        std::vector<std::string> asked;
+        for (const auto& exchange : Printer().device->exchanges)
+            asked.push_back(IppRequest(exchange.body)["requested-attributes"]);
+        EXPECT_EQ(asked, c.asked);
+    }
+    // One that does is asked once.
+    Printer().takesListsApart = true;
+    Printer().device->exchanges.clear();
+    KyUtils::Variant value;
+    EXPECT_EQ(Provider().GetIPPValue("job-state,job-name", 1, value.Receive(), "ipp://q/jobs/7", nullptr, 0,
+                                     0, " "),
+              S_OK);
+    EXPECT_EQ(Printer().Exchanges(), 1u);
 }
 
 TEST_F(ValuesTest, TheCacheIsReadAndExtendedOnlyWhenAsked) {

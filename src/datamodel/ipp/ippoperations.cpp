@@ -18,7 +18,6 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr unsigned long ippPort = 631;
 constexpr unsigned long tlsPort = 443;
-constexpr unsigned long httpOk = 200;
 constexpr int lowestOperation = 2;
 constexpr int highestOperation = 16384;
 constexpr DWORD nothingRequestedError = 4306;
@@ -134,6 +133,7 @@ HRESULT IPPOperations::FormBody(int operation, IPPRequestBase* record,
 
 void IPPOperations::ForgetRequest() {
     stream_ = nullptr;
+    earlyResponse_.Reset();
     TakeRequest(nullptr);
 }
 
@@ -177,11 +177,16 @@ HRESULT IPPOperations::BeginRequest(bool secure) {
     return S_OK;
 }
 
-HRESULT IPPOperations::ReceiveResponse(HTTPResponse** response) {
-    DisposablePtr<HTTPResponse> answer;
+HRESULT IPPOperations::FetchResponse(DisposablePtr<HTTPResponse>& answer) {
     if (FAILED(request_->GetResponse(answer.Receive())) || !answer) return FailWith(0);
     httpStatus_ = answer->GetStatusCode();
-    if (httpStatus_ != httpOk || !answer->GetBody()) return FailWith(httpStatus_);
+    return httpStatus_ == httpOk && answer->GetBody() ? S_OK : FailWith(httpStatus_);
+}
+
+HRESULT IPPOperations::ReceiveResponse(HTTPResponse** response) {
+    DisposablePtr<HTTPResponse> answer;
+    const HRESULT fetched = FetchResponse(answer);
+    if (FAILED(fetched)) return fetched;
     ForgetRequest();
     *response = answer.Release();
     return S_OK;

@@ -74,6 +74,10 @@ public:
                                 unsigned long length, bool last, bool chunked);
     /// The answer to a streamed body that was sent to its end.
     HRESULT GetStreamedResponse(HTTPResponse** response);
+    /// The answer that came before the body was sent to its end. The body can be gone on with.
+    HRESULT GetEarlyResponse(HTTPResponse** response);
+    /// Gives up a streamed body, wherever it stands.
+    void EndStream() { ForgetRequest(); }
     /// Whether a streamed exchange was begun and its answer not yet fetched.
     bool IsStreaming() const { return stream_ != nullptr; }
     /// Whether the device answered before a streamed body was sent to its end.
@@ -102,17 +106,21 @@ public:
     const std::shared_ptr<const Ipp::Response>& LastResponse() const { return response_; }
 
 private:
+    static constexpr unsigned long httpOk = 200;
+
     bool AsksForNothing(int operation) const;
     bool TakeRequest(DisposablePtr<HTTPRequest> request);
     HRESULT BeginRequest(bool secure);
     HRESULT Exchange(int operation, IPPRequestBase* record, HTTPResponse** response);
     HRESULT FormBody(int operation, IPPRequestBase* record, std::vector<unsigned char>& body) const;
+    HRESULT FetchResponse(DisposablePtr<HTTPResponse>& answer);
     HRESULT ReceiveResponse(HTTPResponse** response);
     HRESULT FailWith(unsigned long reason);
     HRESULT SendPiece(int operation, IPPRequestBase* record, bool secure, const unsigned char* piece,
                       unsigned long length, bool last, bool chunked);
     HRESULT BeginStream(int operation, IPPRequestBase* record, bool secure, bool chunked);
     HRESULT WriteChunk(const unsigned char* bytes, unsigned long length, bool last);
+    unsigned long RefusalStatus() const;
     HRESULT WritePieces(const unsigned char* piece, unsigned long length, bool last);
     void ForgetRequest();
     std::string_view TargetName() const;
@@ -121,7 +129,8 @@ private:
     std::mutex requestLock_;  ///< held while request_ changes hands, for Cancel()
     bool cancelled_ = false;
     DisposablePtr<HTTPRequest> request_;
-    KyHTTPRequestEx* stream_ = nullptr;  ///< request_, once a streamed exchange began over it
+    KyHTTPRequestEx* stream_ = nullptr;          ///< request_, once a streamed exchange began over it
+    DisposablePtr<HTTPResponse> earlyResponse_;  ///< to stream_
     std::shared_ptr<const Ipp::Response> response_;
     std::wstring printerUri_;
     std::wstring resource_;

@@ -87,7 +87,8 @@ private:
     bool ReadCached(const std::string& name, VARIANT* value) const;
     HRESULT ReadAlternative(const std::string& name, VARIANT* value);
     HRESULT QueryPrinter(IPPOperations& operations, const char* printerUri, bool merge, VARIANT* value);
-    HRESULT QueryJob(IPPOperations& operations, const char* jobUri, VARIANT* value);
+    HRESULT QueryJob(IPPOperations& operations, const std::string& names, const char* jobUri, VARIANT* value);
+    HRESULT SendJobQuery(IPPOperations& operations, const std::string& names, VARIANT* value);
 
     HRESULT Exchange(IPPOperations& operations, int operation, IPPRequestBase* request,
                      IPPResponseBase* response, bool secure) const;
@@ -102,6 +103,8 @@ private:
     HRESULT WritePiece(SendPiece send, IPPRequestBase* request, const unsigned char* data, int length);
     HRESULT EndBody(SendPiece send, int operation, IPPRequestBase* request, IPPResponseBase* response);
     HRESULT ReadStreamedAnswer(int operation, IPPResponseBase* response);
+    HRESULT ReadJobAnswer(HTTPResponse* answer, int operation, IPPResponseBase* response);
+    std::wstring UriOfJob(const IPPRequestBase& request, HRESULT asked);
     HRESULT JobAfterFailedPiece(IPPRequestBase* request);
 
     HRESULT PollJob(unsigned flag) override;
@@ -110,9 +113,15 @@ private:
     /// Runs one poll over a connection that InterruptPolls() can cut.
     template <class Poll>
     HRESULT RunPoll(Poll poll);
-    HRESULT AskJobs(IPPOperations& operations, const wchar_t* form);
+    HRESULT AskJobs(IPPOperations& operations, const std::string& userName, const wchar_t* form);
+    /// What GetJobs(request, whichJobs) answers, among the jobs of one user or, without one, of all; and the
+    /// job's URI where it is listed.
+    HRESULT AskAboutJob(const IPPRequestBase& request, const char* whichJobs, const std::string& userName,
+                        std::wstring& uri);
     HRESULT AskJobState(IPPOperations& operations, unsigned flag);
-    HRESULT RetrievePrinterState(IPPOperations& operations, std::wstring& state, std::wstring& reasons);
+    /// `interrupt` ends the wait for the device to wake up.
+    HRESULT RetrievePrinterState(IPPOperations& operations, HANDLE interrupt, std::wstring& state,
+                                 std::wstring& reasons);
     /// 0 and the end of the job signalled when it is over, else 1.
     HRESULT JudgeJob(const std::wstring& state, const std::wstring& reasons);
 

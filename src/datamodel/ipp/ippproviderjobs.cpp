@@ -36,17 +36,23 @@ struct JobStatus {
     const wchar_t* log;
     HRESULT result;
 };
+constexpr std::string_view accepted = "0";
 constexpr JobStatus printJobStatuses[] = {
-    {"0", nullptr, S_OK},
+    {accepted, nullptr, S_OK},
     {"1287", L"server-error-busy..Please restart the job", S_OK},
     {"1288", L"server-error-job-canceled", S_DEVICECANCELED},
 };
 constexpr JobStatus sendDocumentStatuses[] = {
-    {"0", nullptr, S_OK},
+    {accepted, nullptr, S_OK},
     {"1024", L"client-error-bad-request", E_FAIL},
     {"1287", L"server-error-busy..Please restart the job", E_FAIL},
     {"1288", L"server-error-job-canceled", S_DEVICECANCELED},
 };
+
+bool IsAccepted(const IPPResponseBase& response) {
+    const char* text = response.GetSuccessStatus();
+    return text && text == accepted;
+}
 
 template <size_t count>
 HRESULT ResultOf(const JobStatus (&statuses)[count], const IPPResponseBase& response) {
@@ -132,9 +138,25 @@ HRESULT IPPProviderImpl::CancelJob(IPPRequestBase* request, IPPResponseBase* res
     StopAllThreadsRunning();
     if (!HasUser(*request)) return E_FAIL;
     userName_ = request->GetRequestingUserName();
-    if (GetJobs(request, notCompletedJobs) != 0) logSource.Error(L"GetJobs failed");
-    if (!NamesJob(*request)) return FailWith(ERROR_INVALID_PARAMETER);
-    return JobExchange(Ipp::Operation::CancelJob, request, response, false);
+    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+        std::wstring uri;
+        const HRESULT asked = AskAboutJob(*request, notCompletedJobs, userName_, uri);
+        if (asked != 0) logSource.Error(L"GetJobs failed");
+        if (!NamesJob(*request)) return FailWith(ERROR_INVALID_PARAMETER);
+        const Operations operations = MakeOperations();
+        if (!HasText(request->GetJobURI()))
+            operations->SetJobURI(KyUtils::ToUtf8(uri.empty() ? UriOfJob(*request, asked) : uri));
+        return Exchange(*operations, Ipp::Operation::CancelJob, request, response, false);
+    });
+}
+
+/// The URI of a job that is not among its user's. Cancel-Job names the job by URI alone, so where nobody
+/// tells it, it is what most printers make of their own: they answer what they think of the job themselves.
+std::wstring IPPProviderImpl::UriOfJob(const IPPRequestBase& request, HRESULT asked) {
+    std::wstring uri;
+    if (SUCCEEDED(asked)) AskAboutJob(request, notCompletedJobs, std::string(), uri);
+    if (!uri.empty()) return uri;
+    return MakeOperations()->GetFullyQualifiedURI() + L'/' + std::to_wstring(request.GetJobID());
 }
 
 void IPPProviderImpl::StopWaiting() { SetEvent(stopWaiting_.Get()); }
@@ -142,7 +164,7 @@ void IPPProviderImpl::StopWaiting() { SetEvent(stopWaiting_.Get()); }
 IPPProviderImpl::ReadyState IPPProviderImpl::CheckForPrinterReadyState() {
     std::wstring state;
     std::wstring reasons;
-    const HRESULT retrieved = RetrievePrinterState(*MakeOperations(), state, reasons);
+    const HRESULT retrieved = RetrievePrinterState(*MakeOperations(), stopWaiting_.Get(), state, reasons);
     if (FAILED(retrieved)) {
         logSource.Error(L"RetrievePrinterState fails with %d", static_cast<int>(retrieved));
         return ReadyState::Failed;
@@ -192,9 +214,15 @@ HRESULT IPPProviderImpl::StartPrintJob(IPPRequestBase* request, IPPResponseBase*
     return result;
 }
 
+/// A job that the printer took before it has all of it goes on; any other ends here.
 HRESULT IPPProviderImpl::AnsweredEarly(IPPResponseBase* response) {
-    const HRESULT read = ReadStreamedAnswer(Ipp::Operation::PrintJob, response);
-    return FAILED(read) ? read : ResultOf(printJobStatuses, *response);
+    DisposablePtr<HTTPResponse> answer;
+    const HRESULT received = jobOperations_->GetEarlyResponse(answer.Receive());
+    if (FAILED(received)) return received;
+    const HRESULT read = ReadJobAnswer(answer.Get(), Ipp::Operation::PrintJob, response);
+    const HRESULT result = FAILED(read) ? read : ResultOf(printJobStatuses, *response);
+    if (FAILED(result) || !IsAccepted(*response)) jobOperations_->EndStream();
+    return result;
 }
 
 HRESULT IPPProviderImpl::JobAfterFailedStart(IPPRequestBase* request) {
@@ -242,8 +270,11 @@ HRESULT IPPProviderImpl::WritePiece(SendPiece send, IPPRequestBase* request, con
 HRESULT IPPProviderImpl::ReadStreamedAnswer(int operation, IPPResponseBase* response) {
     DisposablePtr<HTTPResponse> answer;
     const HRESULT received = jobOperations_->GetStreamedResponse(answer.Receive());
-    if (FAILED(received)) return received;
-    if (FAILED(jobOperations_->ParseIPPResponse(answer.Get(), nullptr))) return FailWith(badAnswerError);
+    return FAILED(received) ? received : ReadJobAnswer(answer.Get(), operation, response);
+}
+
+HRESULT IPPProviderImpl::ReadJobAnswer(HTTPResponse* answer, int operation, IPPResponseBase* response) {
+    if (FAILED(jobOperations_->ParseIPPResponse(answer, nullptr))) return FailWith(badAnswerError);
     return jobOperations_->FormResponseStructure(operation, response);
 }
 

@@ -49,6 +49,7 @@ struct ListedJob {
     bool found = false;
     std::wstring state;
     std::wstring reasons;
+    std::wstring uri;
 };
 
 ListedJob FindJob(const IPPOperations& operations, const IPPRequestBase& request) {
@@ -56,14 +57,15 @@ ListedJob FindJob(const IPPOperations& operations, const IPPRequestBase& request
     const char* uri = request.GetJobURI();
     const std::wstring states = TextOf(operations, "job-state");
     const std::wstring reasons = TextOf(operations, "job-state-reasons");
-    if (!byId && (!uri || !*uri)) return {!states.empty() || !reasons.empty(), states, reasons};
+    const std::wstring uris = TextOf(operations, "job-uri");
+    if (!byId && (!uri || !*uri)) return {!states.empty() || !reasons.empty(), states, reasons, uris};
 
-    const std::wstring keys = TextOf(operations, byId ? "job-id" : "job-uri");
+    const std::wstring keys = byId ? TextOf(operations, "job-id") : uris;
     const std::wstring wanted = byId ? std::to_wstring(request.GetJobID()) : KyUtils::ToWide(uri);
     const bool isAlone = keys == wanted;
     // A job may have several reasons, so of several jobs it cannot be told whose they are.
     return {Lists(keys, wanted), isAlone ? states : PieceBeside(keys, wanted, states),
-            isAlone ? reasons : L""};
+            isAlone ? reasons : L"", isAlone ? uris : PieceBeside(keys, wanted, uris)};
 }
 
 }  // namespace
@@ -85,8 +87,9 @@ HRESULT IPPProviderImpl::JudgeJob(const std::wstring& state, const std::wstring&
 }
 
 /// A Get-Jobs exchange; `form` tells the two callers apart in the log.
-HRESULT IPPProviderImpl::AskJobs(IPPOperations& operations, const wchar_t* form) {
-    operations.SetRequestedUserName(userName_);
+HRESULT IPPProviderImpl::AskJobs(IPPOperations& operations, const std::string& userName,
+                                 const wchar_t* form) {
+    operations.SetRequestedUserName(userName);
     DisposablePtr<HTTPResponse> response;
     if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetJobs, response.Receive(), nullptr, secure_))) {
         logSource.Error(L"GetJobs(%ls)..SendIPPRequest() failed", form);
@@ -101,7 +104,7 @@ HRESULT IPPProviderImpl::AskJobs(IPPOperations& operations, const wchar_t* form)
 
 HRESULT IPPProviderImpl::AskJobState(IPPOperations& operations, unsigned flag) {
     operations.SetAttributeName(flag ? "job-state" : "job-state-reasons");
-    const HRESULT asked = AskJobs(operations, L"");
+    const HRESULT asked = AskJobs(operations, userName_, L"");
     if (FAILED(asked)) return asked;
     const std::wstring state = TextOf(operations, "job-state");
     const std::wstring reasons = TextOf(operations, "job-state-reasons");
@@ -125,31 +128,37 @@ HRESULT IPPProviderImpl::GetJobs(IPPRequestBase* request, const char* whichJobs)
         SetLastError(ERROR_INVALID_PARAMETER);
         return E_FAIL;
     }
-    return KyUtils::RaisingComErrors([&]() -> HRESULT {
-        const Operations operations = MakeOperations();
-        operations->SetJobOperations(whichJobs);
-        const HRESULT asked = AskJobs(*operations, L"struct");
-        if (FAILED(asked)) return asked;
-        const bool completed = std::string_view(whichJobs) == "completed";
-        const ListedJob job = FindJob(*operations, *request);
-        if (!job.found) {
-            logSource.Debug(
-                L"May be we ask for which-jobs=completed but job is still in process else may be "
-                L"reverse condition");
-            return completed ? jobRuns : jobIsOver;
-        }
-        return completed ? jobIsOver : JudgeJob(job.state, job.reasons);
+    return KyUtils::RaisingComErrors([&] {
+        std::wstring uri;
+        return AskAboutJob(*request, whichJobs, userName_, uri);
     });
 }
 
-HRESULT IPPProviderImpl::RetrievePrinterState(IPPOperations& operations, std::wstring& state,
-                                              std::wstring& reasons) {
+HRESULT IPPProviderImpl::AskAboutJob(const IPPRequestBase& request, const char* whichJobs,
+                                     const std::string& userName, std::wstring& uri) {
+    const Operations operations = MakeOperations();
+    operations->SetJobOperations(whichJobs);
+    const HRESULT asked = AskJobs(*operations, userName, L"struct");
+    if (FAILED(asked)) return asked;
+    const bool completed = std::string_view(whichJobs) == "completed";
+    const ListedJob job = FindJob(*operations, request);
+    if (!job.found) {
+        logSource.Debug(
+            L"May be we ask for which-jobs=completed but job is still in process else may be "
+            L"reverse condition");
+        return completed ? jobRuns : jobIsOver;
+    }
+    uri = job.uri;
+    return completed ? jobIsOver : JudgeJob(job.state, job.reasons);
+}
+
+HRESULT IPPProviderImpl::RetrievePrinterState(IPPOperations& operations, HANDLE interrupt,
+                                              std::wstring& state, std::wstring& reasons) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::RetrievePrinterState");
     operations.SetAttributeName("printer-state,printer-state-reasons");
     const wchar_t* host = address_->GetHostName();
-    // Wakes a sleeping device; what it answers is not the question. Nothing can interrupt the probe, so
-    // whoever stops the polling does not begin to wait for one.
-    if (polling_.GetbPrinteStatusThreadPoll() && host && !IsUsbPortName(host)) DeviceExists(host, L"631");
+    // Wakes a sleeping device; what it answers is not the question.
+    if (host && !IsUsbPortName(host)) DeviceExists(host, L"631", interrupt);
     DisposablePtr<HTTPResponse> response;
     if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetPrinterAttributes, response.Receive(), nullptr,
                                          secure_)))
@@ -181,8 +190,9 @@ HRESULT IPPProviderImpl::PollJob(unsigned flag) {
 }
 
 HRESULT IPPProviderImpl::PollPrinter(std::wstring& state, std::wstring& reasons) {
-    return RunPoll(
-        [&](IPPOperations& operations) { return RetrievePrinterState(operations, state, reasons); });
+    return RunPoll([&](IPPOperations& operations) {
+        return RetrievePrinterState(operations, polling_.StopEvent(), state, reasons);
+    });
 }
 
 void IPPProviderImpl::InterruptPolls() {

@@ -32,16 +32,32 @@ bool HasText(const KyUtils::Variant& value) { return value->vt != VT_EMPTY && !v
 /// A blank key asks for no attribute in particular.
 bool NamesAttribute(const char* key) { return key && *key && *key != ' '; }
 
+std::vector<std::string_view> NamesIn(std::string_view list) {
+    std::vector<std::string_view> names;
+    for (size_t start = 0; start <= list.size();) {
+        const size_t end = std::min(list.find(',', start), list.size());
+        names.push_back(list.substr(start, end - start));
+        start = end + 1;
+    }
+    return names;
+}
+
+/// Whether a request was carried out and yet brought none of the attributes that it named.
+bool LacksAll(const Ipp::Response& response, std::string_view list) {
+    const auto names = NamesIn(list);
+    return response.StatusCode() < Ipp::Status::FirstError &&
+           std::none_of(names.begin(), names.end(),
+                        [&](std::string_view name) { return response.ValueText(name).has_value(); });
+}
+
 /// The values of several attributes, those that are there, joined by ",".
-KyUtils::Variant JoinedValues(const IPPOperations& operations, std::string_view names) {
+KyUtils::Variant JoinedValues(const IPPOperations& operations, std::string_view list) {
     std::wstring joined;
-    for (size_t start = 0; start <= names.size();) {
-        const size_t end = std::min(names.find(',', start), names.size());
+    for (const std::string_view name : NamesIn(list)) {
         KyUtils::Variant value;
-        operations.GetValueFromIPPMap(names.substr(start, end - start), value.Receive());
+        operations.GetValueFromIPPMap(name, value.Receive());
         if (!joined.empty() && HasText(value)) joined += L',';
         joined += value.Text();
-        start = end + 1;
     }
     return joined.empty() ? KyUtils::Variant() : KyUtils::Variant::FromText(joined);
 }
@@ -92,7 +108,7 @@ HRESULT IPPProviderImpl::GetIPPValue(const char* requestedAttributes, int jobQue
         if (!secure_ || securityFlags != 0) operations->SetSecurityFlags(securityFlags);
         if (NamesAttribute(attributeKey)) operations->SetAttributeKey(attributeKey);
         KyUtils::Variant answer;
-        const HRESULT result = jobQuery ? QueryJob(*operations, jobUri, answer.Receive())
+        const HRESULT result = jobQuery ? QueryJob(*operations, requestedAttributes, jobUri, answer.Receive())
                                         : QueryPrinter(*operations, jobUri, cached, answer.Receive());
         if (FAILED(result)) return result;
         if (answer->vt == VT_EMPTY)
@@ -116,12 +132,25 @@ HRESULT IPPProviderImpl::QueryPrinter(IPPOperations& operations, const char* pri
     return parsed;
 }
 
-HRESULT IPPProviderImpl::QueryJob(IPPOperations& operations, const char* jobUri, VARIANT* value) {
+HRESULT IPPProviderImpl::QueryJob(IPPOperations& operations, const std::string& names, const char* jobUri,
+                                  VARIANT* value) {
     if (jobUri && *jobUri) operations.SetJobURI(jobUri);
+    const HRESULT result = SendJobQuery(operations, names, value);
+    const bool isList = names.find(',') != std::string::npos;
+    if (FAILED(result) || !isList || !LacksAll(*operations.LastResponse(), names)) return result;
+    // The list is sent as one value, which not every printer takes apart. To one that does not it names no
+    // attribute at all, and asking for every attribute costs less than an exchange for each name.
+    operations.SetAttributeName("all");
+    return SendJobQuery(operations, names, value);
+}
+
+/// What was asked for last; what is wanted of the answer is `names`.
+HRESULT IPPProviderImpl::SendJobQuery(IPPOperations& operations, const std::string& names, VARIANT* value) {
     DisposablePtr<HTTPResponse> response;
     if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetJobAttributes, response.Receive(), nullptr,
                                          secure_)))
         return E_FAIL;
+    operations.SetAttributeName(names);
     return operations.ParseIPPResponse(response.Get(), value);
 }
 

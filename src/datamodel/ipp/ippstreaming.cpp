@@ -60,6 +60,12 @@ HRESULT IPPOperations::WritePieces(const unsigned char* piece, unsigned long len
     return FAILED(stream_->GetResult()) ? E_FAIL : S_OK;
 }
 
+/// The HTTP status with which the device cut the body short, 0 when it did not say.
+unsigned long IPPOperations::RefusalStatus() const {
+    const unsigned long status = stream_->GetResponseStatus();
+    return status == httpOk ? 0 : status;
+}
+
 HRESULT IPPOperations::SendPiece(int operation, IPPRequestBase* record, bool secure,
                                  const unsigned char* piece, unsigned long length, bool last, bool chunked) {
     if (!address_ || (!piece && length > 0)) return FailForNullArgument();
@@ -67,7 +73,7 @@ HRESULT IPPOperations::SendPiece(int operation, IPPRequestBase* record, bool sec
         const HRESULT begun = BeginStream(operation, record, secure, chunked);
         if (FAILED(begun)) return begun;
     }
-    return SUCCEEDED(WritePieces(piece, length, last)) ? S_OK : FailWith(0);
+    return SUCCEEDED(WritePieces(piece, length, last)) ? S_OK : FailWith(RefusalStatus());
 }
 
 HRESULT IPPOperations::SendPrintJobRequest(IPPRequestBase* record, bool secure, const unsigned char* piece,
@@ -85,7 +91,19 @@ HRESULT IPPOperations::SendDocumentRequest(IPPRequestBase* record, bool secure, 
 HRESULT IPPOperations::GetStreamedResponse(HTTPResponse** response) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::GetStreamedResponse");
     if (!response || !stream_) return FailForNullArgument();
-    return ReceiveResponse(response);
+    if (!earlyResponse_) return ReceiveResponse(response);
+    *response = earlyResponse_.Release();
+    ForgetRequest();
+    return S_OK;
+}
+
+HRESULT IPPOperations::GetEarlyResponse(HTTPResponse** response) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::GetEarlyResponse");
+    if (!response || !stream_) return FailForNullArgument();
+    const HRESULT fetched = FetchResponse(earlyResponse_);
+    if (FAILED(fetched)) return fetched;
+    *response = DisposablePtr<HTTPResponse>(earlyResponse_).Release();
+    return S_OK;
 }
 
 }  // namespace Corvix

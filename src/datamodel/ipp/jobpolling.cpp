@@ -10,6 +10,9 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 constexpr const wchar_t* printJobStatusName = L"PrintJobStatus";
 constexpr const wchar_t* spoolAreaFull = L"spool-area-full";
 
+/// Whose polling thread this is, if it is one.
+thread_local const JobPolling* pollingHere = nullptr;
+
 }  // namespace
 
 void JobPolling::Reset() {
@@ -48,11 +51,13 @@ void JobPolling::Start() {
 
 void JobPolling::StopAllThreadsRunning() {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::StopAllThreadsRunning");
+    // A thread cannot wait for itself, nor for the lock of one that waits for it.
+    if (pollingHere == this) {
+        TellToEnd();
+        return source_.InterruptPolls();
+    }
     const std::lock_guard<std::mutex> lock(stopLock_);
-    SetPrintReadyStatus();
-    SetPrintStatus();
-    SetEvent(stop_.Get());
-    if (printJobStatus_) SetEvent(printJobStatus_.Get());
+    TellToEnd();
     if (jobThread_ || printerThread_) source_.InterruptPolls();
     WaitAndClose(jobThread_);
     WaitAndClose(printerThread_);
@@ -60,6 +65,12 @@ void JobPolling::StopAllThreadsRunning() {
     const std::lock_guard<std::mutex> eventsLock(eventsLock_);
     printReady_.Close();
     printJobStatus_.Close();
+}
+
+void JobPolling::TellToEnd() {
+    SetPrintReadyStatus();
+    SetEvent(stop_.Get());
+    SignalJobEnd();
 }
 
 void JobPolling::WaitAndClose(KyUtils::Handle& thread) {
@@ -110,10 +121,15 @@ bool JobPolling::JobEndsWithin(unsigned milliseconds) const {
     return WaitForMultipleObjects(2, ends, FALSE, milliseconds) != WAIT_TIMEOUT;
 }
 
+unsigned JobPolling::Run(void (JobPolling::*poll)()) {
+    pollingHere = this;
+    (this->*poll)();
+    return 0;
+}
+
 unsigned __stdcall JobPolling::GetJobsPollingThread(void* polling) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetJobsPollingThread");
-    static_cast<JobPolling*>(polling)->PollJobs();
-    return 0;
+    return static_cast<JobPolling*>(polling)->Run(&JobPolling::PollJobs);
 }
 
 void JobPolling::PollJobs() {
@@ -126,8 +142,7 @@ void JobPolling::PollJobs() {
 
 unsigned __stdcall JobPolling::GetPrinterStatusPollingThread(void* polling) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetPrinterStatusPollingThread");
-    static_cast<JobPolling*>(polling)->PollPrinterStates();
-    return 0;
+    return static_cast<JobPolling*>(polling)->Run(&JobPolling::PollPrinterStates);
 }
 
 void JobPolling::PollPrinterStates() {

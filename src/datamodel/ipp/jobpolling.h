@@ -40,13 +40,17 @@ public:
     JobPolling(const JobPolling&) = delete;
     JobPolling& operator=(const JobPolling&) = delete;
 
-    /// Stops what runs and clears the flags for the next job.
+    /// Stops what runs and clears the flags for the next job. Not from a polling thread.
     void Reset();
     /// (Re)creates the print-ready event, signalled.
     void CreatePrintReadyEvent();
     /// Begins to follow the job; the printer's state as well where the print-ready event exists.
     void Start();
+    /// From a polling thread itself, out of a poll, it only tells both to end: the next stop from elsewhere
+    /// waits for them and closes the events.
     void StopAllThreadsRunning();
+    /// Signalled from a stop to the next Reset(); for waits that a stop is to end.
+    HANDLE StopEvent() const { return stop_.Get(); }
 
     /// The job ended or must stop.
     void SetPrintStatus();
@@ -63,8 +67,10 @@ public:
 private:
     static unsigned __stdcall GetJobsPollingThread(void* polling);
     static unsigned __stdcall GetPrinterStatusPollingThread(void* polling);
+    unsigned Run(void (JobPolling::*poll)());
     void PollJobs();
     void PollPrinterStates();
+    void TellToEnd();
     void ShowPrinterState(const std::wstring& state, const std::wstring& reasons);
     bool JobEndsWithin(unsigned milliseconds) const;
     void WaitAndClose(KyUtils::Handle& thread);

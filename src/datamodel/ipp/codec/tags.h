@@ -47,6 +47,8 @@ constexpr int StreamedPrintJob = 50;
 
 namespace Status {
 constexpr unsigned Ok = 0;
+/// This and all above it: the request was not carried out.
+constexpr unsigned FirstError = 0x0400;
 /// What the engine takes for "not found": such an answer still carries what was found. (The registry of IPP
 /// gives that name to 0x0406, and calls this one "not possible".)
 constexpr unsigned ClientErrorNotFound = 0x0404;
