@@ -12,8 +12,7 @@ extern "C" {
 /// \param host a dotted IPv4 address, an IPv6 address without brackets, or a DNS name.
 /// \param portMap which ports to use in place of the library's, such as L"631=10631"; null or empty for none.
 /// \return an address for DisposeNetworkAddress(), or null with the thread's last error: 87 for a missing
-/// host
-///     or a port map that cannot be read, 8 when memory runs out.
+///     host or a port map that cannot be read, 8 when memory runs out.
 CorvixAddress* CreateNetworkAddress(const wchar_t* host, const wchar_t* portMap);
 
 /// Lets the address go. Null is ignored.

@@ -54,14 +54,14 @@ extern "C" {
 /// decimal text under the name + ".Expires". Values of other types than VT_BSTR and VT_I4 are not kept.
 ///
 /// \param rootPath a key path of the caller's own; null or empty makes a cache that keeps nothing. The
-/// calling user
-///     must be allowed to write there: what cannot be written is logged and read from the device next time.
+///     calling user must be allowed to write there: what cannot be written is logged and read from the device
+///     next time.
 CORVIXDM_API Corvix::ICacheProvider* CreateRegCacheProvider(const wchar_t* rootPath);
 
 /// Makes a cache that keeps values in the spooler's data of one printer, under the key "UBidiData", and loads
-/// what is there already. \param printer an open printer handle; stays the caller's and stays open for as
-/// long as the provider lives.
-///     Without one (null or INVALID_HANDLE_VALUE) the cache is empty and keeps nothing.
+/// what is there already.
+/// \param printer an open printer handle; stays the caller's and stays open for as long as the provider
+///     lives. Without one (null or INVALID_HANDLE_VALUE) the cache is empty and keeps nothing.
 CORVIXDM_API Corvix::ICacheProvider* CreatePrintDataCacheProvider(HANDLE printer);
 }
 /// @}

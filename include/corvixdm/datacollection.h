@@ -43,9 +43,9 @@ public:
     /// \param name the item's name, optionally with a prefix and ":" before it, and for elements of a walk or
     ///     a table with "." and the element's number after it.
     /// \param value set on success to a new value that the caller clears (VariantClear); left as it was on
-    /// failure. \return S_OK; E_FAIL for a null argument, an unknown item or one that the device does not
-    /// answer; another
-    ///     failure as the device's transport gave it.
+    ///     failure.
+    /// \return S_OK; E_FAIL for a null argument, an unknown item or one that the device does not answer;
+    ///     another failure as the device's transport gave it.
     virtual HRESULT GetValue(const wchar_t* name, VARIANT* value) = 0;
 
     /// Tells how the last successful GetValue() came about. \return S_OK, or S_FALSE when there was none.
@@ -71,8 +71,9 @@ public:
 /// \param address the device; the collection takes its own reference.
 /// \param collection receives the new collection with one reference; untouched on failure.
 /// \param cache where values are kept beyond the collection's life, or null; the collection takes its own
-/// reference. \return S_OK; E_FAIL for a null argument, a document without `DataMaps`, or when no map fits
-/// the device. \throws _com_error with E_OUTOFMEMORY when memory runs out.
+///     reference.
+/// \return S_OK; E_FAIL for a null argument, a document without `DataMaps`, or when no map fits the device.
+/// \throws _com_error with E_OUTOFMEMORY when memory runs out.
 /// @{
 extern "C" {
 /// \param path of the document. A file that does not load gives the loader's own result, S_FALSE included.

@@ -38,8 +38,7 @@ public:
     /// Applies the item's rules to one raw value.
     /// \param raw the value as the device gave it; stays the caller's.
     /// \return a new VARIANT that the caller clears: the replacement text of the rule that matched (VT_BSTR),
-    /// or
-    ///     a copy of `raw` when none did.
+    ///     or a copy of `raw` when none did.
     /// \throws _com_error when a value cannot be copied (its HRESULT) or memory runs out (E_OUTOFMEMORY).
     VARIANT ConvertValue(VARIANT raw) const;
 

@@ -44,7 +44,8 @@ typedef struct CorvixMediaTypesList CorvixMediaTypesList;
 /// Fetches the printer's strings file for a natural language.
 /// \param locale such as L"de".
 /// \param wide receives the file as text, \param content as received. Both are freed by
-/// DisposeStringBuffer(). \return S_OK; 0x80190001 with last error 30 when the file cannot be fetched.
+///     DisposeStringBuffer().
+/// \return S_OK; 0x80190001 with last error 30 when the file cannot be fetched.
 CORVIXDM_API HRESULT GetDeviceLocaleStrings(CorvixAddress* address, const wchar_t* locale, wchar_t** wide,
                                             char** content);
 CORVIXDM_API void DisposeStringBuffer(wchar_t* wide, char* content);
@@ -64,8 +65,7 @@ CORVIXDM_API const wchar_t* FindString(const CorvixStringsMap* strings, const wc
 /// Takes "key, element separator, value, line separator, ..." apart and adds the pairs to the map. A key that
 /// comes again keeps its last value.
 /// \param keyTrim, valueTrim how many characters are cut from either end of a key and of a value, such as 1
-/// for
-///     quotes.
+///     for quotes.
 /// \return S_OK, also when nothing was found; E_FAIL for an empty text.
 CORVIXDM_API HRESULT ParseStringsToMap(const wchar_t* text, const wchar_t* elementSeparator,
                                        const wchar_t* lineSeparator, CorvixStringsMap* strings, int keyTrim,

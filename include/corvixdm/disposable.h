@@ -22,7 +22,7 @@ public:
     virtual long Dispose() = 0;
 
     /// \return a text that names the object's class in log lines; the object's own, valid as long as it
-    /// lives.
+    ///     lives.
     virtual const wchar_t* GetTypeName() = 0;
 
 protected:

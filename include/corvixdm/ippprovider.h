@@ -51,9 +51,11 @@ public:
     /// \param jobQuery 0 asks for printer attributes, else for those of the job at `jobUri`.
     /// \param value set to a VT_BSTR on success, which the caller clears.
     /// \param jobUri the job, or null; for a printer query it replaces the printer's URI when it is not
-    /// empty. \param resource the resource path of the request, or null for the provider's own. \param
-    /// securityFlags WinINet request flags; 0 takes the provider's own where the printer is secure. \param
-    /// useCache 1 answers from the cache when it holds `attributeKey`, and adds what a printer query brings.
+    ///     empty.
+    /// \param resource the resource path of the request, or null for the provider's own.
+    /// \param securityFlags WinINet request flags; 0 takes the provider's own where the printer is secure.
+    /// \param useCache 1 answers from the cache when it holds `attributeKey`, and adds what a printer query
+    ///     brings.
     /// \param attributeKey the one attribute whose value is wanted; " " for the last of those requested.
     virtual HRESULT GetIPPValue(const char* requestedAttributes, int jobQuery, VARIANT* value,
                                 const char* jobUri, const wchar_t* resource, unsigned securityFlags,
@@ -104,8 +106,7 @@ public:
     /// either it is taken for the only job of its user.
     /// \param whichJobs "completed" or "not-completed".
     /// \return 1 the job still runs (it is among those not completed, or not among the completed ones), 0 it
-    /// is
-    ///     finished or cancelled, E_FAIL the exchange failed.
+    ///     is finished or cancelled, E_FAIL the exchange failed.
     virtual HRESULT GetJobs(IPPRequestBase* request, const char* whichJobs) = 0;
 
     /// Makes a PrintJob() that waits for the printer give up; later ones do not wait either. Any thread.

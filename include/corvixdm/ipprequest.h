@@ -128,8 +128,8 @@ public:
     /// \return S_OK; E_FAIL for null bytes or a size below 1, E_OUTOFMEMORY: nothing was added.
     virtual HRESULT AddIPPRequest(unsigned type, const unsigned char* bytes, int size) = 0;
     /// The same for one attribute of one value that the library encodes: its tag (0x44 keyword, ...), its
-    /// name and the `size` bytes of its value, which may be none. \return as above; E_FAIL also for a null or
-    /// empty name and for a name or value longer than 1023 bytes.
+    /// name and the `size` bytes of its value, which may be none.
+    /// \return as above; E_FAIL also for a null or empty name and for a name or value longer than 1023 bytes.
     virtual HRESULT AddIPPRequest(unsigned type, unsigned char tag, const char* name,
                                   const unsigned char* value, int size) = 0;
 

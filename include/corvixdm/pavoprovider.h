@@ -17,9 +17,9 @@ public:
     ~PavoProvider() override;
 
     /// Looks up the URI of a resource type in the discovery tree; arguments and results as those of
-    /// GetValue(). \param lifespan how old the discovery tree may be, in tenths of a second; 0 takes one of
-    /// any age. \return S_FALSE when the tree does not list the type; E_FAIL for a null type or one that
-    /// holds a '"'.
+    /// GetValue().
+    /// \param lifespan how old the discovery tree may be, in tenths of a second; 0 takes one of any age.
+    /// \return S_FALSE when the tree does not list the type; E_FAIL for a null type or one that holds a '"'.
     virtual HRESULT GetResourceURI(const wchar_t* resourceType, wchar_t* text, unsigned textChars,
                                    unsigned* neededChars, unsigned lifespan) = 0;
 };
@@ -29,8 +29,7 @@ public:
 extern "C" {
 /// Makes the provider for a device. Fetches the discovery tree.
 /// \return the provider with one reference, owned by the caller; null for a null address, and for a device
-/// whose
-///     discovery tree does not list the product configuration.
+///     whose discovery tree does not list the product configuration.
 /// \throws _com_error with E_OUTOFMEMORY when memory runs out.
 CORVIXDM_API Corvix::PavoProvider* CreatePavoProvider(Corvix::Address* address);
 }

@@ -45,8 +45,7 @@ enum class RequestStatus : unsigned {
 /// @{
 extern "C" {
 /// \param value empty (VT_EMPTY) on entry; receives the value, which the caller clears (VariantClear). Left
-/// as it was
-///     on failure. One that is not empty is a value to write, as for SetValueFromSingleRequest().
+///     as it was on failure. One that is not empty is a value to write, as for SetValueFromSingleRequest().
 CORVIXDM_API HRESULT GetValueFromSingleRequest(Corvix::Address* address, const wchar_t* document,
                                                VARIANT* value);
 /// \param value the value to write: a VT_INT.

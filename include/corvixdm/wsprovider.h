@@ -40,8 +40,7 @@ public:
 extern "C" {
 /// Makes the provider for a device. Asks the device for its identity.
 /// \return the provider with one reference, owned by the caller; null for a null address, and for a device
-/// that does
-///     not answer with a device id.
+///     that does not answer with a device id.
 /// \throws _com_error with E_OUTOFMEMORY when memory runs out.
 CORVIXDM_API Corvix::WSProvider* CreateWSProvider(Corvix::Address* address);
 }

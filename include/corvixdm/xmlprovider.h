@@ -29,8 +29,7 @@ public:
     /// \param useCache whether a document fetched before may answer.
     /// \param lifespan how old such a document may be, in tenths of a second; 0 takes one of any age.
     /// \return S_OK; S_FALSE when the XPath selects nothing (`text` untouched); E_OUTOFMEMORY when `text` is
-    /// too
-    ///     small; another failure when the resource cannot be fetched or parsed (outputs untouched).
+    ///     too small; another failure when the resource cannot be fetched or parsed (outputs untouched).
     virtual HRESULT GetValue(const wchar_t* uri, const wchar_t* xpath, wchar_t* text, unsigned textChars,
                              unsigned* neededChars, bool useCache, unsigned lifespan) = 0;
 

@@ -28,8 +28,9 @@ HRESULT StrWcsCpy(const wchar_t* source);
 const wchar_t* ErrorMessage(HRESULT error);
 
 /// Searches `text` for a pattern (ECMAScript) and sets `result` to a sub-match of the first match, empty when
-/// there is none. \return whether the result has anything in it; false for missing arguments, a group below 0
-/// or a pattern that is none, which leave the result alone.
+/// there is none.
+/// \return whether the result has anything in it; false for missing arguments, a group below 0 or a pattern
+///     that is none, which leave the result alone.
 bool CaptureSubString(const wchar_t* text, std::wstring* result, const wchar_t* pattern, int group);
 
 }  // namespace Corvix

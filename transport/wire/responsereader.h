@@ -43,8 +43,8 @@ public:
     // `toHead` tells that the request's method was HEAD, whose response never has a body.
     ResponseReader(const ResponseLimits& limits, bool toHead) : limits_(limits), toHead_(toHead) {}
 
-    // Takes in up to all the bytes; stops where the response is complete or faulty. \return how many were
-    // taken.
+    // Takes in up to all the bytes; stops where the response is complete or faulty.
+    // \return how many were taken.
     size_t Feed(std::string_view bytes);
     // The connection has ended: completes a response that is delimited by that, else it is truncated.
     void End();

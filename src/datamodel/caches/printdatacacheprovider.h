@@ -18,8 +18,8 @@ public:
     static DisposablePtr<PrintDataCacheProvider> Create(HANDLE printer);
 
     bool HasPrinter() const { return printer_ != INVALID_HANDLE_VALUE; }
-    /// Puts what is fresh and in the map into the store. \return S_FALSE when there is neither an item nor a
-    /// value.
+    /// Puts what is fresh and in the map into the store.
+    /// \return S_FALSE when there is neither an item nor a value.
     HRESULT FillDataMapSpec(const DataMapSpec* spec, ValueStore& target) const;
 
     HRESULT GetDataValue(const wchar_t* name, VARIANT* value) override;

@@ -34,7 +34,8 @@ protected:
     ~DataCollectionImpl() override;
 
     /// Converts a raw value by the item's rules and, unless the item is transient, stores it under `key` (an
-    /// empty key stores nothing). \return the converted value.
+    /// empty key stores nothing).
+    /// \return the converted value.
     /// \throws _com_error when a value cannot be copied or memory runs out.
     KyUtils::Variant ConvertAndStore(const DataItemSpec& item, std::wstring_view key,
                                      const KyUtils::Variant& raw);

@@ -64,9 +64,9 @@ public:
                            unsigned long milliseconds);
 
     /// Sends one piece of a streamed Print-Job. The first call begins the exchange and sends the attributes
-    /// ahead of the piece, each as a chunk of its own; so does the first call after a failure. \param last
-    /// ends the body; the piece may then be empty. \param chunked announces the chunks in the header; without
-    /// it the record's own extra headers do so.
+    /// ahead of the piece, each as a chunk of its own; so does the first call after a failure.
+    /// \param last ends the body; the piece may then be empty.
+    /// \param chunked announces the chunks in the header; without it the record's own extra headers do so.
     HRESULT SendPrintJobRequest(IPPRequestBase* record, bool secure, const unsigned char* piece,
                                 unsigned long length, bool last, bool chunked);
     /// The same for Send-Document.

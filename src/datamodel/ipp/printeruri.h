@@ -35,8 +35,8 @@ std::wstring CreatePrinterURIAttribute(Address& address, const std::wstring& res
 
 /// Chooses among the URIs that a printer advertises, a comma-separated list in its order: the only one; else
 /// the first "ipp" one; for a secure provider the "ipps" one on the address's port, or the first "ipps" one,
-/// to whose port the address is then set. \return S_OK with `uri` set, or E_FAIL, which leaves it as it was,
-/// when none fits.
+/// to whose port the address is then set.
+/// \return S_OK with `uri` set, or E_FAIL, which leaves it as it was, when none fits.
 HRESULT GetSupportedPrinterUri(Address& address, std::wstring_view advertised, bool secure,
                                std::wstring& uri);
 

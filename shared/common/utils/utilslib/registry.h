@@ -20,8 +20,8 @@ public:
         if (key_) RegCloseKey(key_);
     }
 
-    /// Opens an existing key in place of the one held. \return the registry's error code; on failure none is
-    /// held.
+    /// Opens an existing key in place of the one held.
+    /// \return the registry's error code; on failure none is held.
     LSTATUS Open(HKEY parent, const wchar_t* path, REGSAM access) noexcept {
         return RegOpenKeyExW(parent, path, 0, access, Receive());
     }

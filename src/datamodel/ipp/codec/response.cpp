@@ -197,8 +197,8 @@ void Response::GrowSlots() {
     }
 }
 
-/// Appends the values at the end of the path, in the order of arrival. \return whether there is anything
-/// there.
+/// Appends the values at the end of the path, in the order of arrival.
+/// \return whether there is anything there.
 bool Response::AppendTexts(const NameEntry& entry, const Path& path, std::string& text) const {
     Joiner joiner(text);
     bool found = false;
