@@ -1,5 +1,6 @@
 #include "datamodel/collection/valuestore.h"
 
+#include <iterator>
 #include <utility>
 
 #include "utilslib/clock.h"
@@ -7,12 +8,9 @@
 namespace Corvix {
 
 void ValueStore::Put(std::wstring_view name, StoredValue value) {
-    const auto found = values_.find(name);
-    if (found != values_.end()) {
-        found->second = std::move(value);
-    } else {
-        values_.emplace(name, std::move(value));
-    }
+    const auto at = values_.try_emplace(successor_, std::wstring(name));
+    at->second = std::move(value);
+    successor_ = std::next(at);
 }
 
 const StoredValue* ValueStore::FindFresh(std::wstring_view name) const {
@@ -24,7 +22,14 @@ const StoredValue* ValueStore::FindFresh(std::wstring_view name) const {
 
 void ValueStore::Remove(std::wstring_view name) {
     const auto found = values_.find(name);
-    if (found != values_.end()) values_.erase(found);
+    if (found == values_.end()) return;
+    if (found == successor_) ++successor_;
+    values_.erase(found);
+}
+
+void ValueStore::Clear() {
+    values_.clear();
+    successor_ = values_.end();
 }
 
 CachedValueMap ValueStore::View() const {

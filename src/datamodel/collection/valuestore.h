@@ -24,6 +24,10 @@ struct StoredValue {
 /// Values by name; owns them. One thread at a time.
 class ValueStore {
 public:
+    ValueStore() = default;
+    ValueStore(const ValueStore&) = delete;
+    ValueStore& operator=(const ValueStore&) = delete;
+
     /// Replaces an older value of that name.
     void Put(std::wstring_view name, StoredValue value);
     /// The entry of exactly this name while it is fresh, or null. A stale entry stays.
@@ -31,11 +35,14 @@ public:
     /// All entries as cache providers take them; valid while the store is unchanged.
     CachedValueMap View() const;
     void Remove(std::wstring_view name);
-    void Clear() { values_.clear(); }
+    void Clear();
     size_t Count() const { return values_.size(); }
 
 private:
     std::map<std::wstring, StoredValue, std::less<>> values_;
+    // What follows the value put last. The elements of a sequence come in the order of their names, so most
+    // values belong right before it and need not be searched for.
+    std::map<std::wstring, StoredValue, std::less<>>::iterator successor_ = values_.end();
 };
 
 }  // namespace Corvix

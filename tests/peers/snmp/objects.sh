@@ -26,13 +26,16 @@ is_after() {
 
 # next_of NAME: leaves the number of the object that follows in $found.
 next_of() {
+    local low=0 high=${#names[@]} middle
     if [ -n "${index[$1]:-}" ]; then
         found=$((index[$1] + 1))
         return
     fi
-    for ((found = 0; found < ${#names[@]}; found++)); do
-        is_after "${names[found]}" "$1" && return
+    while ((low < high)); do
+        middle=$(((low + high) / 2))
+        if is_after "${names[middle]}" "$1"; then high=$middle; else low=$((middle + 1)); fi
     done
+    found=$low
 }
 
 answer() {
