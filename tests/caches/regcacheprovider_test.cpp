@@ -176,6 +176,35 @@ TEST_F(RegCacheProviderTest, LoadsOnlyItemsThatTheMapFetches) {
     EXPECT_TRUE(store.FindFresh(L"Known"));
 }
 
+TEST_F(RegCacheProviderTest, LoadsElementsAndWhatWasAskedForUnderAPrefix) {
+    const unsigned lifespan = 10;
+    AddItem(L"Plain", lifespan);
+    AddItem(L"Dotted.Name", lifespan);
+    map->AddDataItemSpec(L"Walk", NextOIDDataItemSpec::CreateNextOidDataItemSpec(
+                                      L"Walk", L"1.3", nullptr, false, nullptr, lifespan, nullptr, true, 0));
+    map->AddDataItemSpec(
+        L"Table", OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(L"Table", L"1.3.N", nullptr, false, nullptr,
+                                                                 lifespan, nullptr, true, 0, L"1"));
+    struct Case {
+        const wchar_t* name;
+        bool loaded;
+    };
+    const Case cases[] = {
+        {L"Walk", true},        {L"Walk.001", true},    {L"Tray:Walk.1234", true}, {L"Table.000", true},
+        {L"x:Plain", true},     {L"Dotted.Name", true}, {L"x:Dotted.Name", true},  {L"Plain.001", false},
+        {L"Dotted.001", false}, {L"Gone.001", false},   {L"Walk:Gone", false},     {L".001", false},
+    };
+    const Variant value = Variant::FromI4(1);
+    for (const Case& c : cases)
+        provider->SetDataValue(c.name, value.Get(), Now());
+    Populate();
+    for (const Case& c : cases)
+        EXPECT_EQ(store.FindFresh(c.name) != nullptr, c.loaded) << c.name;
+    TestClock::Advance(lifespan * TestClock::lifespanUnit + 1);
+    Populate();
+    EXPECT_EQ(store.Count(), 0u) << "elements grow as old as their item says";
+}
+
 TEST_F(RegCacheProviderTest, ReadsValuesOfAnyRegistryType) {
     const BYTE bytes[] = {0x2A, 0, 0, 0, 9, 9, 9, 9};
     struct Case {

@@ -4,6 +4,7 @@
 
 #include "datamodel/snmp/oidproviderimpl.h"
 #include "support/dom.h"
+#include "support/fakecache.h"
 #include "support/fakemib.h"
 #include "support/testclock.h"
 
@@ -11,6 +12,7 @@ namespace Corvix {
 namespace {
 
 using CorvixTest::FakeAgent;
+using CorvixTest::MibValue;
 using CorvixTest::TestClock;
 using KyUtils::Variant;
 using testing::ElementsAre;
@@ -367,6 +369,40 @@ TEST_F(OidDataMapperTest, DoesNotTakeAnInterruptedWalkForTheWhole) {
     Variant value;
     EXPECT_EQ(mapper->GetValue(L"W", value.Receive()), agent->failure);
     EXPECT_EQ(Stored(L"W"), L"none");
+}
+
+/// The name of a sequence in a cache says to later collections that all its elements are there.
+TEST_F(OidDataMapperTest, HandsOnlyWholeSequencesToTheCache) {
+    struct Case {
+        const char* what;
+        MibValue second;
+        int failingCall;
+        HRESULT failure;
+        bool whole;
+    };
+    const Case cases[] = {
+        {"texts", L"v2", 0, S_OK, true},
+        {"a number", 2L, 0, S_OK, true},
+        {"octets, which caches do not keep", std::vector<unsigned char>{1, 2}, 0, S_OK, false},
+        {"an error of the agent", L"v2", 4, E_FAIL, false},
+        {"silence", L"v2", 4, HRESULT_FROM_WIN32(WSAETIMEDOUT), false},
+        {"the end of the view", L"v2", 4, HRESULT_FROM_WIN32(ERROR_NOT_FOUND), true},
+    };
+    AddWalk(L"W", L"1.3.1", true, 0);
+    AddColumn(L"1.3.1", 3);
+    for (const Case& c : cases) {
+        Renew();
+        agent->Add(L"1.3.1.2", c.second);
+        agent->failingCall = c.failingCall;
+        agent->failure = c.failure;
+        const DisposablePtr<CorvixTest::FakeCache> cache(new CorvixTest::FakeCache);
+        mapper->SetCacheProvider(cache.Get());
+        EXPECT_EQ(Read(L"x:W"), L"x:W.###") << c.what;
+        EXPECT_EQ(Read(L"x:W.1"), L"v1") << c.what;
+        mapper.Reset();
+        EXPECT_EQ(cache->written.count(L"x:W") == 1, c.whole) << c.what;
+        EXPECT_EQ(cache->written.count(L"x:W.001"), 1u) << c.what;
+    }
 }
 
 /// Every request, with the device failing at each call in turn: a value or a failure, never a wrong value.

@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "datamodel/collection/itemname.h"
 #include "utilslib/clock.h"
 
 namespace Corvix {
@@ -28,6 +29,25 @@ std::optional<std::uint64_t> ParseTimeStamp(std::wstring_view text) {
         number = number * 10 + digit;
     }
     return number;
+}
+
+const DataItemSpec* FindItem(const DataMapSpec& map, std::wstring_view name) {
+    return dynamic_cast<const DataItemSpec*>(map.GetDataItemSpec(std::wstring(name).c_str()));
+}
+
+bool HasElements(const DataItemSpec* item) {
+    return dynamic_cast<const NextOIDDataItemSpec*>(item) || dynamic_cast<const OIDGetDataItemsSpec*>(item);
+}
+
+/// The item that a kept value is of: "Tray:InputTray.003" is an element of the item "InputTray".
+const DataItemSpec* ItemOf(const DataMapSpec& map, std::wstring_view name) {
+    if (const DataItemSpec* item = FindItem(map, name)) return item;
+    const std::wstring_view bare = SplitItemName(name).item;
+    if (const DataItemSpec* item = FindItem(map, bare)) return item;
+    const size_t dot = bare.find(L'.');
+    if (dot == std::wstring_view::npos) return nullptr;
+    const DataItemSpec* item = FindItem(map, bare.substr(0, dot));
+    return HasElements(item) ? item : nullptr;
 }
 
 }  // namespace
@@ -59,7 +79,7 @@ HRESULT CachedValues::FillDataMapSpec(const DataMapSpec* spec, ValueStore& targe
         const auto companion = values_.find(ExpiresName(name));
         if (companion == values_.end()) continue;
         const auto timeStamp = ParseTimeStamp(companion->second.Text());
-        const auto* item = dynamic_cast<const DataItemSpec*>(spec->GetDataItemSpec(name.c_str()));
+        const DataItemSpec* item = ItemOf(*spec, name);
         if (!timeStamp || !item || KyUtils::IsExpired(*timeStamp, item->GetLifespan())) continue;
         target.Put(
             name, {KyUtils::Variant::Copy(value.Get()), *timeStamp, item->GetLifespan(), ValueSource::Cache});

@@ -74,6 +74,9 @@ bool IsSilence(HRESULT result) {
     return result == HRESULT_FROM_WIN32(WSAETIMEDOUT) || result == HRESULT_FROM_WIN32(ERROR_TIMEOUT);
 }
 
+/// Whether a cache keeps values of this type.
+bool IsKept(VARTYPE type) { return type == VT_BSTR || type == VT_I4; }
+
 }  // namespace
 
 /// One request for a walk or a table, or for an element of it.
@@ -102,6 +105,14 @@ struct OIDDataMapper::Sequence {
 
 OIDDataMapper::OIDDataMapper(DisposablePtr<OIDProvider> provider, DisposablePtr<DataMapSpec> map)
     : DataCollectionImpl(std::move(map)), provider_(std::move(provider)) {}
+
+/// The name of a sequence in a cache says that all its elements are there.
+OIDDataMapper::~OIDDataMapper() {
+    for (const auto* keys : {&incomplete_, &unkept_}) {
+        for (const std::wstring& key : *keys)
+            Store().Remove(key);
+    }
+}
 
 DisposablePtr<DataCollectionImpl> OIDDataMapper::Create(DisposablePtr<OIDProvider> provider,
                                                         DisposablePtr<DataMapSpec> map) {
@@ -274,6 +285,7 @@ HRESULT OIDDataMapper::ReadElement(Sequence& sequence, int index, const wchar_t*
 void OIDDataMapper::TakeElement(Sequence& sequence, int index, KyUtils::Variant raw) {
     KyUtils::Variant converted = ConvertAndStore(sequence.item, sequence.Key(GetSequenceString(index)), raw);
     ++sequence.count;
+    if (!IsKept(converted->vt)) unkept_.insert(sequence.Key({}));
     if (sequence.wanted != index) return;
     sequence.found = std::move(converted);
     sequence.foundRaw = std::move(raw);

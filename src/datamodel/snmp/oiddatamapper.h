@@ -48,6 +48,7 @@ private:
     struct Sequence;
 
     OIDDataMapper(DisposablePtr<OIDProvider> provider, DisposablePtr<DataMapSpec> map);
+    ~OIDDataMapper() override;
 
     DataNode GetDataNode(std::wstring_view name) const;
     HRESULT Fetch(const wchar_t* name, const DataNode& node, VARIANT* value);
@@ -69,6 +70,8 @@ private:
     DisposablePtr<OIDProvider> provider_;
     // Keys of the sequences that were last fetched with failures.
     std::set<std::wstring> incomplete_;
+    // Keys of the sequences with elements of types that caches do not keep.
+    std::set<std::wstring> unkept_;
 };
 
 }  // namespace Corvix
