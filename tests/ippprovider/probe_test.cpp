@@ -1,4 +1,4 @@
-// The probe for a device, against real ports of loopback addresses of this test's own.
+// The probe for a device, against real ports. Each test has a loopback address of its own: they run side by side.
 #include "listener.h"
 // Winsock's header comes before every other that includes windows.h.
 #include "datamodel/ipp/deviceprobe.h"
@@ -10,8 +10,7 @@ namespace {
 
 using namespace Testing;
 
-constexpr const char* host = "127.0.97.31";
-const std::wstring wideHost = L"127.0.97.31";
+std::wstring Wide(const std::string& text) { return {text.begin(), text.end()}; }
 
 TEST(DeviceProbe, RefusesWhatIsNoAddress) {
     for (const wchar_t* text : {L"", L"localhost", L"printer.example", L"USB001", L"256.0.0.1", L"1.2.3",
@@ -31,12 +30,13 @@ TEST(DeviceProbe, AnIpv6HostIsTriedAtThePortGiven) {
 }
 
 TEST(DeviceProbe, AnIpv4HostIsTriedAt631UnlessThePortIsExactly80) {
-    const Listener listener(host, 631);
+    const std::string host = "127.0.97.31";
+    const Listener listener(host.c_str(), 631);
     if (!listener) GTEST_SKIP() << "port 631 cannot be taken";
-    EXPECT_TRUE(DeviceExists(wideHost, L"631"));
-    EXPECT_TRUE(DeviceExists(wideHost, L"8080"));
-    EXPECT_TRUE(DeviceExists(wideHost, L"080"));
-    EXPECT_FALSE(DeviceExists(wideHost, L"80"));
+    EXPECT_TRUE(DeviceExists(Wide(host), L"631"));
+    EXPECT_TRUE(DeviceExists(Wide(host), L"8080"));
+    EXPECT_TRUE(DeviceExists(Wide(host), L"080"));
+    EXPECT_FALSE(DeviceExists(Wide(host), L"80"));
 }
 
 TEST(DeviceProbe, EndsWhenItIsInterrupted) {
@@ -55,8 +55,8 @@ TEST(DeviceProbe, EndsWhenItIsInterrupted) {
 
 class ProbedCreationTest : public PrinterTest {
 protected:
-    DWORD ErrorOfCreation() {
-        Printer().device->host = wideHost;
+    DWORD ErrorOfCreation(const std::string& host) {
+        Printer().device->host = Wide(host);
         SetLastError(0);
         EXPECT_FALSE(Printer().Provider());
         return GetLastError();
@@ -64,20 +64,22 @@ protected:
 };
 
 TEST_F(ProbedCreationTest, TellsADeviceWithoutIppFromNoDevice) {
-    EXPECT_EQ(ErrorOfCreation(), static_cast<DWORD>(IPPError::NotReachable));
-    const Listener listener(host, 80);
+    const std::string host = "127.0.97.33";
+    EXPECT_EQ(ErrorOfCreation(host), static_cast<DWORD>(IPPError::NotReachable));
+    const Listener listener(host.c_str(), 80);
     if (!listener) GTEST_SKIP() << "port 80 cannot be taken";
-    EXPECT_EQ(ErrorOfCreation(), static_cast<DWORD>(IPPError::NotSupported));
+    EXPECT_EQ(ErrorOfCreation(host), static_cast<DWORD>(IPPError::NotSupported));
     EXPECT_EQ(Printer().Exchanges(), 0u);
 }
 
 TEST_F(ProbedCreationTest, AsksTheDeviceThatListens) {
-    const Listener listener(host, 631);
+    const std::string host = "127.0.97.34";
+    const Listener listener(host.c_str(), 631);
     if (!listener) GTEST_SKIP() << "port 631 cannot be taken";
-    Printer().device->host = wideHost;
+    Printer().device->host = Wide(host);
     const DisposablePtr<IPPProvider> provider = Printer().Provider();
     ASSERT_TRUE(provider);
-    EXPECT_EQ(Printer().LastRequest()["printer-uri"], "ipp://127.0.97.31:631/ipp/print");
+    EXPECT_EQ(Printer().LastRequest()["printer-uri"], "ipp://127.0.97.34:631/ipp/print");
 }
 
 }  // namespace
