@@ -12,6 +12,7 @@
 #include "corvixdm/corvixdm.h"
 #include "support/fakecache.h"
 #include "support/faketransport.h"
+#include "support/ippbytes.h"
 #include "support/tempfile.h"
 
 namespace Corvix {
@@ -181,6 +182,45 @@ TEST_F(DataCollectionApiTest, RefusesMissingArguments) {
         << "empty";
     EXPECT_EQ(CreateDataCollectionFromDataMapSpecsCollection(to, maps, nullptr, nullptr), E_FAIL);
     DataMapSpecCollection::Dispose(maps);
+}
+
+// A device that speaks the print contract answers other maps than the Pavo one, although it has the
+// resources.
+TEST_F(DataCollectionApiTest, TakesThePavoMapOnlyWithoutAPrintContract) {
+    using Ipp::Testing::Integer;
+    using Ipp::Testing::Keyword;
+    constexpr const wchar_t* pavoFirst =
+        L"<DataMaps><XMLDataMap Protocol='Pavo'/><XMLDataMap Protocol='PLSXML'/></DataMaps>";
+    constexpr const wchar_t* pavoAlone = L"<DataMaps><XMLDataMap Protocol='Pavo'/></DataMaps>";
+    const struct {
+        const char* what;
+        CorvixTest::HttpAnswer ipp;
+        bool hasContract;
+    } cases[] = {
+        {"no IPP", {404, {}}, false},
+        {"IPP that cannot be read", {200, "x"}, false},
+        {"another printer", {200, Ipp::Testing::Body(Keyword("printer-name", "p"))}, false},
+        {"an empty version", {200, Ipp::Testing::Body(Keyword("veyra-pc-version-major", ""))}, false},
+        {"a version", {200, Ipp::Testing::Body(Keyword("veyra-pc-version-major", "2"))}, true},
+        {"a number", {200, Ipp::Testing::Body(Integer("veyra-pc-version-major", 0))}, true},
+    };
+    device->host = L"USB001";  // which, other than a host, is not probed for an open port
+    device->resources[L"/DevMgmt/DiscoveryTree.xml"] = {
+        200,
+        "<t xmlns:dd='d'><s><dd:ResourceType>pavo:veyraPavoProductConfigDyn</dd:ResourceType>"
+        "<dd:ResourceURI>/config.xml</dd:ResourceURI></s></t>"};
+    for (const auto& [what, ipp, hasContract] : cases) {
+        SCOPED_TRACE(what);
+        device->resources[L"/ipp/printer"] = ipp;
+        DisposablePtr<DataCollection> made;
+        ASSERT_EQ(CreateDataCollectionFromXML(address.Get(), pavoFirst, made.Receive(), nullptr), S_OK);
+        EXPECT_EQ(made->GetDataMapName(),
+                  hasContract ? L"XMLDataMap[@Protocol='PLSXML']" : L"XMLDataMap[@Protocol='Pavo']");
+        made.Reset();
+        if (hasContract) {
+            EXPECT_EQ(CreateDataCollectionFromXML(address.Get(), pavoAlone, &collection, nullptr), E_FAIL);
+        }
+    }
 }
 
 TEST_F(DataCollectionApiTest, HandsItsValuesToACacheOfTheCallersOwn) {
