@@ -1,7 +1,10 @@
 // How a provider comes to be, and each way in which it does not.
+#include <algorithm>
+
 #include "corvixdm/ippprovider.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "fakeprinter.h"
+#include "support/logsandbox.h"
 #include "utilslib/com.h"
 
 namespace Corvix {
@@ -12,6 +15,8 @@ using CorvixTest::HttpAnswer;
 
 constexpr unsigned flags = 0x803100;
 constexpr DWORD leftAlone = 0x2ABCDEF0;
+constexpr DWORD unreadable = 1280;
+constexpr DWORD httpOk = 200;
 
 DWORD Code(IPPError error) { return static_cast<DWORD>(error); }
 
@@ -26,17 +31,20 @@ protected:
         EXPECT_FALSE(provider);
         return error;
     }
+    /// Of the factory that takes URIs of this scheme.
+    IPPProvider* MakeForUri(const std::wstring& uri) {
+        Address* address = Printer().address.Get();
+        return uri.rfind(L"ipps", 0) == 0 ? CreateSecureIPPPrintProvider(address, uri.c_str(), flags)
+                                          : CreateIPPPrintProvider(address, uri.c_str());
+    }
     DWORD ErrorOfUri(const wchar_t* uri) {
-        return ErrorOf([&] { return CreateIPPPrintProvider(Printer().address.Get(), uri); });
+        return ErrorOf([&] { return MakeForUri(uri); });
     }
     DWORD ErrorOfResource(const char* resource) {
         return ErrorOf([&] { return CreateIPPProvider(Printer().address.Get(), resource); });
     }
-    DisposablePtr<IPPProvider> Secure(const wchar_t* uri) {
-        return DisposablePtr<IPPProvider>(CreateSecureIPPPrintProvider(Printer().address.Get(), uri, flags));
-    }
-    DisposablePtr<IPPProvider> Plain(const wchar_t* uri) {
-        return DisposablePtr<IPPProvider>(CreateIPPPrintProvider(Printer().address.Get(), uri));
+    DisposablePtr<IPPProvider> ForUri(const wchar_t* uri) {
+        return DisposablePtr<IPPProvider>(MakeForUri(uri));
     }
     void Advertise(const std::vector<std::string>& uris) {
         std::string encoded;
@@ -76,6 +84,10 @@ TEST_F(CreationTest, RefusesUrisThatCannotBeAPrinters) {
         const wchar_t* uri;
         DWORD error;
     } cases[] = {{L"ipp://printer:8631/ipp/print", ERROR_UNKNOWN_PORT},
+                 {L"ipps://printer:8631/ipp/print", ERROR_UNKNOWN_PORT},
+                 {L"ipp://[fe80::1]:8631/ipp/print", ERROR_UNKNOWN_PORT},
+                 {L"ipps://printer", Code(IPPError::PathMissing)},
+                 {L"ipps://[fe80::1]:443/a", Code(IPPError::PathTooShort)},
                  {L"ipp://printer:80/ipp/print", ERROR_UNKNOWN_PORT},
                  {L"ipp://printer:631", Code(IPPError::PathMissing)},
                  {L"ipp://printer:631/", Code(IPPError::PathTooShort)},
@@ -99,11 +111,15 @@ TEST_F(CreationTest, TakesThePortAndThePathFromThePrinterUri) {
     } cases[] = {{L"ipp://printer/ipp/print", L"631", L"/ipp/print"},
                  {L"ipp://printer:631/abc", L"631", L"/abc"},
                  {L"ipp://printer:443/ipp/print", L"443", L"/ipp/print"},
+                 {L"ipps://printer:443/ipp/print", L"443", L"/ipp/print"},
+                 {L"ipps://printer/ipp/print/tray 2?x=%20", L"631", L"/ipp/print/tray 2?x=%20"},
+                 {L"ipps://[fe80::1]/ipp/print", L"631", L"/ipp/print"},
+                 {L"ipps://kay:secret@[fe80::1]:443/ipp/print", L"443", L"/ipp/print"},
                  {L"ipp://[fe80::1]:443/ipp/print", L"443", L"/ipp/print"}};
     for (const auto& [uri, port, path] : cases) {
         SCOPED_TRACE(testing::PrintToString(std::wstring(uri)));
         Printer().address->SetPort(L"9");
-        ASSERT_TRUE(Plain(uri));
+        ASSERT_TRUE(ForUri(uri));
         EXPECT_STREQ(Printer().address->GetPort(), port);
         EXPECT_EQ(Printer().device->exchanges.back().uri, path);
     }
@@ -121,8 +137,11 @@ TEST_F(CreationTest, TellsTheStatusOfARefusal) {
                  {503, 503}};
     for (const auto& [status, forUri] : cases) {
         Printer().AnswerAlways(HttpAnswer{status, "no", S_OK, true});
-        EXPECT_EQ(ErrorOfUri(L"ipp://printer/ipp/print"), forUri);
+        for (const wchar_t* uri : {L"ipp://printer/ipp/print", L"ipps://printer:443/ipp/print"})
+            EXPECT_EQ(ErrorOfUri(uri), forUri);
         EXPECT_EQ(ErrorOfResource("/ipp/print"), status);
+        EXPECT_EQ(ErrorOf([&] { return CreateIPPProvider2(Printer().address.Get(), "/ipp/print", "de"); }),
+                  status);
     }
 }
 
@@ -144,7 +163,7 @@ TEST_F(CreationTest, NeedsAnAnswerThatCanBeRead) {
     const std::string bodies[] = {{}, "x", old, Bytes::Body(Text("a", "b")).substr(0, 12)};
     for (const std::string& body : bodies) {
         Printer().AnswerAlways(HttpAnswer{200, body, S_OK, true});
-        ErrorOfResource("/ipp/print");
+        EXPECT_EQ(ErrorOfResource("/ipp/print"), body.empty() ? DWORD{httpOk} : unreadable);
     }
 }
 
@@ -165,6 +184,7 @@ TEST_F(CreationTest, ProbesOnlyLiterals) {
     Printer().device->host = L"printer.example";
     EXPECT_EQ(ErrorOfResource("/ipp/print"), Code(IPPError::NotReachable));
     EXPECT_EQ(ErrorOfUri(L"ipp://printer.example/ipp/print"), Code(IPPError::NotReachable));
+    EXPECT_EQ(ErrorOfUri(L"ipps://printer.example/ipp/print"), Code(IPPError::NotReachable));
     EXPECT_EQ(Printer().Exchanges(), 0u);
 }
 
@@ -215,6 +235,12 @@ TEST_F(CreationTest, ChoosesAmongTheAdvertisedUris) {
         {L"ipp://p:631/ipp/print", {"ipps://a:443/x", "http://a/x", "ipp://a/x"}, "ipp://a/x", L"631"},
         {L"ipp://p:631/ipp/print", {"ipps://a:443/x", "ipps://b/x"}, "ipp://" + built, L"631"},
         {L"ipps://p:631/ipp/print", {}, "ipps://" + built, L"631"},
+        {L"ipps://p:631/ipp/print", {"ipp://a/x"}, "ipp://a/x", L"631"},
+        {L"ipps://p:443/ipp/print",
+         {"ipps://[fe80::1]:631/x", "ipps://[fe80::1]:443/x"},
+         "ipps://[fe80::1]:443/x",
+         L"443"},
+        {L"ipps://p:631/ipp/print", {"ipps://a/x", "ipps://b/x"}, "ipps://a/x", L""},
         {L"ipps://p:631/ipp/print", {"ipp://a/x", "ipps://a:443/x"}, "ipps://a:443/x", L"443"},
         {L"ipps://p:631/ipp/print", {"ipps://a:443/x", "ipps://a:631/x"}, "ipps://a:631/x", L"631"},
         {L"ipps://p:631/ipp/print", {"ipps://a:443/x", "ipps://b:444/x"}, "ipps://a:443/x", L"443"},
@@ -224,11 +250,61 @@ TEST_F(CreationTest, ChoosesAmongTheAdvertisedUris) {
         SCOPED_TRACE(testing::PrintToString(std::wstring(uri)) + testing::PrintToString(advertised));
         Renew();
         if (!advertised.empty()) Advertise(advertised);
-        const DisposablePtr<IPPProvider> provider =
-            std::wstring(uri).rfind(L"ipps", 0) == 0 ? Secure(uri) : Plain(uri);
+        const DisposablePtr<IPPProvider> provider = ForUri(uri);
         ASSERT_TRUE(provider);
         EXPECT_EQ(UriOf(*provider), chosen);
         EXPECT_STREQ(Printer().address->GetPort(), port);
+    }
+}
+
+TEST_F(CreationTest, TheOrderOfTheAdvertisedUrisDecidesOnlyAmongThoseOfOneScheme) {
+    std::vector<std::string> advertised = {"http://a/x", "https://a/x", "ipp://a/x", "ipps://a:443/x"};
+    do {
+        SCOPED_TRACE(testing::PrintToString(advertised));
+        Renew();
+        Advertise(advertised);
+        const DisposablePtr<IPPProvider> plain = ForUri(L"ipp://p/ipp/print");
+        const DisposablePtr<IPPProvider> secure = ForUri(L"ipps://p/ipp/print");
+        ASSERT_TRUE(plain && secure);
+        EXPECT_EQ(UriOf(*plain), "ipp://a/x");
+        EXPECT_EQ(UriOf(*secure), "ipps://a:443/x");
+    } while (std::next_permutation(advertised.begin(), advertised.end()));
+}
+
+TEST_F(CreationTest, KeepsTheUriItUsedWhereThePrinterAdvertisesNone) {
+    constexpr const char* name = "printer-uri-supported";
+    const std::string answers[] = {Bytes::Integer(name, 5), Bytes::Keyword(name, "none"),
+                                   Bytes::Value(0x45, name, ""), Bytes::Value(0x12, name, ""),
+                                   Bytes::Begin(name) + Bytes::End()};
+    for (const std::string& answer : answers) {
+        SCOPED_TRACE(&answer - answers);
+        Printer().attributes[name] = answer;
+        const DisposablePtr<IPPProvider> provider = ForUri(L"ipp://p/ipp/print");
+        ASSERT_TRUE(provider);
+        EXPECT_EQ(UriOf(*provider), "ipp://localhost:80/ipp/print");
+    }
+}
+
+TEST_F(CreationTest, SaysWhyInTheLog) {
+    const std::string old = Bytes::Byte(1) + Bytes::Byte(1) + Bytes::Body("").substr(2);
+    const struct {
+        const wchar_t* host;
+        HttpAnswer answer;
+        const wchar_t* line;
+    } cases[] = {
+        {L"printer.example", {}, L"IPP support is not present in the device"},
+        {L"USB001", {401, "no"}, L"The IPP exchange failed with 401"},
+        {L"USB001", {200, {}, E_ABORT}, L"The IPP exchange failed with 64"},
+        {L"USB001", {200, old}, L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) cretae failed"},
+        {L"USB001", {200, Bytes::Body("").substr(0, 5)}, L"The IPP response is malformed at byte"},
+    };
+    for (const auto& [host, answer, line] : cases) {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(line)));
+        const CorvixTest::LogSandbox log;
+        Printer().device->host = host;
+        Printer().AnswerAlways(answer);
+        ErrorOfUri(L"ipps://printer/ipp/print");
+        EXPECT_THAT(log.Lines(), testing::Contains(testing::HasSubstr(line)));
     }
 }
 

@@ -208,6 +208,73 @@ TEST_F(DeviceInfoTest, ACollectionIsUntouchedWithoutAFile) {
     DisposeStringCollection(strings, nullptr);
 }
 
+// Each function, asked of a printer that does not help.
+TEST_F(DeviceInfoTest, AFailureLeavesItsReasonAndNothingElse) {
+    Output<wchar_t> wide;
+    Output<char> content;
+    StringsMap strings;
+    MediaTypesList types;
+    const auto address = [this] { return Printer().address.Get(); };
+    const std::function<HRESULT()> calls[] = {
+        [&] { return GetDeviceLocaleStrings(address(), L"de", &wide.text, &content.text); },
+        [&] { return GetDeviceLocaleStringsCollection(address(), L"de", &strings, &content.text); },
+        [&] { return GetMediaTypesList(address(), &types); },
+        [&] { return GetMediaTypesString(address(), &wide.text); },
+        [&] { return GetPrinterStringsUri(address(), L"de", &wide.text); },
+        [&] { return GetDeviceIDStringItem(address(), L"MFG", &wide.text); },
+    };
+    constexpr DWORD anyError = 0;
+    constexpr DWORD unreadable = 1280;
+    const struct {
+        HttpAnswer answer;
+        DWORD error;
+    } cases[] = {{{400, "no"}, 400},
+                 {{401, "no"}, 401},
+                 {{404, "no"}, 404},
+                 {{405, "no"}, 405},
+                 {{426, "no"}, 426},
+                 {{200, {}, E_ABORT}, ERROR_NETNAME_DELETED},
+                 {{200, {}, S_OK, false}, ERROR_NETNAME_DELETED},
+                 {{200, {}}, anyError},
+                 {{200, "garbage"}, unreadable},
+                 {{200, Bytes::Byte(1) + Bytes::Byte(1) + Bytes::Body("").substr(2)}, unreadable},
+                 {{200, Bytes::Body("")}, anyError}};
+    for (const auto& [answer, error] : cases) {
+        SCOPED_TRACE(&answer - &cases[0].answer);
+        Printer().AnswerAlways(answer);
+        for (const auto& call : calls) {
+            SetLastError(0);
+            EXPECT_EQ(call(), E_FAIL) << &call - calls;
+            const DWORD left = GetLastError();
+            EXPECT_TRUE(error == anyError || left == error) << left << " by " << &call - calls;
+        }
+        EXPECT_EQ(Printer().address->GetRefCount(), 1);
+    }
+    EXPECT_TRUE(wide.IsUntouched() && content.IsUntouched() && strings.empty() && types.empty());
+}
+
+TEST_F(DeviceInfoTest, FailsWithTheTransportAtEveryCall) {
+    const auto serve = [this] {
+        for (const char* known : {"generated-natural-language-supported", "natural-language-configured"})
+            Printer().attributes[known] = Bytes::Keyword(known, "de");
+        Serve("/de", HttpAnswer{200, "\"a\" = \"b\";\n", S_OK, true});
+    };
+    serve();
+    LocaleStrings();
+    const int callsNeeded = Printer().device->calls;
+    EXPECT_GE(callsNeeded, 8);
+    for (int call = 1; call <= callsNeeded; ++call) {
+        SCOPED_TRACE(call);
+        Renew();
+        serve();
+        Printer().device->failingCall = call;
+        Output<wchar_t> wide;
+        Output<char> content;
+        EXPECT_LT(GetDeviceLocaleStrings(Printer().address.Get(), L"de", &wide.text, &content.text), 0);
+        EXPECT_TRUE(wide.IsUntouched() && content.IsUntouched());
+    }
+}
+
 TEST_F(DeviceInfoTest, MissingArgumentsAreInvalid) {
     Address* address = Printer().address.Get();
     Output<wchar_t> wide;

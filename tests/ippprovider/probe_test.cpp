@@ -82,5 +82,15 @@ TEST_F(ProbedCreationTest, AsksTheDeviceThatListens) {
     EXPECT_EQ(Printer().LastRequest()["printer-uri"], "ipp://127.0.97.34:631/ipp/print");
 }
 
+TEST_F(ProbedCreationTest, AsksAtAnIpv6Address) {
+    const Listener listener("::1", 631);
+    if (!listener) GTEST_SKIP() << "port 631 of ::1 cannot be taken";
+    Printer().device->host = L"::1";
+    const DisposablePtr<IPPProvider> provider(
+        CreateIPPPrintProvider(Printer().address.Get(), L"ipp://[::1]/ipp/print"));
+    ASSERT_TRUE(provider);
+    EXPECT_EQ(Printer().LastRequest()["printer-uri"], "ipp://[::1]:631/ipp/print");
+}
+
 }  // namespace
 }  // namespace Corvix

@@ -106,10 +106,10 @@ HRESULT FailFetch() {
 HRESULT Fetch(Address& address, const StringsResource& resource, std::string& content) {
     DisposablePtr<HTTPRequest> request;
     if (address.CreateHTTPRequest(request.Receive(), resource.port) != S_OK || !request) return FailFetch();
-    request->SetMethod(L"GET");
     request->SetURI(resource.path.c_str());
     DisposablePtr<HTTPResponse> response;
-    if (FAILED(request->Send(nullptr, 0)) || FAILED(request->GetResponse(response.Receive())) || !response) {
+    if (request->SetMethod(L"GET") != S_OK || FAILED(request->Send(nullptr, 0)) ||
+        FAILED(request->GetResponse(response.Receive())) || !response) {
         logSource.Error(L"HTTP Response failed");
         return FailFetch();
     }

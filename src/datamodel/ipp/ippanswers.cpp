@@ -67,6 +67,7 @@ HRESULT IPPOperations::ParseIPPContent(const unsigned char* body, unsigned long 
     if (const auto& fault = response_->GetFault()) {
         logSource.Error(L"The IPP response is malformed at byte %lu: %hs",
                         static_cast<unsigned long>(fault->offset), fault->reason);
+        SetLastError(unreadableAnswerError);
         return E_FAIL;
     }
     if (value && response_->HasEndTag()) GetValueFromIPPMap(TargetName(), value);

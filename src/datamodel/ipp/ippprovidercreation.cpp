@@ -70,10 +70,13 @@ bool ReadPrinter(IPPOperations& operations, bool secure) {
     return true;
 }
 
+bool HoldsUri(std::wstring_view text) { return text.find(L"://") != std::wstring_view::npos; }
+
 /// The URI that the printer wants to be called by, or the one that it answered to.
 std::wstring ChooseUri(Address& address, const IPPOperations& operations, bool secure, std::wstring uri) {
     KyUtils::Variant advertised;
-    if (operations.GetValueFromIPPMap("printer-uri-supported", advertised.Receive()) == S_OK)
+    if (operations.GetValueFromIPPMap("printer-uri-supported", advertised.Receive()) == S_OK &&
+        HoldsUri(advertised.Text()))
         GetSupportedPrinterUri(address, advertised.Text(), secure, uri);
     return uri;
 }
@@ -85,14 +88,17 @@ struct CrackedUri {
     INTERNET_PORT port = 0;
 };
 
+/// WinINet is shown a name of the same length in the place of an IPv6 literal: not every version of it knows
+/// those.
 bool Crack(const wchar_t* uri, CrackedUri& cracked) {
+    const std::wstring shown = WithNameForIpv6Literal(uri);
     URL_COMPONENTSW parts{};
     parts.dwStructSize = sizeof parts;
     parts.dwSchemeLength = schemeLength;
     parts.dwHostNameLength = hostNameLength;
     parts.dwUrlPathLength = urlPathLength;
-    if (!InternetCrackUrlW(uri, 0, 0, &parts)) return false;
-    if (parts.lpszUrlPath) cracked.path = parts.lpszUrlPath;
+    if (!InternetCrackUrlW(shown.c_str(), 0, 0, &parts)) return false;
+    if (parts.lpszUrlPath) cracked.path = uri + (parts.lpszUrlPath - shown.c_str());
     cracked.pathLength = parts.dwUrlPathLength;
     cracked.port = parts.nPort;
     return true;

@@ -3,6 +3,7 @@
 
 #include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippproviderimpl.h"
+#include "datamodel/ipp/ippwire.h"
 #include "utilslib/boundary.h"
 #include "utilslib/com.h"
 #include "utilslib/logging.h"
@@ -14,7 +15,6 @@ namespace {
 const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr std::string_view alternativeMark = "_OR_";
-constexpr DWORD badAnswerError = 1280;
 
 std::vector<std::string> AlternativesOf(std::string_view name) {
     std::vector<std::string> alternatives;
@@ -168,7 +168,7 @@ HRESULT IPPProviderImpl::RequestAuthorization(IPPRequestBase* request, IPPRespon
         KyUtils::Variant value;
         if (FAILED(operations.ParseIPPResponse(answer.Get(), value.Receive())) ||
             FAILED(operations.FormResponseStructure(Ipp::Operation::StreamedPrintJob, response))) {
-            SetLastError(badAnswerError);
+            SetLastError(unreadableAnswerError);
             return E_FAIL;
         }
         if (const wchar_t* authorization = answer->GetHeader(L"Authorization"))

@@ -104,12 +104,21 @@ SplitUri SplitPortFromUri(std::wstring_view uri) {
     const size_t host = HostOf(uri);
     const size_t end = std::min(uri.find(L'/', host), uri.size());
     const std::wstring_view authority = uri.substr(host, end - host);
-    const size_t bracket = authority.rfind(L']');
-    const size_t colon = authority.find(L':', bracket == std::wstring_view::npos ? 0 : bracket);
+    // Neither the ":" of a user's password nor those of an IPv6 literal.
+    const size_t before = authority.find_last_of(L"@]");
+    const size_t colon = authority.find(L':', before == std::wstring_view::npos ? 0 : before);
     if (colon == std::wstring_view::npos) return {{}, std::wstring(uri)};
     std::wstring remainder(uri.substr(0, host + colon));
     remainder += uri.substr(end);
     return {std::wstring(authority.substr(colon + 1)), std::move(remainder)};
+}
+
+std::wstring WithNameForIpv6Literal(std::wstring uri) {
+    const size_t begin = uri.find(L'[', HostOf(uri));
+    const size_t end = uri.find(L']', std::min(begin, uri.size()));
+    const bool isInHost = end < uri.find(L'/', HostOf(uri));
+    if (isInHost) std::fill(uri.begin() + begin, uri.begin() + end + 1, L'x');
+    return uri;
 }
 
 std::wstring_view PathOfUri(std::wstring_view uri) {

@@ -27,6 +27,9 @@ struct SplitUri {
 /// An IPv6 literal in brackets keeps its colons.
 SplitUri SplitPortFromUri(std::wstring_view uri);
 
+/// The URI with as many "x" in the place of a bracketed IPv6 literal; any other as it is.
+std::wstring WithNameForIpv6Literal(std::wstring uri);
+
 /// The path of a URI, from the first "/" after the host; empty when it has none.
 std::wstring_view PathOfUri(std::wstring_view uri);
 
