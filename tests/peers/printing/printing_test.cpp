@@ -1,0 +1,227 @@
+// Print jobs, sent through the DLL and the reference transport to a real printer.
+#include <windows.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+
+#include "corvixdm/corvixdm.h"
+#include "transport/nettransport.h"
+
+namespace CorvixTest {
+namespace {
+
+using Corvix::DisposablePtr;
+using testing::HasSubstr;
+
+constexpr size_t pieceLength = 64 * 1024;
+constexpr size_t documentLength = 10 * pieceLength + 4711;
+const std::string accepted = "0";
+const std::string busy = "1287";
+const std::wstring processing = L"5";
+const std::wstring canceled = L"7";
+const std::wstring completed = L"9";
+
+/// A path of the machine that Wine runs on.
+std::filesystem::path HostPath(const char* variable) {
+    const char* path = std::getenv(variable);
+    return std::string("Z:") + (path ? path : "");
+}
+
+/// A document with every byte in it, chunk frames and line ends of both kinds included.
+std::string MakePdf(unsigned seed) {
+    std::string pdf = "%PDF-1.4\n1 0 obj\n<</Length 0>>\nstream\r\n5\r\nhello\r\n0\r\n\r\n";
+    std::minstd_rand random(seed);
+    while (pdf.size() < documentLength)
+        pdf += static_cast<char>(random() >> 8);
+    return pdf + "\nendstream\nendobj\ntrailer\n<<>>\n%%EOF\n";
+}
+
+/// While it lives, jobs do not come to an end.
+class Hold {
+public:
+    Hold() { std::ofstream file(path_); }
+    ~Hold() { Release(); }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+    void Release() { std::filesystem::remove(path_); }
+
+private:
+    const std::filesystem::path path_ = HostPath("CORVIX_HOLD");
+};
+
+DisposablePtr<Corvix::IPPProvider> OpenPrinter() {
+    CorvixTransport::NetAddressOptions options;
+    options.host = L"127.0.0.1";
+    options.hostName = L"USB001";  // nobody listens to the probe
+    options.portMap.MapTcp(631, static_cast<unsigned short>(std::atoi(std::getenv("CORVIX_IPP_PORT"))));
+    const DisposablePtr<Corvix::KyNetAddress> address(CorvixTransport::CreateNetAddress(options));
+    return DisposablePtr<Corvix::IPPProvider>(CreateIPPProvider(address.Get(), "/ipp/print"));
+}
+
+/// One job, its records and a provider of its own.
+class Job {
+public:
+    Job() {
+        request->SetRequestingUserName("ann");
+        request->SetJobName("letter");
+    }
+
+    HRESULT Create() {
+        const HRESULT created = printer->CreateJob(request.Get(), response.Get());
+        if (created != S_OK || Status() != accepted) return created;
+        request->SetJobID(static_cast<unsigned>(std::stoul(Id())));
+        request->SetLastDocument(true);
+        return created;
+    }
+    HRESULT Begin(std::string_view piece) {
+        return streams ? printer->PrintJob(request.Get(), response.Get(), Bytes(piece), Length(piece), 0)
+                       : printer->SendDocument(request.Get(), response.Get(), Bytes(piece), Length(piece));
+    }
+    /// An empty piece ends the document.
+    HRESULT Write(std::string_view piece) {
+        return streams
+                   ? printer->PrintJobWrite(request.Get(), response.Get(), Bytes(piece), Length(piece))
+                   : printer->SendDocumentWrite(request.Get(), response.Get(), Bytes(piece), Length(piece));
+    }
+    HRESULT WriteAll(std::string_view rest) {
+        HRESULT result = S_OK;
+        while (result == S_OK && !rest.empty()) {
+            result = Write(rest.substr(0, pieceLength));
+            rest.remove_prefix(std::min(pieceLength, rest.size()));
+        }
+        return result;
+    }
+    /// The whole job, in whichever way.
+    HRESULT Print(const std::string& document) {
+        if (!streams && (Create() != S_OK || Status() != accepted)) return E_FAIL;
+        HRESULT result = Begin(std::string_view(document).substr(0, pieceLength));
+        if (result == S_OK) result = WriteAll(std::string_view(document).substr(pieceLength));
+        return result == S_OK ? Write({}) : result;
+    }
+    HRESULT Cancel(const std::string& id) {
+        const DisposablePtr<Corvix::IPPRequestBase> cancel(CreateIPPRequest());
+        cancel->SetRequestingUserName("ann");
+        cancel->SetJobID(static_cast<unsigned>(std::stoul(id)));
+        const DisposablePtr<Corvix::IPPResponseBase> answer(CreateIPPResponse());
+        const HRESULT result = printer->CancelJob(cancel.Get(), answer.Get());
+        return result == S_OK && answer->GetSuccessStatus() != accepted ? E_FAIL : result;
+    }
+
+    std::string Status() const { return Text(response->GetSuccessStatus()); }
+    std::string Id() const { return Text(response->GetJobID()); }
+    std::wstring Attributes(const char* names) const {
+        VARIANT value = {};
+        const HRESULT read =
+            printer->GetIPPValue(names, 1, &value, response->GetJobURI(), nullptr, 0, 0, " ");
+        const std::wstring text = read == S_OK && value.vt == VT_BSTR ? value.bstrVal : L"";
+        VariantClear(&value);
+        return text;
+    }
+    /// Asks until the job is in a state, and no longer than it can still get there.
+    std::wstring Await(const std::wstring& wanted) const {
+        std::wstring state;
+        while ((state = Attributes("job-state")) != wanted && !state.empty() && state < canceled)
+            Sleep(10);
+        return state;
+    }
+
+    bool streams = true;
+    const DisposablePtr<Corvix::IPPProvider> printer = OpenPrinter();
+    const DisposablePtr<Corvix::IPPRequestBase> request{CreateIPPRequest()};
+    const DisposablePtr<Corvix::IPPResponseBase> response{CreateIPPResponse()};
+
+private:
+    static const unsigned char* Bytes(std::string_view piece) {
+        return reinterpret_cast<const unsigned char*>(piece.data());
+    }
+    static int Length(std::string_view piece) { return static_cast<int>(piece.size()); }
+    static std::string Text(const char* text) { return text ? text : ""; }
+};
+
+/// What the printer kept of a job.
+std::string KeptDocument(const std::string& id) {
+    for (const auto& entry : std::filesystem::directory_iterator(HostPath("CORVIX_SPOOL"))) {
+        if (entry.path().filename().string().rfind(id + "-", 0) != 0) continue;
+        std::ifstream file(entry.path(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+    return "(nothing)";
+}
+
+class RealPrinting : public testing::TestWithParam<bool> {
+protected:
+    void SetUp() override {
+        job_.streams = GetParam();
+        ASSERT_TRUE(job_.printer) << GetLastError();
+    }
+
+    Job job_;
+    const std::string document_ = MakePdf(GetParam() ? 1 : 2);
+};
+
+TEST_P(RealPrinting, ADocumentArrivesByteForByteAndIsFollowedToItsEnd) {
+    Hold hold;
+    ASSERT_EQ(job_.Print(document_), S_OK);
+    EXPECT_EQ(job_.Status(), accepted);
+    EXPECT_TRUE(KeptDocument(job_.Id()) == document_);
+    EXPECT_EQ(job_.Await(processing), processing);
+    hold.Release();
+    EXPECT_EQ(job_.Await(completed), completed);
+    EXPECT_EQ(job_.Attributes("job-state,job-state-reasons,job-name"),
+              L"9,job-completed-successfully,letter");
+}
+
+TEST_P(RealPrinting, ASecondJobIsRefusedWhileOneRuns) {
+    Hold hold;
+    ASSERT_EQ(job_.Print(document_), S_OK);
+    Job second;
+    second.streams = GetParam();
+    const HRESULT printed = second.Print(document_);
+    EXPECT_EQ(printed, GetParam() ? S_OK : E_FAIL);
+    EXPECT_EQ(second.Status(), busy);
+    hold.Release();
+    EXPECT_EQ(job_.Await(completed), completed);
+    ASSERT_EQ(second.Print(document_), S_OK) << "the printer is free again";
+    EXPECT_EQ(second.Status(), accepted);
+    EXPECT_EQ(second.Await(completed), completed);
+    EXPECT_TRUE(KeptDocument(second.Id()) == document_);
+}
+
+TEST_P(RealPrinting, AJobCancelledWhileItPrintsEndsAsCanceled) {
+    Hold hold;
+    ASSERT_EQ(job_.Print(document_), S_OK);
+    EXPECT_EQ(job_.Await(processing), processing);
+    EXPECT_EQ(job_.Cancel(job_.Id()), S_OK);
+    EXPECT_THAT(job_.Attributes("job-state-reasons"), HasSubstr(L"processing-to-stop-point"));
+    hold.Release();
+    EXPECT_EQ(job_.Await(canceled), canceled);
+    EXPECT_EQ(job_.Cancel(job_.Id()), E_FAIL) << "the printer refuses to cancel what is over";
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, RealPrinting, testing::Bool(),
+                         [](const auto& way) { return way.param ? "Stream" : "Documents"; });
+
+TEST(RealPrinting, AJobCancelledHalfWayEndsAsCanceled) {
+    const std::string document = MakePdf(3);
+    Job job;
+    job.streams = false;
+    ASSERT_TRUE(job.printer);
+    ASSERT_EQ(job.Create(), S_OK);
+    const std::string id = job.Id();
+    ASSERT_EQ(job.Begin(document.substr(0, pieceLength)), S_OK);
+    ASSERT_EQ(job.WriteAll(document.substr(pieceLength, documentLength / 2)), S_OK);
+    Job other;  // the document occupies the connection of its own provider
+    EXPECT_EQ(other.Cancel(id), S_OK);
+    job.Write({});
+    EXPECT_EQ(job.Await(canceled), canceled);
+}
+
+}  // namespace
+}  // namespace CorvixTest
