@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
+#include <thread>
 
 #include "corvixdm/disposableptr.h"
 #include "datamodel/ipp/codec/tags.h"
@@ -13,6 +14,8 @@
 #include "datamodel/ipp/ippresponseattribute.h"
 #include "ippjobs/jobeventturn.h"
 #include "ippjobs/scriptedprinter.h"
+#include "support/processresources.h"
+#include "utilslib/com.h"
 
 namespace {
 
@@ -70,12 +73,15 @@ protected:
             printer_.Answer(operation, {jobAccepted});
     }
 
-    void Open() {
+    static IPPProviderImpl::Settings Settings() {
         IPPProviderImpl::Settings settings;
         settings.resource = L"/ipp/print";
         settings.intervals = {1, 1, 1};
-        const auto address = DisposablePtr<Corvix::Address>::Share(new CorvixTest::ScriptedAddress(printer_));
-        provider_ = IPPProviderImpl::Create(address.Get(), settings);
+        return settings;
+    }
+    void Open() {
+        address_ = DisposablePtr<Corvix::Address>::Share(new CorvixTest::ScriptedAddress(printer_));
+        provider_ = IPPProviderImpl::Create(address_.Get(), Settings());
         request_ = DisposablePtr<Corvix::IPPRequestBase>(Corvix::IPPRequestAttributes::Create());
         response_ = DisposablePtr<Corvix::IPPResponseBase>(Corvix::IPPResponseAttributes::Create());
         request_->SetRequestingUserName("ann");
@@ -110,6 +116,7 @@ protected:
 
     CorvixTest::JobEventTurn turn_;
     CorvixTest::ScriptedPrinter printer_;
+    DisposablePtr<Corvix::Address> address_;
     DisposablePtr<Corvix::IPPRequestBase> request_;
     DisposablePtr<Corvix::IPPResponseBase> response_;
     DisposablePtr<Corvix::IPPProvider> provider_;
@@ -438,6 +445,74 @@ TEST_F(PrintPipeline, ReportsAnAnswerThatCannotBeRead) {
     EXPECT_EQ(GetLastError(), badAnswer);
 }
 
+/// One thread prints, cancels and goes away with its provider while others stop it at any moment, look at its
+/// events, and read over the same address.
+class BusyPrinting : public PrintPipeline {
+protected:
+    static constexpr int rounds = 150;
+    static constexpr int stoppers = 3;
+
+    /// Runs work until the printing is done.
+    template <class Work>
+    void Beside(Work work) {
+        threads_.emplace_back([this, work] {
+            while (!done_) {
+                work();
+                Sleep(1);
+            }
+        });
+    }
+    void PrintOnce(int round) {
+        Print("one", round % 3 == 0);
+        PrintMore("two");
+        if (round % 2 == 0) provider_->CancelJob(request_.Get(), response_.Get());
+        PrintMore("");
+    }
+    void ReadState() {
+        KyUtils::Variant state;
+        reader_->GetIPPValue("printer-state", 0, state.Receive(), nullptr, nullptr, 0, 0, " ");
+    }
+    void PrintAmidst() {
+        Open();
+        reader_ = IPPProviderImpl::Create(address_.Get(), Settings());
+        // Every poll stops the polling as well, out of the transport, even while its provider goes.
+        printer_.OnOperation([provider = provider_.Get()](int operation) {
+            if (operation == Operation::GetJobs) provider->StopAllThreadsRunning();
+        });
+        for (int i = 0; i < stoppers; ++i)
+            Beside([this] { provider_->StopAllThreadsRunning(); });
+        Beside([this] { ReadState(); });
+        Beside(
+            [this] { provider_->GetPrintStatusEventHandle(), provider_->GetPrintReadyStatusEventHandle(); });
+        for (int round = 0; round < rounds; ++round)
+            PrintOnce(round);
+        done_ = true;
+        for (std::thread& thread : threads_)
+            thread.join();
+        threads_.clear();
+        Print("left running");
+        provider_.Reset(), reader_.Reset(), address_.Reset(), request_.Reset(), response_.Reset();
+        done_ = false;
+    }
+
+    DisposablePtr<Corvix::IPPProvider> reader_;
+
+private:
+    std::atomic<bool> done_{false};
+    std::vector<std::thread> threads_;
+};
+
+TEST_F(BusyPrinting, LeavesNothingBehind) {
+    PrintAmidst();  // what is made once and kept is made here
+    const size_t objects = KyUtils::LiveObjectCount();
+    const size_t threads = CorvixTest::ThreadsOfProcess();
+    const size_t handles = CorvixTest::HandlesOfProcess();
+    PrintAmidst();
+    EXPECT_EQ(KyUtils::LiveObjectCount(), objects);
+    EXPECT_EQ(CorvixTest::ThreadsOfProcess(), threads);
+    EXPECT_EQ(CorvixTest::HandlesOfProcess(), handles);
+}
+
 /// What a caller does; run over and over with a transport that fails somewhere.
 class PrintPipelineFaults : public PrintPipeline {
 public:
@@ -478,7 +553,7 @@ TEST_F(PrintPipelineFaults, EndWithoutLossWhereverTheTransportFails) {
                 ++call;
             EXPECT_GT(call, 5);
             EXPECT_LT(call, mostCalls);
-            request_.Reset(), response_.Reset();
+            address_.Reset(), request_.Reset(), response_.Reset();
             EXPECT_EQ(KyUtils::LiveObjectCount(), objects);
         }
     }

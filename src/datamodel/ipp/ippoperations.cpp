@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 
 #include "datamodel/ipp/codec/requestwriter.h"
 #include "datamodel/ipp/codec/tags.h"
@@ -139,13 +140,13 @@ void IPPOperations::ForgetRequest() {
 
 /// Puts a request in the place of the one in hand. False when the object was cancelled.
 bool IPPOperations::TakeRequest(DisposablePtr<HTTPRequest> request) {
-    const std::lock_guard<std::mutex> lock(requestLock_);
+    const std::lock_guard<KyUtils::CriticalSection> lock(requestLock_);
     request_ = std::move(request);
     return !cancelled_;
 }
 
 void IPPOperations::Cancel() {
-    const std::lock_guard<std::mutex> lock(requestLock_);
+    const std::lock_guard<KyUtils::CriticalSection> lock(requestLock_);
     cancelled_ = true;
     if (request_) request_->Cancel();
 }

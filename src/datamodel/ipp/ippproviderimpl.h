@@ -5,7 +5,6 @@
 
 #include <array>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "datamodel/ipp/ippoperations.h"
 #include "datamodel/ipp/jobpolling.h"
 #include "utilslib/disposable.h"
+#include "utilslib/sync.h"
 
 namespace Corvix {
 
@@ -41,6 +41,9 @@ public:
     /// The same for a whole printer URI.
     static DisposablePtr<IPPProvider> Create2(Address* address, const wchar_t* printerUri,
                                               unsigned long securityFlags);
+
+    /// Stops the polling while all that it uses is still whole.
+    ~IPPProviderImpl() override { polling_.StopAllThreadsRunning(); }
 
     HRESULT GetValue(const char* name, VARIANT* value) override;
     HRESULT GetIPPValue(const char* requestedAttributes, int jobQuery, VARIANT* value, const char* jobUri,
@@ -138,7 +141,7 @@ private:
     unsigned long securityFlags_;
     std::string userName_;  ///< whose jobs are asked for; set while no polling thread runs
     const PollingIntervals intervals_;
-    std::mutex pollsLock_;
+    KyUtils::CriticalSection pollsLock_;
     std::vector<IPPOperations*> polls_;  ///< those that wait for the printer right now
     JobPolling polling_;                 ///< last: its threads use everything above
 };

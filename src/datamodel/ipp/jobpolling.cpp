@@ -1,5 +1,7 @@
 #include "datamodel/ipp/jobpolling.h"
 
+#include <mutex>
+
 #include "utilslib/logging.h"
 
 namespace Corvix {
@@ -27,15 +29,15 @@ void JobPolling::Reset() {
 }
 
 void JobPolling::CreatePrintReadyEvent() {
-    const std::lock_guard<std::mutex> lock(eventsLock_);
+    const std::lock_guard<KyUtils::CriticalSection> lock(eventsLock_);
     printReady_ = KyUtils::CreateManualResetEvent();
     if (printReady_) SetEvent(printReady_.Get());
 }
 
 void JobPolling::Start() {
     const KyUtils::LogScope scope(logSource, "Corvix::JobPolling::Start");
-    const std::lock_guard<std::mutex> lock(stopLock_);
-    const std::lock_guard<std::mutex> eventsLock(eventsLock_);
+    const std::lock_guard<KyUtils::CriticalSection> lock(stopLock_);
+    const std::lock_guard<KyUtils::CriticalSection> eventsLock(eventsLock_);
     printJobStatus_ = KyUtils::CreateManualResetEvent(printJobStatusName);
     if (printJobStatus_) {
         ResetEvent(printJobStatus_.Get());
@@ -56,13 +58,13 @@ void JobPolling::StopAllThreadsRunning() {
         TellToEnd();
         return source_.InterruptPolls();
     }
-    const std::lock_guard<std::mutex> lock(stopLock_);
+    const std::lock_guard<KyUtils::CriticalSection> lock(stopLock_);
     TellToEnd();
     if (jobThread_ || printerThread_) source_.InterruptPolls();
     WaitAndClose(jobThread_);
     WaitAndClose(printerThread_);
     // Not sooner: the threads use the events, and one of them may be about to signal the end of the job.
-    const std::lock_guard<std::mutex> eventsLock(eventsLock_);
+    const std::lock_guard<KyUtils::CriticalSection> eventsLock(eventsLock_);
     printReady_.Close();
     printJobStatus_.Close();
 }
@@ -100,18 +102,18 @@ bool JobPolling::GetbPrinteStatusThreadPoll() const {
 }
 
 HANDLE JobPolling::GetPrintStatusEventHandle() const {
-    const std::lock_guard<std::mutex> lock(eventsLock_);
+    const std::lock_guard<KyUtils::CriticalSection> lock(eventsLock_);
     return printJobStatus_.Get();
 }
 
 HANDLE JobPolling::GetPrintReadyStatusEventHandle() const {
-    const std::lock_guard<std::mutex> lock(eventsLock_);
+    const std::lock_guard<KyUtils::CriticalSection> lock(eventsLock_);
     return printReady_.Get();
 }
 
 void JobPolling::SignalJobEnd() {
     SetPrintStatus();
-    const std::lock_guard<std::mutex> lock(eventsLock_);
+    const std::lock_guard<KyUtils::CriticalSection> lock(eventsLock_);
     if (printJobStatus_) SetEvent(printJobStatus_.Get());
 }
 

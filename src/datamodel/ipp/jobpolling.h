@@ -3,7 +3,6 @@
 
 #include <windows.h>
 
-#include <mutex>
 #include <string>
 
 #include "utilslib/sync.h"
@@ -81,13 +80,14 @@ private:
     mutable KyUtils::CriticalSection printReadyLock_;
     bool printStatus_ = false;
     bool printerPoll_ = true;
-    mutable std::mutex eventsLock_;  ///< held while an event is made, closed, or used by another thread
+    mutable KyUtils::CriticalSection
+        eventsLock_;  ///< held while an event is made, closed, or used by another thread
     KyUtils::Handle printJobStatus_;
     KyUtils::Handle printReady_;
     KyUtils::Handle stop_ = KyUtils::CreateManualResetEvent();
     KyUtils::Handle jobThread_;
     KyUtils::Handle printerThread_;
-    std::mutex stopLock_;
+    KyUtils::CriticalSection stopLock_;
 };
 
 }  // namespace Corvix

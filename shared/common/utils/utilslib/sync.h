@@ -9,7 +9,8 @@
 
 namespace KyUtils {
 
-/// A Win32 critical section.
+/// A Win32 critical section. For a lock that is a member: some runtimes never give back what their std::mutex
+/// takes from the system at its first use.
 class CriticalSection {
 public:
     CriticalSection() noexcept { InitializeCriticalSection(&section_); }
