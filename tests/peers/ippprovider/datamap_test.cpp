@@ -106,6 +106,35 @@ TEST_F(RealDataMapTest, AnswersEachItemThatThePrinterSupports) {
                                      L"status.alert-descriptions", L"status.alerts"));
 }
 
+TEST_F(RealDataMapTest, AsksForTheJobThatItsParametersName) {
+    const DisposablePtr<Corvix::IPPProvider> provider(CreateIPPProvider(Address(), "/ipp/print"));
+    ASSERT_TRUE(provider);
+    const DisposablePtr<Corvix::IPPRequestBase> request(CreateIPPRequest());
+    const DisposablePtr<Corvix::IPPResponseBase> job(CreateIPPResponse());
+    request->SetRequestingUserName("kay");
+    request->SetJobName("Büro");
+    ASSERT_EQ(provider->CreateJob(request.Get(), job.Get()), S_OK);
+    const std::wstring uri = ToWide(job->GetJobURI());
+    const std::wstring document =
+        L"<DataMaps><IPPDataMap><IPPParams ResourceURI='/ipp/print' JobURI='" + uri +
+        L"'/><DataItem Name='id' AttributeID='job-id' Transient='true' Command='Get-Job-Attributes'/>"
+        L"<DataItem Name='name' AttributeID='job-name' Transient='true' Command='Get-Job-Attributes'/>"
+        L"<DataItem Name='over' AttributeID='job-state' Transient='true' Command='Get-Job-Attributes'>"
+        L"<Conversion Equals='7' Value='yes'/><Conversion Equals='default' Value='no'/></DataItem>"
+        L"<DataItem Name='other' AttributeID='job-id' Transient='true' Command='Get-Job-Attributes'"
+        L" JobURI='ipp://127.0.0.81/ipp/print/4711'/></IPPDataMap></DataMaps>";
+    DisposablePtr<DataCollection> collection;
+    ASSERT_EQ(CreateDataCollectionFromXML(Address(), document.c_str(), collection.Receive(), nullptr), S_OK);
+    EXPECT_EQ(Read(*collection, L"id"), ToWide(job->GetJobID()));
+    EXPECT_EQ(Read(*collection, L"name"), L"B\u00FCro");
+    EXPECT_EQ(Read(*collection, L"over"), L"no");
+    EXPECT_EQ(Read(*collection, L"other"), L"(failed)");
+    request->SetJobURI(job->GetJobURI());
+    request->SetJobID(static_cast<unsigned>(std::stoul(job->GetJobID())));
+    EXPECT_EQ(provider->CancelJob(request.Get(), job.Get()), S_OK);
+    EXPECT_EQ(Read(*collection, L"over"), L"yes");
+}
+
 TEST_F(RealDataMapTest, TheSecondTimeOnlyAsksForWhatChanges) {
     const Maps maps = LoadMaps();
     DisposablePtr<DataCollection> collection;

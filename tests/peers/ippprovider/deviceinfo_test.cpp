@@ -1,5 +1,6 @@
 // The flat device-information functions, asked of a real printer. They look for it at "/ipp/printer", and
 // this one knows itself as "/ipp/print" alone, so the relay in front of it changes the name.
+#include <algorithm>
 #include <iterator>
 
 #include "corvixdm/deviceinfo.h"
@@ -7,8 +8,6 @@
 
 namespace CorvixTest {
 namespace {
-
-constexpr const wchar_t* stringsFile = CORVIX_SOURCE_DIR L"/tests/peers/ippprovider/printer.strings";
 
 class RealDeviceInfoTest : public RealPrinterTest {
 protected:
@@ -65,18 +64,19 @@ TEST_F(RealDeviceInfoTest, FetchesTheStrings) {
     wchar_t* wide = nullptr;
     char* content = nullptr;
     ASSERT_EQ(GetDeviceLocaleStrings(front.Get(), L"en", &wide, &content), S_OK);
-    const std::wstring name = stringsFile;
-    std::ifstream file(std::string(name.begin(), name.end()), std::ios::binary);
+    std::ifstream file(Environment("CORVIX_IPP_STRINGS"), std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    EXPECT_EQ(content, bytes);
-    EXPECT_EQ(wide, ToWide(bytes));
+    EXPECT_GT(bytes.size(), 5'000'000u);
+    EXPECT_TRUE(content == bytes);
+    EXPECT_TRUE(wide == ToWide(bytes));
     DisposeStringBuffer(wide, content);
 
     CorvixStringsMap* strings = CreateStringCollection();
     ASSERT_EQ(GetDeviceLocaleStringsCollection(front.Get(), L"en", strings, &content), S_OK);
-    EXPECT_EQ(*strings, (CorvixStringsMap{{L"media-type.labels", L"Labels; many = more"},
-                                          {L"media.iso_a4_210x297mm", L"A4 f\u00FCr alle"},
-                                          {L"printer-state-reasons.none", L"Ready"}}));
+    EXPECT_EQ(GetStringCount(strings), static_cast<unsigned>(std::count(bytes.begin(), bytes.end(), '\n')));
+    EXPECT_STREQ(FindString(strings, L"media-type.labels"), L"Labels; many = more");
+    EXPECT_STREQ(FindString(strings, L"media.iso_a4_210x297mm"), L"A4 f\u00FCr alle");
+    EXPECT_STREQ(FindString(strings, L"filling.95000"), L"Much ado about item number 95000");
     DisposeStringCollection(strings, content);
 }
 
