@@ -14,6 +14,8 @@ struct IXMLDOMNode;
 
 namespace Corvix {
 
+class IPPProvider;
+
 /// Where a value came from.
 enum class ValueSource : int {
     None = 0,    ///< nothing was answered
@@ -93,5 +95,12 @@ CORVIXDM_API HRESULT CreateDataCollectionFromDataMapSpecsCollection(Corvix::Addr
                                                                     Corvix::DataMapSpecCollection* maps,
                                                                     Corvix::DataCollection** collection,
                                                                     Corvix::ICacheProvider* cache);
+/// Binds the first `IPPDataMap` of the document to a provider that the caller made, for example one for a
+/// secure printer. No exchange takes place unless a registry cache wants to know the printer's identity.
+/// \param provider the printer, in place of an address; the collection takes its own reference.
+CORVIXDM_API HRESULT CreateDataCollectionFromIPPProvider(Corvix::IPPProvider* provider,
+                                                         Corvix::DataMapSpecCollection* maps,
+                                                         Corvix::DataCollection** collection,
+                                                         Corvix::ICacheProvider* cache);
 }
 /// @}

@@ -26,6 +26,7 @@ constexpr size_t anyNumber = static_cast<size_t>(-1);
 const Command& ItemsCommand();
 const Command& GetCommand();
 const Command& SetCommand();
+const Command& IppCommand();
 const Command& CacheCommand();
 
 // In the order of the help.

@@ -15,7 +15,7 @@ namespace CorvixCtl {
 
 const std::vector<const Command*>& AllCommands() {
     static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand(), &SetCommand(),
-                                                         &CacheCommand()};
+                                                         &IppCommand(), &CacheCommand()};
     return commands;
 }
 

@@ -11,6 +11,7 @@
 
 #include "com.h"
 #include "exitcodes.h"
+#include "files.h"
 #include "systemtext.h"
 #include "xmlfault.h"
 
@@ -43,48 +44,8 @@ Failure BadMap(const std::wstring& path, const std::wstring& reason) {
     return Failure(ExitCode::BadMap, L"map " + path + L": " + reason);
 }
 
-// ---- the file
-
-class File {
-public:
-    explicit File(const std::wstring& path)
-        : handle_(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr)) {}
-    ~File() {
-        if (IsOpen()) CloseHandle(handle_);
-    }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-    // False with the last error set.
-    bool ReadAll(std::string& bytes) const {
-        LARGE_INTEGER size = {};
-        if (!GetFileSizeEx(handle_, &size)) return false;
-        constexpr LONGLONG largest = 256ll * 1024 * 1024;
-        if (size.QuadPart > largest) {
-            SetLastError(ERROR_FILE_TOO_LARGE);
-            return false;
-        }
-        bytes.resize(static_cast<size_t>(size.QuadPart));
-        DWORD read = 0;
-        if (!ReadFile(handle_, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr)) return false;
-        bytes.resize(read);
-        return true;
-    }
-
-private:
-    HANDLE handle_;
-};
-
 std::string ReadMapFile(const std::wstring& path) {
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
-        throw BadMap(path, L"this is a folder; name the XML file itself");
-    const File file(path);
-    std::string bytes;
-    if (!file.IsOpen() || !file.ReadAll(bytes))
-        throw BadMap(path, L"cannot be read: " + SystemText(GetLastError()));
+    std::string bytes = ReadFileBytes(path, ExitCode::BadMap, L"map");
     if (bytes.empty())
         throw BadMap(path, L"the file is empty; a map is an XML document with the root DataMaps");
     return bytes;

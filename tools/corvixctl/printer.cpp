@@ -25,6 +25,7 @@ const OptionGroup printerOptions = {
 namespace {
 
 using Corvix::DisposablePtr;
+using Corvix::IPPAttributes;
 using Corvix::IPPError;
 using Corvix::IPPProvider;
 using CorvixTransport::NetAddressOptions;
@@ -174,12 +175,21 @@ DisposablePtr<IPPProvider> ConnectPrinter(const Printer& printer) {
     return provider;
 }
 
+DisposablePtr<IPPAttributes> QueryPrinter(const Printer& printer, const std::string& requestedAttributes) {
+    DisposablePtr<IPPAttributes> answer(QueryIPPAttributes(printer.device.address.Get(), printer.uri.c_str(),
+                                                           requestedAttributes.c_str(),
+                                                           printer.securityFlags));
+    if (!answer) FailAsUnanswered(printer, GetLastError());
+    return answer;
+}
+
 std::wstring ReasonOfIppFailure(const Printer& printer, unsigned long lastError) {
     for (const LibraryError& known : libraryErrors) {
         if (static_cast<unsigned long>(known.code) == lastError) return known.text;
     }
     if (const auto& exchange = printer.device.journal->Last())
         return DescribeIppExchange(*exchange, notReadable);
+    if (lastError == ERROR_SUCCESS) return L"the request is too long";
     return SystemText(lastError);
 }
 

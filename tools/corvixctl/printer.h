@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "corvixdm/ippattributes.h"
 #include "corvixdm/ippprovider.h"
 #include "device.h"
 
@@ -29,6 +30,10 @@ Printer OpenPrinter(const Arguments& arguments, const std::wstring& usualResourc
 
 // A provider, which has spoken with the printer. Throws Failure.
 Corvix::DisposablePtr<Corvix::IPPProvider> ConnectPrinter(const Printer& printer);
+
+// Asks for attributes with one exchange, names separated by commas. Throws Failure when there is no answer.
+Corvix::DisposablePtr<Corvix::IPPAttributes> QueryPrinter(const Printer& printer,
+                                                          const std::string& requestedAttributes);
 
 // Why an IPP exchange did not come about, given the last error that the library left: "HTTP 404 for /ipp
 // (port 631): ...".

@@ -1,4 +1,5 @@
-// The exported ways to a data collection: from a file, from text, from a DOM, from specifications.
+// The exported ways to a data collection: from a file, from text, from a DOM, from specifications; for an
+// address or for a provider.
 #include <memory>
 
 #include "corvixdm/datacollection.h"
@@ -71,4 +72,11 @@ HRESULT CreateDataCollectionFromDataMapSpecsCollection(Address* address, DataMap
     const KyUtils::LogScope scope(logSource, "CreateDataCollectionFromDataMapSpecsCollection");
     return KyUtils::RaisingComErrors(
         [&] { return Corvix::CreateFromSpecs(address, maps, collection, cache); });
+}
+
+HRESULT CreateDataCollectionFromIPPProvider(Corvix::IPPProvider* provider, DataMapSpecCollection* maps,
+                                            DataCollection** collection, ICacheProvider* cache) {
+    const KyUtils::LogScope scope(logSource, "CreateDataCollectionFromIPPProvider");
+    return KyUtils::RaisingComErrors(
+        [&] { return Corvix::CreateFromIppProvider(provider, maps, collection, cache); });
 }

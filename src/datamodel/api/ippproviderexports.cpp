@@ -1,4 +1,5 @@
-// The exported factories of IPP providers.
+// The exported factories of IPP providers, and the query that does without one.
+#include "datamodel/ipp/ippattributesimpl.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/printeruri.h"
 #include "utilslib/com.h"
@@ -17,13 +18,13 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 /// A factory never throws: running out of memory is a last error like any other.
 template <class Make>
-IPPProvider* WithoutThrowing(Make make) noexcept {
+auto WithoutThrowing(Make make) noexcept -> decltype(make().Release()) {
     try {
         return make().Release();
     } catch (const std::bad_alloc&) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     } catch (const _com_error& error) {
-        logSource.ErrorResult(error.Error(), L"No IPP provider");
+        logSource.ErrorResult(error.Error(), L"Nothing was made");
         SetLastError(static_cast<DWORD>(error.Error()));
     }
     return nullptr;
@@ -72,4 +73,18 @@ IPPProvider* CreateSecureIPPPrintProvider(Address* address, const wchar_t* print
                                           unsigned securityFlags) {
     const KyUtils::LogScope scope(logSource, "CreateSecureIPPPrintProvider");
     return CreateForUri(address, printerUri, UriScheme::SecureIpp, securityFlags);
+}
+
+Corvix::IPPAttributes* QueryIPPAttributes(Address* address, const wchar_t* printerUri,
+                                          const char* requestedAttributes, unsigned securityFlags) {
+    const KyUtils::LogScope scope(logSource, "QueryIPPAttributes");
+    const UriScheme scheme = Corvix::ClassifyUriScheme(printerUri);
+    if (scheme != UriScheme::Ipp && scheme != UriScheme::SecureIpp) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return WithoutThrowing([&] {
+        return Corvix::IPPAttributesImpl::Query(
+            address, printerUri, requestedAttributes ? requestedAttributes : "all", securityFlags);
+    });
 }

@@ -26,6 +26,15 @@ BoundMap BindFirstMap(Address& address, const DataMapSpecCollection& maps, bool 
     return {};
 }
 
+BoundMap BindFirstIppMap(IPPProvider& provider, const DataMapSpecCollection& maps, bool identityWanted) {
+    for (unsigned i = 0; i < maps.GetCount(); ++i) {
+        DataMapSpec* map = maps.GetDataMapSpec(i);
+        if (map->GetDataMapType() == DataMapTypeEnum::IPP)
+            return BindIppProvider(DisposablePtr<IPPProvider>::Share(&provider), *map, identityWanted);
+    }
+    return {};
+}
+
 /// "urn:uuid:1234" and "1234" are the same device.
 std::wstring WithoutUuidScheme(std::wstring identity) {
     constexpr std::wstring_view mark = L"uuid:";
@@ -63,18 +72,29 @@ bool NeedsIdentity(ICacheProvider* cache) {
     return registry && registry->HasBaseKey();
 }
 
+/// Hands out the collection of a bound map with its cache and its constants.
+HRESULT Complete(BoundMap bound, DataCollection** collection, ICacheProvider* cache) {
+    if (!bound.mapper) return E_FAIL;
+    TakeCache(*bound.mapper, cache, std::move(bound.identity));
+    bound.mapper->LoadStaticItems(bound.mapper->Map());
+    *collection = bound.mapper.Release();
+    return S_OK;
+}
+
 }  // namespace
 
 HRESULT CreateFromSpecs(Address* address, DataMapSpecCollection* maps, DataCollection** collection,
                         ICacheProvider* cache) {
     const KyUtils::LogScope scope(logSource, "Corvix::DataCollectionImpl::CreateFromSpecs");
     if (!address || !maps || !collection || maps->GetCount() == 0) return E_FAIL;
-    BoundMap bound = BindFirstMap(*address, *maps, NeedsIdentity(cache));
-    if (!bound.mapper) return E_FAIL;
-    TakeCache(*bound.mapper, cache, std::move(bound.identity));
-    bound.mapper->LoadStaticItems(bound.mapper->Map());
-    *collection = bound.mapper.Release();
-    return S_OK;
+    return Complete(BindFirstMap(*address, *maps, NeedsIdentity(cache)), collection, cache);
+}
+
+HRESULT CreateFromIppProvider(IPPProvider* provider, DataMapSpecCollection* maps, DataCollection** collection,
+                              ICacheProvider* cache) {
+    const KyUtils::LogScope scope(logSource, "Corvix::DataCollectionImpl::CreateFromIppProvider");
+    if (!provider || !maps || !collection) return E_FAIL;
+    return Complete(BindFirstIppMap(*provider, *maps, NeedsIdentity(cache)), collection, cache);
 }
 
 }  // namespace Corvix

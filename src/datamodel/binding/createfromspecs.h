@@ -2,6 +2,7 @@
 #pragma once
 
 #include "corvixdm/datacollection.h"
+#include "corvixdm/ippprovider.h"
 
 namespace Corvix {
 
@@ -9,5 +10,9 @@ namespace Corvix {
 /// CreateDataCollectionFromDataMapSpecsCollection().
 HRESULT CreateFromSpecs(Address* address, DataMapSpecCollection* maps, DataCollection** collection,
                         ICacheProvider* cache);
+
+/// Binds the first IPP map to a provider. See CreateDataCollectionFromIPPProvider().
+HRESULT CreateFromIppProvider(IPPProvider* provider, DataMapSpecCollection* maps, DataCollection** collection,
+                              ICacheProvider* cache);
 
 }  // namespace Corvix

@@ -52,10 +52,7 @@ BoundMap BindIpp(Address& address, DataMapSpec& map, bool identityWanted) {
     const auto* parameters = dynamic_cast<const IPPDataItemSpec*>(map.GetDataItemSpec(L"IPPParams"));
     DisposablePtr<IPPProvider> provider =
         CreateIppProvider(address, parameters ? parameters->GetResourceUri() : nullptr);
-    if (!provider) return {};
-    std::wstring identity = identityWanted ? ReadText(*provider, "printer-uuid") : std::wstring();
-    return {IPPDataMapper::Create(std::move(provider), DisposablePtr<DataMapSpec>::Share(&map)),
-            std::move(identity)};
+    return provider ? BindIppProvider(std::move(provider), map, identityWanted) : BoundMap();
 }
 
 /// Whether the device speaks the print contract, which takes the place of its Pavo resources.
@@ -107,6 +104,12 @@ DisposablePtr<OIDProvider> CreateOidProviderOrNull(Address& address) {
         logSource.ErrorResult(error.Error(), L"The device's SNMP description is no text");
         return {};
     }
+}
+
+BoundMap BindIppProvider(DisposablePtr<IPPProvider> provider, DataMapSpec& map, bool identityWanted) {
+    std::wstring identity = identityWanted ? ReadText(*provider, "printer-uuid") : std::wstring();
+    return {IPPDataMapper::Create(std::move(provider), DisposablePtr<DataMapSpec>::Share(&map)),
+            std::move(identity)};
 }
 
 MapBinder BinderOf(DataMapTypeEnum type) {

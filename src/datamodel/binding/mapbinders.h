@@ -5,6 +5,7 @@
 
 #include "corvixdm/datamapspec.h"
 #include "corvixdm/disposableptr.h"
+#include "corvixdm/ippprovider.h"
 #include "corvixdm/oidprovider.h"
 #include "corvixdm/transport.h"
 #include "datamodel/collection/datacollectionimpl.h"
@@ -22,6 +23,9 @@ using MapBinder = BoundMap (*)(Address& address, DataMapSpec& map, bool identity
 
 /// The binder of a kind of map, or null where there is none.
 MapBinder BinderOf(DataMapTypeEnum type);
+
+/// Binds an IPP map to a provider that is there already.
+BoundMap BindIppProvider(DisposablePtr<IPPProvider> provider, DataMapSpec& map, bool identityWanted);
 
 /// The SNMP provider of a device, or null. A description that is no text is a device that does not fit, which
 /// is no reason to fail for good.

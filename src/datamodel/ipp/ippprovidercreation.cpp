@@ -1,8 +1,6 @@
 // How a provider comes to be: the probe, the first exchange, the choice of the printer's URI.
 #include <windows.h>
 
-#include <wininet.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -20,12 +18,6 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-constexpr DWORD schemeLength = 32;
-constexpr DWORD hostNameLength = 256;
-constexpr DWORD urlPathLength = 2048;
-constexpr DWORD shortestPath = 4;
-constexpr INTERNET_PORT acceptedPorts[] = {0, 631, 443};
-constexpr const wchar_t* ippPort = L"631";
 /// HTTP statuses that say that the printer does not know the URI.
 constexpr DWORD unknownUriStatuses[] = {400, 404, 405};
 
@@ -81,43 +73,6 @@ std::wstring ChooseUri(Address& address, const IPPOperations& operations, bool s
     return uri;
 }
 
-/// The parts of a printer URI; `path` reaches to the end of the URI.
-struct CrackedUri {
-    std::wstring_view path;
-    DWORD pathLength = 0;
-    INTERNET_PORT port = 0;
-};
-
-/// WinINet is shown a name of the same length in the place of an IPv6 literal: not every version of it knows
-/// those.
-bool Crack(const wchar_t* uri, CrackedUri& cracked) {
-    const std::wstring shown = WithNameForIpv6Literal(uri);
-    URL_COMPONENTSW parts{};
-    parts.dwStructSize = sizeof parts;
-    parts.dwSchemeLength = schemeLength;
-    parts.dwHostNameLength = hostNameLength;
-    parts.dwUrlPathLength = urlPathLength;
-    if (!InternetCrackUrlW(shown.c_str(), 0, 0, &parts)) return false;
-    if (parts.lpszUrlPath) cracked.path = uri + (parts.lpszUrlPath - shown.c_str());
-    cracked.pathLength = parts.dwUrlPathLength;
-    cracked.port = parts.nPort;
-    return true;
-}
-
-/// Whether a cracked URI can be a printer's; sets the last error when not.
-bool IsPrinterUri(const CrackedUri& cracked) {
-    if (!Holds(acceptedPorts, cracked.port)) {
-        FailWith(DWORD{ERROR_UNKNOWN_PORT});
-    } else if (cracked.pathLength == 0) {
-        FailWith(IPPError::PathMissing);
-    } else if (cracked.pathLength < shortestPath) {
-        FailWith(IPPError::PathTooShort);
-    } else {
-        return true;
-    }
-    return false;
-}
-
 }  // namespace
 
 IPPProvider::~IPPProvider() = default;
@@ -166,17 +121,11 @@ DisposablePtr<IPPProvider> IPPProviderImpl::Create(Address* address, const Setti
 DisposablePtr<IPPProvider> IPPProviderImpl::Create2(Address* address, const wchar_t* printerUri,
                                                     unsigned long securityFlags) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::Create2");
-    if (!address || !printerUri) return FailWith(DWORD{ERROR_INVALID_PARAMETER});
-    const SplitUri split = SplitPortFromUri(printerUri);
-    if (split.remainder.empty()) return FailWith(IPPError::PathTooShort);
-    if (!split.port.empty()) address->SetPort(split.port.c_str());
-    CrackedUri cracked;
-    if (!Crack(printerUri, cracked)) return FailWith(DWORD{ERROR_INVALID_PARAMETER});
-    if (!IsPrinterUri(cracked)) return nullptr;
-    if (cracked.port == 0) address->SetPort(ippPort);
+    std::wstring path;
+    if (!TakePrinterUri(address, printerUri, path)) return nullptr;
 
     Settings settings;
-    settings.resource = cracked.path;
+    settings.resource = std::move(path);
     settings.secure = IsSecureUri(printerUri);
     settings.securityFlags = securityFlags;
     settings.requestedAttributes = "printer-info";

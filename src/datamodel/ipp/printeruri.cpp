@@ -1,9 +1,15 @@
 #include "datamodel/ipp/printeruri.h"
 
+#include <windows.h>
+
+#include <wininet.h>
+
 #include <algorithm>
+#include <iterator>
 #include <regex>
 #include <vector>
 
+#include "corvixdm/ippprovider.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
 
@@ -84,6 +90,54 @@ HRESULT ChooseSecure(Address& address, const UriList& uris, std::wstring& uri) {
     return S_OK;
 }
 
+// ---- a caller's URI
+
+constexpr DWORD schemeLength = 32;
+constexpr DWORD hostNameLength = 256;
+constexpr DWORD urlPathLength = 2048;
+constexpr DWORD shortestPath = 4;
+constexpr INTERNET_PORT acceptedPorts[] = {0, 631, 443};
+constexpr const wchar_t* ippPort = L"631";
+
+/// The parts of a printer URI; `path` reaches to the end of the URI.
+struct CrackedUri {
+    std::wstring_view path;
+    DWORD pathLength = 0;
+    INTERNET_PORT port = 0;
+};
+
+/// WinINet is shown a name of the same length in the place of an IPv6 literal: not every version of it knows
+/// those.
+bool Crack(const wchar_t* uri, CrackedUri& cracked) {
+    const std::wstring shown = WithNameForIpv6Literal(uri);
+    URL_COMPONENTSW parts{};
+    parts.dwStructSize = sizeof parts;
+    parts.dwSchemeLength = schemeLength;
+    parts.dwHostNameLength = hostNameLength;
+    parts.dwUrlPathLength = urlPathLength;
+    if (!InternetCrackUrlW(shown.c_str(), 0, 0, &parts)) return false;
+    if (parts.lpszUrlPath) cracked.path = uri + (parts.lpszUrlPath - shown.c_str());
+    cracked.pathLength = parts.dwUrlPathLength;
+    cracked.port = parts.nPort;
+    return true;
+}
+
+bool FailWith(DWORD error) {
+    SetLastError(error);
+    return false;
+}
+
+bool FailWith(IPPError error) { return FailWith(static_cast<DWORD>(error)); }
+
+/// Whether a cracked URI can be a printer's; sets the last error when not.
+bool IsPrinterUri(const CrackedUri& cracked) {
+    const auto* end = std::end(acceptedPorts);
+    if (std::find(std::begin(acceptedPorts), end, cracked.port) == end)
+        return FailWith(DWORD{ERROR_UNKNOWN_PORT});
+    if (cracked.pathLength == 0) return FailWith(IPPError::PathMissing);
+    return cracked.pathLength >= shortestPath || FailWith(IPPError::PathTooShort);
+}
+
 }  // namespace
 
 UriScheme ClassifyUriScheme(const wchar_t* uri) {
@@ -124,6 +178,19 @@ std::wstring WithNameForIpv6Literal(std::wstring uri) {
 std::wstring_view PathOfUri(std::wstring_view uri) {
     const size_t path = uri.find(L'/', HostOf(uri));
     return path == std::wstring_view::npos ? std::wstring_view() : uri.substr(path);
+}
+
+bool TakePrinterUri(Address* address, const wchar_t* uri, std::wstring& path) {
+    if (!address || !uri) return FailWith(DWORD{ERROR_INVALID_PARAMETER});
+    const SplitUri split = SplitPortFromUri(uri);
+    if (split.remainder.empty()) return FailWith(IPPError::PathTooShort);
+    if (!split.port.empty()) address->SetPort(split.port.c_str());
+    CrackedUri cracked;
+    if (!Crack(uri, cracked)) return FailWith(DWORD{ERROR_INVALID_PARAMETER});
+    if (!IsPrinterUri(cracked)) return false;
+    if (cracked.port == 0) address->SetPort(ippPort);
+    path = cracked.path;
+    return true;
 }
 
 std::wstring CreatePrinterURIAttribute(Address& address, const std::wstring& resource, bool secure) {

@@ -33,6 +33,11 @@ std::wstring WithNameForIpv6Literal(std::wstring uri);
 /// The path of a URI, from the first "/" after the host; empty when it has none.
 std::wstring_view PathOfUri(std::wstring_view uri);
 
+/// Takes a printer URI as a caller gave it: checks it, sets the address's port to its own, or to 631 where it
+/// names none, and hands back the path, which reaches to the URI's end.
+/// \return false with the last error set: 87, 1796 for a port other than 631 and 443, or an IPPError.
+bool TakePrinterUri(Address* address, const wchar_t* uri, std::wstring& path);
+
 /// "ipp(s)://" + host and port of the address + resource. A USB port stands for its local endpoint.
 std::wstring CreatePrinterURIAttribute(Address& address, const std::wstring& resource, bool secure);
 

@@ -45,6 +45,9 @@ public:
     std::size_t NameCount() const { return names_.size(); }
     std::string_view Name(std::size_t index) const;
 
+    /// The bytes that were read.
+    std::string_view Body() const { return body_; }
+
     /// The bytes that the response occupies on the heap.
     std::size_t HeapBytes() const;
 

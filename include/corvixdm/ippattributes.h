@@ -1,0 +1,91 @@
+/// \file ippattributes.h
+/// A whole IPP answer: every attribute in it, and where reading it stopped. Fetched from a printer, or read
+/// from bytes that were kept.
+#pragma once
+
+#include <windows.h>
+
+#include <oaidl.h>
+
+#include "disposable.h"
+#include "export.h"
+#include "transport.h"
+
+namespace Corvix {
+
+/// The first eight bytes of an answer.
+struct IPPAnswerHeader {
+    unsigned char majorVersion;  ///< 2
+    unsigned char minorVersion;
+    unsigned short status;  ///< the IPP status code, such as 0 or 0x0406
+    unsigned requestId;
+};
+
+/// What stopped the reading of a malformed answer.
+struct IPPFault {
+    unsigned long offset;  ///< the byte of the body
+    const char* reason;    ///< an English sentence without its end, valid as long as the library is loaded
+};
+
+/// The attributes of one answer, which never change. May be used by several threads at once.
+///
+/// Attributes of one name that come in several groups are one here, their values in the order of arrival.
+/// Dates, texts with a language, out-of-band and unknown values are not kept: an attribute without any other
+/// value is not here.
+class CORVIXDM_API IPPAttributes : public virtual IDisposable {
+public:
+    IPPAttributes();
+    IPPAttributes(const IPPAttributes& other);
+    IPPAttributes& operator=(const IPPAttributes& other);
+    virtual ~IPPAttributes();
+
+    /// \return S_OK; S_FALSE when the body is too short for a header or not of IPP 2.x, E_FAIL for null:
+    ///     `header` is then left as it was.
+    virtual HRESULT GetHeader(IPPAnswerHeader* header) const = 0;
+
+    /// The number of names.
+    virtual unsigned GetCount() const = 0;
+    /// A name in UTF-8, in the order in which they came, counted from 0; null beyond the last. The object's
+    /// own.
+    virtual const char* GetName(unsigned index) const = 0;
+
+    /// The values of an attribute in one text, joined by ",".
+    /// \param name an attribute's name; with dots a member of its collections, such as
+    ///     "media-col-default.media-size.x-dimension"; or "status-code".
+    /// \param value set to a VT_BSTR, which the caller clears.
+    /// \return S_OK; S_FALSE when the answer does not hold it, E_FAIL for a null argument: `value` is then
+    ///     left as it was. \throws _com_error with E_OUTOFMEMORY when memory runs out.
+    virtual HRESULT GetValue(const char* name, VARIANT* value) const = 0;
+
+    /// Tells where reading stopped; what came before can be asked for all the same.
+    /// \return S_OK; S_FALSE when the whole body was read, E_FAIL for null: `fault` is then left as it was.
+    virtual HRESULT GetFault(IPPFault* fault) const = 0;
+
+    /// The bytes of the answer, null when there are none, and their number. The object's own.
+    virtual const unsigned char* GetBody(unsigned long* length) const = 0;
+};
+
+}  // namespace Corvix
+
+extern "C" {
+/// Reads the body of an answer, for example one that was kept. Malformed bytes are no failure: see
+/// GetFault().
+/// \param body copied; null is an empty body.
+/// \return an object that holds one reference, owned by the caller.
+/// \throws _com_error with E_OUTOFMEMORY when memory runs out.
+CORVIXDM_API Corvix::IPPAttributes* CreateIPPAttributes(const unsigned char* body, unsigned long length);
+
+/// Fetches attributes of a printer with one Get-Printer-Attributes exchange. In contrast to a provider
+/// nothing is probed, and an answer of any status, or a malformed one, is handed back as it came.
+/// \param printerUri an "ipp" or "ipps" URI whose port, if it names one, is 631 or 443. The address's port is
+///     set to it.
+/// \param requestedAttributes names or groups separated by commas; null for "all". The printer is asked for
+///     "printer-name" and "printer-uri-supported" besides.
+/// \param securityFlags WinINet request flags of an "ipps" connection, as for CreateSecureIPPPrintProvider().
+/// \return an object that holds one reference, owned by the caller; or null with the thread's last error: 87
+///     for a missing argument or a URI of another kind, an IPPError, 1796 for another port, the HTTP status
+///     of a failed exchange, or the transport's own error. Never throws.
+CORVIXDM_API Corvix::IPPAttributes* QueryIPPAttributes(Corvix::Address* address, const wchar_t* printerUri,
+                                                       const char* requestedAttributes,
+                                                       unsigned securityFlags);
+}

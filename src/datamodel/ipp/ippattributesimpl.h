@@ -1,0 +1,40 @@
+/// A whole answer behind the public interface.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "corvixdm/disposableptr.h"
+#include "corvixdm/ippattributes.h"
+#include "datamodel/ipp/codec/response.h"
+#include "utilslib/disposable.h"
+
+namespace Corvix {
+
+class IPPAttributesImpl final : public IPPAttributes, public KyUtils::IDisposableImpl {
+public:
+    static DisposablePtr<IPPAttributes> Create(std::shared_ptr<const Ipp::Response> response);
+    static DisposablePtr<IPPAttributes> Read(std::string_view body);
+    /// \return null with the last error set.
+    static DisposablePtr<IPPAttributes> Query(Address* address, const wchar_t* printerUri,
+                                              std::string_view requestedAttributes,
+                                              unsigned long securityFlags);
+
+    HRESULT GetHeader(IPPAnswerHeader* header) const override;
+    unsigned GetCount() const override { return static_cast<unsigned>(names_.size()); }
+    const char* GetName(unsigned index) const override;
+    HRESULT GetValue(const char* name, VARIANT* value) const override;
+    HRESULT GetFault(IPPFault* fault) const override;
+    const unsigned char* GetBody(unsigned long* length) const override;
+
+private:
+    explicit IPPAttributesImpl(std::shared_ptr<const Ipp::Response> response);
+
+    std::shared_ptr<const Ipp::Response> response_;
+    /// Those of the response, each with a zero at its end.
+    std::vector<std::string> names_;
+};
+
+}  // namespace Corvix
