@@ -18,6 +18,7 @@
 namespace Corvix {
 namespace {
 
+namespace Bytes = Ipp::Testing;
 using CorvixTest::FakeAddress;
 using CorvixTest::FakeDevice;
 using Microsoft::WRL::ComPtr;
@@ -123,6 +124,40 @@ TEST_F(DataCollectionApiTest, ComesFromSpecifications) {
     DataMapSpecCollection::Dispose(maps);
     ASSERT_TRUE(made);
     EXPECT_EQ(Read(*made, L"Model"), L"Color Laser 5") << "the map lives as long as its collection";
+}
+
+TEST_F(DataCollectionApiTest, ComesFromAnIppProvider) {
+    device->host = L"USB001";  // which nobody probes
+    device->answer = [](const CorvixTest::HttpExchange&) {
+        return CorvixTest::HttpAnswer{200, Bytes::Body(Bytes::Value(0x42, "printer-name", "attic")), S_OK,
+                                      true};
+    };
+    const DisposablePtr<IPPProvider> provider(
+        CreateSecureIPPPrintProvider(address.Get(), L"ipps://p/ipp/print", 0));
+    ASSERT_TRUE(provider);
+    device->exchanges.clear();
+    DataMapSpecCollection* maps = DataMapSpecCollection::CreateDataMapSpecCollection();
+    maps->AddDataMapSpec(DataMapSpec::CreateDataMapSpec(DataMapTypeEnum::PLSXML));
+    const auto create = [&](DataCollection** out) {
+        return CreateDataCollectionFromIPPProvider(provider.Get(), maps, out, nullptr);
+    };
+    EXPECT_EQ(create(&collection), E_FAIL) << "no IPP map";
+    DataMapSpec* map = DataMapSpec::CreateDataMapSpec(DataMapTypeEnum::IPP);
+    map->AddDataItemSpec(L"printer-name", IPPDataItemSpec::CreateIPPDataItemSpec(
+                                              L"printer-name", nullptr, false, nullptr, nullptr, 0, nullptr));
+    map->AddDataItemSpec(L"map", StaticDataItemSpec::CreateStaticDataItemSpec(L"map", L"IPP", nullptr));
+    maps->AddDataMapSpec(map);
+    EXPECT_EQ(create(nullptr), E_FAIL);
+    EXPECT_EQ(CreateDataCollectionFromIPPProvider(nullptr, maps, &collection, nullptr), E_FAIL);
+    EXPECT_EQ(CreateDataCollectionFromIPPProvider(provider.Get(), nullptr, &collection, nullptr), E_FAIL);
+    DisposablePtr<DataCollection> made;
+    EXPECT_EQ(create(made.Receive()), S_OK);
+    DataMapSpecCollection::Dispose(maps);
+    ASSERT_TRUE(made);
+    EXPECT_EQ(device->exchanges.size(), 0u) << "binding asks the printer for nothing";
+    EXPECT_EQ(made->GetDataMapName(), L"IPPDataMap");
+    EXPECT_EQ(Read(*made, L"map"), L"IPP");
+    EXPECT_EQ(Read(*made, L"printer-name"), L"attic");
 }
 
 TEST_F(DataCollectionApiTest, RefusesTextsThatAreNoDocument) {
