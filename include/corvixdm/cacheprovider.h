@@ -58,6 +58,27 @@ extern "C" {
 ///     next time.
 CORVIXDM_API Corvix::ICacheProvider* CreateRegCacheProvider(const wchar_t* rootPath);
 
+/// Makes a cache as CreateRegCacheProvider() does that also remembers which device answered, so that a later
+/// collection, of a later process, too, need not ask for that: it answers what it finds in the registry without
+/// a word to the device.
+///
+/// A collection of SNMP, PLSXML, Pavo or WS is then bound from memory. When the first value is wanted that is not
+/// in the cache, the device is probed and asked who it is, as otherwise at the creation of the collection. If it
+/// does not answer, or is another device than the one remembered, the collection asks nothing of it: each such
+/// GetValue() fails with HRESULT_FROM_WIN32(ERROR_DEVICE_NOT_CONNECTED), and what was remembered is forgotten,
+/// so that a new collection finds out. No value of one device is ever kept as another's; but until the first
+/// value that is not in the cache, a device that took over the address answers with its predecessor's values.
+/// The caller says for how long that may be. Collections of IPP always ask the device.
+///
+/// \param rootPath see CreateRegCacheProvider().
+/// \param deviceName what tells the way to this device from the ways to others, such as its host name and port.
+///     Null or empty remembers nothing.
+/// \param lifespan how long to go by memory since the device last told who it is, in tenths of a second; 0 for
+///     ever.
+CORVIXDM_API Corvix::ICacheProvider* CreateRegCacheProviderForDevice(const wchar_t* rootPath,
+                                                                     const wchar_t* deviceName,
+                                                                     unsigned lifespan);
+
 /// Makes a cache that keeps values in the spooler's data of one printer, under the key "UBidiData", and loads
 /// what is there already.
 /// \param printer an open printer handle; stays the caller's and stays open for as long as the provider

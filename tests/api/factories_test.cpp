@@ -66,6 +66,8 @@ TEST(Factories, RegistryCacheOutlivesACollection) {
     EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, L"Software\\Test\\SN1\\Pavo", L"Model.Expires", RRF_RT_REG_SZ,
                            nullptr, nullptr, &bytes),
               ERROR_SUCCESS);
+    for (const wchar_t* text : {static_cast<const wchar_t*>(nullptr), L"", L"x"})
+        EXPECT_TRUE(DisposablePtr<ICacheProvider>(CreateRegCacheProviderForDevice(text, text, 0)));
     const DisposablePtr<ICacheProvider> rootless(CreateRegCacheProvider(nullptr));
     EXPECT_EQ(ReadModel(device, rootless.Get()), L"Printer4");
 }

@@ -336,6 +336,168 @@ TEST_F(RegistryCacheTest, KnowsDevicesOfEveryProtocol) {
     EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\MFG:Test;\\WS"));
 }
 
+/// A cache that remembers the device behind an address.
+class DeviceMemoryTest : public RegistryCacheTest {
+protected:
+    static constexpr unsigned lifespan = 1000;
+    static constexpr HRESULT notConnected = HRESULT_FROM_WIN32(ERROR_DEVICE_NOT_CONNECTED);
+
+    static DisposablePtr<RegCacheProvider> Remembering(const wchar_t* deviceName = L"printer.test") {
+        auto provider = RegCacheProvider::Create(root);
+        provider->RememberDevice(deviceName, lifespan);
+        return provider;
+    }
+    static HRESULT Read(DataCollection& collection, const wchar_t* name) {
+        Variant value;
+        return collection.GetValue(name, value.Receive());
+    }
+};
+
+TEST_F(DeviceMemoryTest, AsksNothingForWhatItHas) {
+    const auto device = DeviceWith("SN1", "Printer");
+    EXPECT_EQ(ModelOf(*CreatePlsxml(device, Remembering().Get())), std::wstring(L"Printer") + fromDevice);
+    device->exchanges.clear();
+    EXPECT_EQ(ModelOf(*CreatePlsxml(device, Remembering().Get())), std::wstring(L"Printer") + fromCache);
+    EXPECT_TRUE(device->exchanges.empty());
+
+    TestClock::Advance(601 * TestClock::lifespanUnit);
+    EXPECT_EQ(ModelOf(*CreatePlsxml(device, Remembering().Get())), std::wstring(L"Printer") + fromDevice);
+    ASSERT_EQ(device->exchanges.size(), 2u);
+    EXPECT_EQ(device->exchanges[0].uri, identityUri) << "before anything else";
+}
+
+TEST_F(DeviceMemoryTest, KnowsDevicesOfEveryProtocolButIpp) {
+    struct Case {
+        DataMapTypeEnum type;
+        bool remembered;
+    };
+    const Case cases[] = {{DataMapTypeEnum::Pavo, true},
+                          {DataMapTypeEnum::WS, true},
+                          {DataMapTypeEnum::PLSXML, true},
+                          {DataMapTypeEnum::OID, true},
+                          {DataMapTypeEnum::IPP, false}};
+    const auto device = DeviceWith("SN1", "Printer");
+    ServePavo(*device);
+    ServeWs(*device);
+    ServeSnmp(*device, L"SNMP1");
+    ServeIpp(*device, Ipp::Testing::Value(0x45, "printer-uuid", "urn:uuid:1234"));
+    for (const Case& c : cases) {
+        const auto first = Create(device, MapsOf({c.type}), Remembering().Get());
+        ASSERT_TRUE(first);
+        const int before = device->calls;
+        const auto second = Create(device, MapsOf({c.type}), Remembering().Get());
+        ASSERT_TRUE(second);
+        EXPECT_EQ(second->GetDataMapName(), first->GetDataMapName());
+        EXPECT_EQ(device->calls == before, c.remembered) << second->GetDataMapName().c_str();
+    }
+}
+
+TEST_F(DeviceMemoryTest, AsksWhoIsThereWhereItIsNotSure) {
+    struct Case {
+        const char* what;
+        const wchar_t* deviceName;
+        std::initializer_list<DataMapTypeEnum> maps;
+        unsigned later;
+        bool asks;
+    };
+    const Case cases[] = {
+        {"the same", L"printer.test", {DataMapTypeEnum::PLSXML}, lifespan, false},
+        {"long ago", L"printer.test", {DataMapTypeEnum::PLSXML}, lifespan + 1, true},
+        {"another way", L"printer.test:8080", {DataMapTypeEnum::PLSXML}, 0, true},
+        {"other maps", L"printer.test", {DataMapTypeEnum::OID, DataMapTypeEnum::PLSXML}, 0, true},
+        {"no memory", L"", {DataMapTypeEnum::PLSXML}, 0, true},
+    };
+    const auto device = DeviceWith("SN1", "Printer");
+    for (const Case& c : cases) {
+        CreatePlsxml(device, Remembering().Get());
+        TestClock::Advance(c.later * TestClock::lifespanUnit);
+        device->exchanges.clear();
+        Create(device, MapsOf(c.maps), Remembering(c.deviceName).Get());
+        EXPECT_EQ(device->RequestsFor(identityUri), c.asks ? 1u : 0u) << c.what;
+    }
+}
+
+TEST_F(DeviceMemoryTest, AsksNothingOfAnotherDevice) {
+    struct Case {
+        const char* what;
+        FakeDevicePtr now;
+        std::wstring model;
+    };
+    const auto nameless = DeviceWith("", "Third");
+    const auto silent = std::make_shared<FakeDevice>();
+    silent->answer = [](const CorvixTest::HttpExchange&) { return CorvixTest::HttpAnswer{0, {}, E_FAIL}; };
+    const Case cases[] = {{"another", DeviceWith("TWO", "Second"), std::wstring(L"Second") + fromDevice},
+                          {"one without a name", nameless, std::wstring(L"Third") + fromDevice},
+                          {"none", silent, L"none"}};
+    for (const Case& c : cases) {
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, root);
+        ModelOf(*CreatePlsxml(DeviceWith("ONE", "First"), Remembering().Get()));
+        {
+            const auto misled = CreatePlsxml(c.now, Remembering().Get());
+            EXPECT_EQ(ModelOf(*misled), std::wstring(L"First") + fromCache) << c.what;
+            EXPECT_TRUE(c.now->exchanges.empty()) << c.what;
+            EXPECT_EQ(Read(*misled, L"x:Model"), notConnected) << c.what;
+            EXPECT_EQ(Read(*misled, L"x:Model"), notConnected) << c.what;
+            EXPECT_EQ(c.now->exchanges.size(), 1u) << c.what << ": only asked who it is";
+        }
+        EXPECT_EQ(ModelOf(*CreatePlsxml(c.now, Remembering().Get())), c.model) << c.what;
+        EXPECT_EQ(ModelOf(*CreatePlsxml(DeviceWith("ONE", "Changed"), cache.Get())),
+                  std::wstring(L"First") + fromCache)
+            << c.what << ": the first device's values are as they were";
+    }
+}
+
+TEST_F(DeviceMemoryTest, AsksNothingOfAnotherSnmpDevice) {
+    const auto device = std::make_shared<FakeDevice>();
+    ServeSnmp(*device, L"ONE");
+    const auto maps = [] {
+        Maps made = MapsOf({DataMapTypeEnum::OID});
+        made->GetDataMapSpec(0)->AddDataItemSpec(
+            L"Name", OIDDataItemSpec::CreateOIDDataItemSpec(L"Name", L"1.3.6.1.2.1.25.3.2.1.3.1", nullptr,
+                                                            false, nullptr, 0, nullptr));
+        return made;
+    };
+    EXPECT_EQ(Read(*Create(device, maps(), Remembering().Get()), L"Name"), S_OK);
+    ServeSnmp(*device, L"TWO");
+    const auto misled = Create(device, maps(), Remembering().Get());
+    EXPECT_EQ(Read(*misled, L"Name"), S_OK) << "from the cache";
+    EXPECT_EQ(Read(*misled, L"x:Name"), notConnected);
+    EXPECT_EQ(Read(*Create(device, maps(), Remembering().Get()), L"x:Name"), S_OK);
+}
+
+TEST_F(DeviceMemoryTest, TakesWhatItCannotReadForNothing) {
+    const std::wstring name = L"printer.test [PLSXML]";
+    const std::wstring now = std::to_wstring(*TestClock::Now());
+    struct Case {
+        const wchar_t* device;
+        std::wstring stamp;
+        bool asks;
+    };
+    const Case cases[] = {
+        {L"PLSXML SN1", now, false},
+        {L"PLSXML", now, true},
+        {L"PLSXML ", now, true},
+        {L"", now, true},
+        {L"OID SN1", now, true},
+        {L"Other SN1", now, true},
+        {L"PLSXML SN1", L"soon", true},
+        {L"PLSXML SN1", L"", true},
+        {L"PLSXML SN1", std::to_wstring(*TestClock::Now() + 1), true},
+    };
+    const auto device = DeviceWith("SN1", "Printer");
+    for (const Case& c : cases) {
+        const auto write = [](const std::wstring& each, const std::wstring& text) {
+            RegSetKeyValueW(HKEY_LOCAL_MACHINE, root, each.c_str(), REG_SZ, text.c_str(),
+                            static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+        };
+        write(name, c.device);
+        write(name + L".Expires", c.stamp);
+        device->exchanges.clear();
+        EXPECT_TRUE(CreatePlsxml(device, Remembering().Get()));
+        EXPECT_EQ(device->RequestsFor(identityUri), c.asks ? 1u : 0u) << c.device << L", " << c.stamp;
+    }
+}
+
 TEST_F(CreateFromSpecsTest, FillsTheStoreFromPrinterData) {
     FakeSpooler spooler;
     spooler.values = {{L"Model", REG_SZ, BytesOf(L"Kept")},

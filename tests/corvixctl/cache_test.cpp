@@ -78,10 +78,43 @@ TEST_F(CtlCache, AnswersALaterRunWithoutTheDevice) {
     EXPECT_EQ(rows[2][1], "82");
     EXPECT_EQ(rows[2][3], "cache");
     EXPECT_EQ(rows[2][6], "") << "it is kept for ever";
-    EXPECT_EQ(Requests(), 1) << "only to learn which device it is";
+    EXPECT_EQ(Requests(), 0);
 
     const CtlRun transient = Get(key_, {L"Cyan"});
     EXPECT_EQ(ParseCsv(transient.out)[1][3], "device") << "such a value is never kept";
+}
+
+TEST_F(CtlCache, NoticesThatAnotherDeviceHasTakenThePlace) {
+    Get(key_, {});
+    sim_.Control("POST", "/sim/values", "serial-number=OTHER\nmodel=Other\n");
+    const CtlRun run = Get(key_, {});
+    EXPECT_EQ(run.exitCode, 0u) << run.error;
+    const auto rows = ParseCsv(run.out);
+    ASSERT_THAT(rows, SizeIs(5));
+    for (const Row& row : rows) {
+        EXPECT_NE(row[1], "Corvus C4200dn");
+        EXPECT_NE(row[3], "cache") << row[0];
+    }
+}
+
+TEST_F(CtlCache, KeepsTheElementsOfWalks) {
+    const TempFile walks(R"(<DataMaps><OIDDataMap>
+  <NextDataItem Name="Level" OID="1.3.6.1.2.1.43.11.1.1.9.1" UntilEnd="true" LifeSpan="600"/>
+</OIDDataMap></DataMaps>)");
+    const Words words = {L"get",
+                         L"--device",
+                         Widen(sim_.Address()),
+                         L"--port-map",
+                         Widen(sim_.PortMap()),
+                         L"--map",
+                         walks.Path(),
+                         L"--cache",
+                         key_};
+    const CtlRun first = RunCtl(words);
+    EXPECT_THAT(first.out, HasSubstr("Level.006"));
+    sim_.Control("POST", "/sim/counters/reset");
+    EXPECT_EQ(RunCtl(words).out, first.out);
+    EXPECT_EQ(Requests(), 0);
 }
 
 TEST_F(CtlCache, ListsAndClearsWhatIsKept) {

@@ -72,13 +72,23 @@ void RequireKnownMap(const MapFile& file) {
     FailAsUnreachable(device, L"no map of " + file.Path() + L" fits it");
 }
 
+// How long an address is taken to lead to the device that it led to, in tenths of a second.
+constexpr unsigned deviceLifespan = 10 * 60 * 10;
+
+// The same host has other devices behind other ports.
+std::wstring WayTo(const Device& device, const Arguments& arguments) {
+    const auto ports = arguments.Find(L"port-map");
+    return ports ? device.host + L" " + *ports : device.host;
+}
+
 // The cache that the user asked for; null without one.
-DisposablePtr<ICacheProvider> OpenCache(const Arguments& arguments) {
+DisposablePtr<ICacheProvider> OpenCache(const Device& device, const Arguments& arguments) {
     const std::optional<std::wstring> option = arguments.Find(L"cache");
     if (!option) return {};
     const std::wstring key = ReadCacheKey(L"cache", *option);
     if (const auto reason = WhyNotWritable(key)) Complain(L"values are not kept: " + *reason);
-    return DisposablePtr<ICacheProvider>(CreateRegCacheProvider(key.c_str()));
+    return DisposablePtr<ICacheProvider>(
+        CreateRegCacheProviderForDevice(key.c_str(), WayTo(device, arguments).c_str(), deviceLifespan));
 }
 
 DisposablePtr<DataCollection> Bind(const Device& device, const MapFile& file, ICacheProvider* cache) {
@@ -160,11 +170,13 @@ bool IsOutOfReach(const Device& device) {
     return device.journal->Unreachable() && !device.journal->HasAnswered();
 }
 
-std::vector<Reading> ReadItems(DataCollection& collection, const MapInfo& map, const Device& device,
-                               const std::vector<std::wstring>& names) {
+// Nothing when the device that an earlier run remembered is not there.
+std::optional<std::vector<Reading>> ReadItems(DataCollection& collection, const MapInfo& map,
+                                              const Device& device, const std::vector<std::wstring>& names) {
     ItemReader reader(collection, map, device);
     for (const std::wstring& name : names) {
         reader.Read(name);
+        if (reader.WasMisled()) return std::nullopt;
         // Each further item would only wait for the same silence again.
         if (IsOutOfReach(device)) break;
     }
@@ -181,18 +193,33 @@ const MapInfo& BoundMap(const MapFile& file, const DataCollection& collection) {
                                         L", which it does not hold");
 }
 
+struct Answer {
+    DataMapTypeEnum type;
+    std::vector<Reading> readings;
+};
+
+std::optional<Answer> AskDevice(const Device& device, const std::wstring& mapPath, ICacheProvider* cache,
+                                const std::vector<std::wstring>& names) {
+    const MapFile file = MapFile::Load(mapPath);
+    const DisposablePtr<DataCollection> collection = Bind(device, file, cache);
+    const MapInfo& map = BoundMap(file, *collection);
+    auto readings = ReadItems(*collection, map, device, names.empty() ? NamesOf(map) : names);
+    if (!readings) return std::nullopt;
+    return Answer{map.type, std::move(*readings)};
+}
+
 ExitCode RunGet(const Arguments& arguments) {
     const Format format = ReadFormat(arguments);
     const std::wstring path = arguments.Require(L"map", L"the data map to use");
     const Device device = OpenDevice(arguments);
-    const MapFile file = MapFile::Load(path);
-    const DisposablePtr<ICacheProvider> cache = OpenCache(arguments);
-    const DisposablePtr<DataCollection> collection = Bind(device, file, cache.Get());
-    const MapInfo& map = BoundMap(file, *collection);
-    const auto& named = arguments.Operands();
-    const auto readings = ReadItems(*collection, map, device, named.empty() ? NamesOf(map) : named);
+    const DisposablePtr<ICacheProvider> cache = OpenCache(device, arguments);
+    std::optional<Answer> answer = AskDevice(device, path, cache.Get(), arguments.Operands());
+    // What was remembered turned out wrong and is forgotten: now the device is asked who it is.
+    if (!answer) answer = AskDevice(device, path, cache.Get(), arguments.Operands());
+    if (!answer) FailAsUnreachable(device, L"its identity changes all the time");
+    const std::vector<Reading>& readings = answer->readings;
     const Explanation explanation = {arguments.Has(L"explain"), cache.Get() != nullptr};
-    Print(Render(readings, explanation, format, device, map.type));
+    Print(Render(readings, explanation, format, device, answer->type));
     const auto failed = std::count_if(readings.begin(), readings.end(), std::not_fn(IsAnswered));
     if (failed == 0) return ExitCode::Done;
     Complain(std::to_wstring(failed) + L" of " + std::to_wstring(readings.size()) + L" items failed");

@@ -86,10 +86,10 @@ Reading ItemReader::ReadOne(const std::wstring& name) {
         return reading;
     }
     Variant value;
-    const HRESULT result = collection_.GetValue(name.c_str(), value.Receive());
-    if (FAILED(result)) {
+    lastResult_ = collection_.GetValue(name.c_str(), value.Receive());
+    if (FAILED(lastResult_)) {
         StopIfInterrupted();
-        reading.error = ReasonOfFailure(name, item, result);
+        reading.error = ReasonOfFailure(name, item, lastResult_);
         return reading;
     }
     reading.value = ToCell(value.Get());
@@ -103,10 +103,10 @@ void ItemReader::ReadElements(const std::wstring& name, const Elements& elements
     const Reading whole = ReadOne(name);
     const size_t before = readings_.size();
     const int last = elements.untilEnd ? mostElements : std::min(elements.count, mostElements);
-    for (int number = 0; number <= last; ++number) {
+    for (int number = 0; number <= last && !IsCutOff(); ++number) {
         Reading element = ReadOne(ElementName(name, number));
         const bool answered = std::holds_alternative<std::monostate>(element.error);
-        if (answered) readings_.push_back(std::move(element));
+        if (answered || IsCutOff()) readings_.push_back(std::move(element));
         // A walk may begin at a column, which has no value of its own: element 0 is missing then.
         if (!answered && number > 0 && !elements.mayHaveGaps) break;
     }
@@ -116,6 +116,11 @@ void ItemReader::ReadElements(const std::wstring& name, const Elements& elements
     none.error =
         std::holds_alternative<std::monostate>(whole.error) ? Cell(std::wstring(noElement)) : whole.error;
     readings_.push_back(std::move(none));
+}
+
+bool ItemReader::IsCutOff() const {
+    return FAILED(lastResult_) && HRESULT_FACILITY(lastResult_) == FACILITY_WIN32 &&
+           lastResult_ != HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
 }
 
 std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, const MapItem* item, HRESULT result) {

@@ -34,7 +34,15 @@ public:
 
     const std::vector<Reading>& Readings() const { return readings_; }
 
+    // Whether the collection was made for a device remembered from an earlier run that is not there: what was read
+    // is worth nothing, and a new collection asks who is.
+    bool WasMisled() const { return lastResult_ == misled; }
+
 private:
+    static constexpr HRESULT misled = HRESULT_FROM_WIN32(ERROR_DEVICE_NOT_CONNECTED);
+
+    // Whether the last failure was about the way to the device, which a further element would take, too.
+    bool IsCutOff() const;
     Reading ReadOne(const std::wstring& name);
     void ReadElements(const std::wstring& name, const Elements& elements);
     const MapItem* FindItem(const std::wstring& name) const;
@@ -45,6 +53,7 @@ private:
     const MapInfo& map_;
     const Device& device_;
     std::vector<Reading> readings_;
+    HRESULT lastResult_ = S_OK;
     // Why a document could not be had, so that not every item of it waits for the same again.
     std::map<std::wstring, std::wstring> failedResources_;
 };

@@ -129,9 +129,11 @@ void ForEachMapKey(const std::wstring& root, Visit visit) {
     }
 }
 
-size_t ClearMapKey(const std::wstring& path) {
+// Removes the cache's values of one key.
+size_t ClearKey(const std::wstring& path) {
     RegistryKey key;
     const LSTATUS opened = key.Open(path, KEY_READ | KEY_WRITE);
+    if (opened == ERROR_FILE_NOT_FOUND) return 0;
     if (opened != ERROR_SUCCESS) throw RegistryFailure(path, opened);
     const std::vector<std::wstring> names = CachedNames(key);
     for (const std::wstring& name : names) {
@@ -182,11 +184,13 @@ size_t ClearCache(const std::wstring& root) {
     std::vector<std::wstring> visited;
     ForEachMapKey(root, [&](const std::wstring& device, const std::wstring& protocol) {
         const std::wstring devicePath = root + L"\\" + device;
-        removed += ClearMapKey(devicePath + L"\\" + protocol);
+        removed += ClearKey(devicePath + L"\\" + protocol);
         visited.insert(visited.end(), {devicePath + L"\\" + protocol, devicePath});
     });
     for (const std::wstring& path : visited)
         RemoveIfEmpty(path);
+    // Which devices answered is remembered here.
+    ClearKey(root);
     return removed;
 }
 

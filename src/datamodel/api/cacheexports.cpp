@@ -19,6 +19,16 @@ ICacheProvider* CreateRegCacheProvider(const wchar_t* rootPath) {
         [&]() -> ICacheProvider* { return Corvix::RegCacheProvider::Create(rootPath).Release(); });
 }
 
+ICacheProvider* CreateRegCacheProviderForDevice(const wchar_t* rootPath, const wchar_t* deviceName,
+                                                unsigned lifespan) {
+    const KyUtils::LogScope scope(logSource, "CreateRegCacheProviderForDevice");
+    return KyUtils::RaisingComErrors([&]() -> ICacheProvider* {
+        auto provider = Corvix::RegCacheProvider::Create(rootPath);
+        provider->RememberDevice(deviceName ? deviceName : L"", lifespan);
+        return provider.Release();
+    });
+}
+
 ICacheProvider* CreatePrintDataCacheProvider(HANDLE printer) {
     const KyUtils::LogScope scope(logSource, "CreatePrintDataCacheProvider");
     return KyUtils::RaisingComErrors(

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "datamodel/binding/mapbinders.h"
+#include "datamodel/binding/rememberedmap.h"
 #include "datamodel/caches/devicecache.h"
 #include "datamodel/caches/printdatacacheprovider.h"
 #include "datamodel/caches/regcacheprovider.h"
@@ -42,6 +43,13 @@ std::wstring WithoutUuidScheme(std::wstring identity) {
     return found == std::wstring::npos ? identity : identity.substr(found + mark.size());
 }
 
+BoundMap BindRemembering(Address& address, const DataMapSpecCollection& maps, RegCacheProvider& cache) {
+    if (BoundMap remembered = BindFromMemory(address, maps, cache); remembered.mapper) return remembered;
+    BoundMap bound = BindFirstMap(address, maps, true);
+    Remember(bound, maps, cache);
+    return bound;
+}
+
 /// A registry cache serves a device that tells who it is, and no other: the values could be another device's.
 void TakeRegistryCache(DataCollectionImpl& collection, RegCacheProvider& provider, std::wstring identity) {
     identity = WithoutUuidScheme(std::move(identity));
@@ -72,6 +80,12 @@ bool NeedsIdentity(ICacheProvider* cache) {
     return registry && registry->HasBaseKey();
 }
 
+BoundMap Bind(Address& address, const DataMapSpecCollection& maps, ICacheProvider* cache) {
+    auto* registry = dynamic_cast<RegCacheProvider*>(cache);
+    if (registry && registry->Memory()) return BindRemembering(address, maps, *registry);
+    return BindFirstMap(address, maps, NeedsIdentity(cache));
+}
+
 /// Hands out the collection of a bound map with its cache and its constants.
 HRESULT Complete(BoundMap bound, DataCollection** collection, ICacheProvider* cache) {
     if (!bound.mapper) return E_FAIL;
@@ -87,7 +101,7 @@ HRESULT CreateFromSpecs(Address* address, DataMapSpecCollection* maps, DataColle
                         ICacheProvider* cache) {
     const KyUtils::LogScope scope(logSource, "Corvix::DataCollectionImpl::CreateFromSpecs");
     if (!address || !maps || !collection || maps->GetCount() == 0) return E_FAIL;
-    return Complete(BindFirstMap(*address, *maps, NeedsIdentity(cache)), collection, cache);
+    return Complete(Bind(*address, *maps, cache), collection, cache);
 }
 
 HRESULT CreateFromIppProvider(IPPProvider* provider, DataMapSpecCollection* maps, DataCollection** collection,

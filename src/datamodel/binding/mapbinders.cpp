@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "datamodel/binding/deferredproviders.h"
 #include "datamodel/ipp/ippdatamapper.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/snmp/oiddatamapper.h"
@@ -94,6 +95,48 @@ BoundMap BindOid(Address& address, DataMapSpec& map, bool identityWanted) {
             std::move(identity)};
 }
 
+DisposablePtr<DataCollectionImpl> DeferOid(Address& address, DataMapSpec& map, IdentityCheck check) {
+    auto make = [device = DisposablePtr<Address>::Share(&address), check = std::move(check)] {
+        DisposablePtr<OIDProvider> provider = CreateOidProviderOrNull(*device);
+        const bool right = check(provider ? ReadSerialNumber(*provider) : std::wstring());
+        return right ? std::move(provider) : DisposablePtr<OIDProvider>();
+    };
+    return OIDDataMapper::Create(DeferOidProvider(std::move(make)), DisposablePtr<DataMapSpec>::Share(&map));
+}
+
+template <class ProviderImpl, const XmlIdentity& where>
+DisposablePtr<DataCollectionImpl> DeferXml(Address& address, DataMapSpec& map, IdentityCheck check) {
+    auto make = [device = DisposablePtr<Address>::Share(&address), check = std::move(check)] {
+        DisposablePtr<IXMLProvider> provider = ProviderImpl::Create(device.Get());
+        const bool right = check(provider ? ReadIdentity(*provider, where) : std::wstring());
+        return right ? std::move(provider) : DisposablePtr<IXMLProvider>();
+    };
+    return XMLDataMapper::Create(DeferXmlProvider(ProviderImpl::kind, std::move(make)),
+                                 DisposablePtr<DataMapSpec>::Share(&map));
+}
+
+struct BinderEntry {
+    DataMapTypeEnum type;
+    MapBinder bind;
+    DeferredMapBinder defer;
+};
+/// Making an IPP provider is asking for everything that it answers, which leaves nothing to defer.
+constexpr BinderEntry binders[] = {
+    {DataMapTypeEnum::Pavo, BindPavo, DeferXml<PavoProviderImpl, pavoIdentity>},
+    {DataMapTypeEnum::WS, BindWs, DeferXml<WSProviderImpl, wsIdentity>},
+    {DataMapTypeEnum::PLSXML, BindPlsxml, DeferXml<PLSXMLProviderImpl, plsxmlIdentity>},
+    {DataMapTypeEnum::IPP, BindIpp, nullptr},
+    {DataMapTypeEnum::OID, BindOid, DeferOid},
+};
+constexpr BinderEntry noBinders = {DataMapTypeEnum::Unknown, nullptr, nullptr};
+
+const BinderEntry& EntryOf(DataMapTypeEnum type) {
+    for (const BinderEntry& entry : binders) {
+        if (entry.type == type) return entry;
+    }
+    return noBinders;
+}
+
 }  // namespace
 
 DisposablePtr<OIDProvider> CreateOidProviderOrNull(Address& address) {
@@ -112,21 +155,8 @@ BoundMap BindIppProvider(DisposablePtr<IPPProvider> provider, DataMapSpec& map, 
             std::move(identity)};
 }
 
-MapBinder BinderOf(DataMapTypeEnum type) {
-    switch (type) {
-        case DataMapTypeEnum::Pavo:
-            return BindPavo;
-        case DataMapTypeEnum::WS:
-            return BindWs;
-        case DataMapTypeEnum::PLSXML:
-            return BindPlsxml;
-        case DataMapTypeEnum::IPP:
-            return BindIpp;
-        case DataMapTypeEnum::OID:
-            return BindOid;
-        default:
-            return nullptr;
-    }
-}
+MapBinder BinderOf(DataMapTypeEnum type) { return EntryOf(type).bind; }
+
+DeferredMapBinder DeferredBinderOf(DataMapTypeEnum type) { return EntryOf(type).defer; }
 
 }  // namespace Corvix

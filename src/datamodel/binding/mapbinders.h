@@ -1,6 +1,7 @@
 /// One binder for each kind of map: makes the provider of the map's protocol, and the mapper over it.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "corvixdm/datamapspec.h"
@@ -26,6 +27,17 @@ MapBinder BinderOf(DataMapTypeEnum type);
 
 /// Binds an IPP map to a provider that is there already.
 BoundMap BindIppProvider(DisposablePtr<IPPProvider> provider, DataMapSpec& map, bool identityWanted);
+
+/// Told the identity of the device once it is asked, empty when it gave none; says whether it is the right one.
+using IdentityCheck = std::function<bool(const std::wstring& identity)>;
+
+/// Binds a map to a device that is known to speak its protocol, without asking it. When the first value is
+/// wanted the device's identity is read and checked; a device that fails the check is asked nothing else.
+using DeferredMapBinder = DisposablePtr<DataCollectionImpl> (*)(Address& address, DataMapSpec& map,
+                                                                IdentityCheck check);
+
+/// The deferred binder of a kind of map, or null where there is none.
+DeferredMapBinder DeferredBinderOf(DataMapTypeEnum type);
 
 /// The SNMP provider of a device, or null. A description that is no text is a device that does not fit, which
 /// is no reason to fail for good.

@@ -1,7 +1,6 @@
 #include "datamodel/caches/cachedvalues.h"
 
 #include <limits>
-#include <optional>
 #include <utility>
 
 #include "datamodel/collection/itemname.h"
@@ -15,20 +14,6 @@ constexpr std::wstring_view expiresSuffix = L".Expires";
 bool IsExpiresName(std::wstring_view name) {
     return name.size() >= expiresSuffix.size() &&
            name.substr(name.size() - expiresSuffix.size()) == expiresSuffix;
-}
-
-/// Nothing unless the text is a decimal number of 64 bits and nothing else.
-std::optional<std::uint64_t> ParseTimeStamp(std::wstring_view text) {
-    constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
-    if (text.empty()) return std::nullopt;
-    std::uint64_t number = 0;
-    for (const wchar_t c : text) {
-        if (c < L'0' || c > L'9') return std::nullopt;
-        const auto digit = static_cast<std::uint64_t>(c - L'0');
-        if (number > (largest - digit) / 10) return std::nullopt;
-        number = number * 10 + digit;
-    }
-    return number;
 }
 
 const DataItemSpec* FindItem(const DataMapSpec& map, std::wstring_view name) {
@@ -59,6 +44,19 @@ std::wstring ExpiresName(std::wstring_view name) {
 }
 
 std::wstring FormatTimeStamp(std::uint64_t timeStamp) { return std::to_wstring(timeStamp); }
+
+std::optional<std::uint64_t> ParseTimeStamp(std::wstring_view text) {
+    constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
+    if (text.empty()) return std::nullopt;
+    std::uint64_t number = 0;
+    for (const wchar_t c : text) {
+        if (c < L'0' || c > L'9') return std::nullopt;
+        const auto digit = static_cast<std::uint64_t>(c - L'0');
+        if (number > (largest - digit) / 10) return std::nullopt;
+        number = number * 10 + digit;
+    }
+    return number;
+}
 
 void CachedValues::Put(std::wstring name, KyUtils::Variant value) {
     values_.insert_or_assign(std::move(name), std::move(value));

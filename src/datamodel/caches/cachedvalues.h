@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,8 @@ namespace Corvix {
 std::wstring ExpiresName(std::wstring_view name);
 /// The text of a time stamp.
 std::wstring FormatTimeStamp(std::uint64_t timeStamp);
+/// Nothing unless the text is a decimal number of 64 bits and nothing else.
+std::optional<std::uint64_t> ParseTimeStamp(std::wstring_view text);
 
 /// What was read from a cache: values and companions alike, each under its own name.
 class CachedValues {

@@ -130,6 +130,10 @@ DisposablePtr<RegCacheProvider> RegCacheProvider::Create(const wchar_t* rootPath
         new RegCacheProvider(WithoutOuterBackslashes(rootPath ? rootPath : L"")));
 }
 
+void RegCacheProvider::RememberDevice(const std::wstring& deviceName, unsigned lifespan) {
+    if (HasBaseKey() && !deviceName.empty()) memory_.emplace(rootPath_, deviceName, lifespan);
+}
+
 void RegCacheProvider::SetKeys(const std::wstring& collectionKey, const std::wstring& dataMapKey) {
     std::wstring path = Joined(Joined(rootPath_, collectionKey), dataMapKey);
     if (path == path_) return;

@@ -1,12 +1,14 @@
 /// Values kept in the registry, one key for each device and data map.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "corvixdm/cacheprovider.h"
 #include "corvixdm/datamapspec.h"
 #include "corvixdm/disposableptr.h"
 #include "datamodel/caches/cachedvalues.h"
+#include "datamodel/caches/devicememory.h"
 #include "datamodel/collection/valuestore.h"
 #include "utilslib/disposable.h"
 #include "utilslib/registry.h"
@@ -19,6 +21,10 @@ public:
     static DisposablePtr<RegCacheProvider> Create(const wchar_t* rootPath);
 
     bool HasBaseKey() const { return !rootPath_.empty(); }
+    /// From now on Memory() is there. An empty name remembers nothing.
+    void RememberDevice(const std::wstring& deviceName, unsigned lifespan);
+    /// What is remembered about the device; null when nothing is to be.
+    const DeviceMemory* Memory() const { return memory_ ? &*memory_ : nullptr; }
     /// Chooses the key below the base key. Values loaded from another key are forgotten.
     /// \param collectionKey what tells the device from all others.
     /// \param dataMapKey what tells the map from the device's other maps.
@@ -39,6 +45,7 @@ private:
     std::wstring rootPath_;
     std::wstring path_;  // the whole path, below the root
     CachedValues values_;
+    std::optional<DeviceMemory> memory_;
 };
 
 /// One part of a key path made of any text: what a key cannot hold is written as "%" and two hexadecimal

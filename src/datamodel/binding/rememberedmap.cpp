@@ -1,0 +1,61 @@
+#include "datamodel/binding/rememberedmap.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "utilslib/logging.h"
+
+namespace Corvix {
+namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
+
+/// What a document asks a device: which of these protocols it speaks, and who it is.
+std::wstring QuestionOf(const DataMapSpecCollection& maps) {
+    std::wstring question;
+    for (unsigned i = 0; i < maps.GetCount(); ++i)
+        (question += i ? L"," : L"") += maps.GetDataMapSpec(i)->GetProtocolType();
+    return question;
+}
+
+DataMapSpec* FindMap(const DataMapSpecCollection& maps, const std::wstring& protocol) {
+    for (unsigned i = 0; i < maps.GetCount(); ++i) {
+        if (maps.GetDataMapSpec(i)->GetProtocolType() == protocol) return maps.GetDataMapSpec(i);
+    }
+    return nullptr;
+}
+
+/// Makes sure, when the device is asked after all, that it is the one that was remembered.
+IdentityCheck CheckOf(RegCacheProvider& cache, std::wstring question, KnownDevice known) {
+    return [cache = DisposablePtr<RegCacheProvider>::Share(&cache), question = std::move(question),
+            known = std::move(known)](const std::wstring& identity) {
+        const bool same = identity == known.identity;
+        if (same) {
+            cache->Memory()->Remember(question, known);
+        } else {
+            logSource.Warning(L"The device that was remembered is not there");
+            cache->Memory()->Forget(question);
+        }
+        return same;
+    };
+}
+
+}  // namespace
+
+BoundMap BindFromMemory(Address& address, const DataMapSpecCollection& maps, RegCacheProvider& cache) {
+    std::wstring question = QuestionOf(maps);
+    const std::optional<KnownDevice> known = cache.Memory()->Recall(question);
+    if (!known) return {};
+    DataMapSpec* map = FindMap(maps, known->protocol);
+    const DeferredMapBinder bind = map ? DeferredBinderOf(map->GetDataMapType()) : nullptr;
+    if (!bind) return {};
+    return {bind(address, *map, CheckOf(cache, std::move(question), *known)), known->identity};
+}
+
+void Remember(const BoundMap& bound, const DataMapSpecCollection& maps, const RegCacheProvider& cache) {
+    if (bound.identity.empty()) return;
+    cache.Memory()->Remember(QuestionOf(maps), {bound.mapper->Map()->GetProtocolType(), bound.identity});
+}
+
+}  // namespace Corvix
