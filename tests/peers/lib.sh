@@ -5,7 +5,7 @@ peer_pids=()
 stop_peers() {
     local pid
     for pid in "${peer_pids[@]}"; do
-        kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
+        { kill "$pid" && wait "$pid"; } 2>/dev/null || true
     done
     rm -rf "$peer_dir"
 }
