@@ -1,6 +1,8 @@
 // Providers of a real printer, made by every factory, in the clear and over TLS.
 #include "realprinter.h"
 
+#include <algorithm>
+
 #include <winhttp.h>
 
 namespace CorvixTest {
@@ -113,6 +115,25 @@ TEST_F(RealProviderTest, EachQueryMayBeStricterThanItsProvider) {
     SetLastError(0);
     EXPECT_EQ(Ask(*provider, "printer-state", ignoreName), L"(failed)");
     EXPECT_EQ(GetLastError(), DWORD{ERROR_WINHTTP_SECURE_INVALID_CA});
+}
+
+TEST(LargeProvider, AnswersFromEightMegabytes) {
+    const unsigned short port = PortOf("CORVIX_IPP_LARGE_PORT");
+    const Relay relay("127.0.0.83", {631}, port, TakeAll);
+    if (!relay) GTEST_SKIP() << "port 631 cannot be taken";
+    unsigned long long received = 0;
+    const DisposablePtr<KyNetAddress> address =
+        MakeAddress(L"127.0.0.83", [&](const ExchangeRecord& record) { received += record.bytesReceived; });
+    const DisposablePtr<IPPProvider> provider(CreateIPPProvider(address.Get(), "/ipp/print"));
+    ASSERT_TRUE(provider) << GetLastError();
+    EXPECT_GT(received, 8'000'000u);
+    const auto read = [&](const char* name) {
+        return TextOf([&](VARIANT* value) { return provider->GetValue(name, value); });
+    };
+    EXPECT_EQ(read("printer-make-and-model"), L"Large");
+    const std::wstring media = read("media-supported");
+    EXPECT_EQ(std::count(media.begin(), media.end(), L','), 35'000);
+    EXPECT_EQ(media.substr(media.rfind(L'-')), L"-35000");
 }
 
 }  // namespace

@@ -27,6 +27,19 @@ inline std::string Environment(const char* name) {
     return value;
 }
 
+inline unsigned short PortOf(const char* variable) {
+    return static_cast<unsigned short>(std::stoi(Environment(variable)));
+}
+
+inline DisposablePtr<KyNetAddress> MakeAddress(const wchar_t* host,
+                                               CorvixTransport::ExchangeObserver observer = {}) {
+    CorvixTransport::NetAddressOptions options;
+    options.host = host;
+    options.port = L"631";
+    options.observer = std::move(observer);
+    return DisposablePtr<KyNetAddress>(CorvixTransport::CreateNetAddress(options));
+}
+
 inline std::wstring ToWide(const std::string& text) {
     const int length = static_cast<int>(text.size());
     std::wstring wide(text.size(), L'\0');
@@ -72,9 +85,7 @@ protected:
     /// The exchanges since the last call.
     std::vector<CorvixTransport::ExchangeRecord> TakeExchanges() { return std::exchange(exchanges_, {}); }
 
-    static unsigned short Port() {
-        return static_cast<unsigned short>(std::stoi(Environment("CORVIX_IPP_PORT")));
-    }
+    static unsigned short Port() { return PortOf("CORVIX_IPP_PORT"); }
     /// What ipptool reports, for a client that calls the printer by this host and port.
     static Attributes Reported(const std::string& authority) {
         std::ifstream file(Environment("CORVIX_IPP_ATTRIBUTES"));
@@ -85,15 +96,6 @@ protected:
             attributes[line.substr(0, tab)] = ToWide(line.substr(tab + 1));
         }
         return attributes;
-    }
-
-    static DisposablePtr<KyNetAddress> MakeAddress(const wchar_t* host,
-                                                   CorvixTransport::ExchangeObserver observer = {}) {
-        CorvixTransport::NetAddressOptions options;
-        options.host = host;
-        options.port = L"631";
-        options.observer = std::move(observer);
-        return DisposablePtr<KyNetAddress>(CorvixTransport::CreateNetAddress(options));
     }
 
 private:

@@ -15,5 +15,19 @@ trap stop_peers EXIT
 } >"$peer_dir/strings"
 start_ippeveprinter "Büro 2" -a "$here/printer.conf" -S "$peer_dir/strings" -l "Attic, 2nd floor" || exit 1
 report_attributes "ipp://localhost:$peer_port/ipp/print" >"$peer_dir/attributes" || exit 1
-CORVIX_IPP_PORT=$peer_port CORVIX_IPP_ATTRIBUTES=Z:$peer_dir/attributes \
-    CORVIX_IPP_STRINGS=Z:$peer_dir/strings "$@"
+CORVIX_IPP_PORT=$peer_port
+
+# Another printer, whose attributes take eight megabytes.
+{
+    printf 'ATTR text printer-make-and-model "Large"\nATTR keyword media-supported "first"'
+    awk 'BEGIN { filling = sprintf("%230s", ""); gsub(" ", "x", filling)
+                 for (i = 1; i <= 35000; ++i) printf ",\"%s-%d\"", filling, i }'
+    echo
+} >"$peer_dir/large.conf"
+start_ippeveprinter "Large" -a "$peer_dir/large.conf" || exit 1
+CORVIX_IPP_LARGE_PORT=$peer_port
+
+CORVIX_IPP_ATTRIBUTES=Z:$peer_dir/attributes
+CORVIX_IPP_STRINGS=Z:$peer_dir/strings
+export CORVIX_IPP_PORT CORVIX_IPP_LARGE_PORT CORVIX_IPP_ATTRIBUTES CORVIX_IPP_STRINGS
+"$@"
