@@ -27,6 +27,7 @@ const Command& ItemsCommand();
 const Command& GetCommand();
 const Command& SetCommand();
 const Command& IppCommand();
+const Command& InfoCommand();
 const Command& CacheCommand();
 
 // In the order of the help.

@@ -5,12 +5,11 @@
 #include "com.h"
 #include "commands.h"
 #include "console.h"
-#include "device.h"
 #include "mapfile.h"
 #include "reading.h"
 #include "records.h"
 #include "registrycache.h"
-#include "systemtext.h"
+#include "target.h"
 
 namespace CorvixCtl {
 namespace {
@@ -49,28 +48,7 @@ Cell SourceCell(ValueSource source) {
     return {};
 }
 
-// ---- binding
-
-void RequireKnownMap(const MapFile& file) {
-    const bool known = std::any_of(file.Maps().begin(), file.Maps().end(),
-                                   [](const MapInfo& map) { return map.type != DataMapTypeEnum::Unknown; });
-    if (known) return;
-    throw Failure(ExitCode::BadMap, L"map " + file.Path() + L": the protocol \"" +
-                                        file.Maps().front().protocol +
-                                        L"\" is not known; use PLSXML, Pavo or WS for an XMLDataMap");
-}
-
-[[noreturn]] void FailToBind(const Device& device, const MapFile& file) {
-    StopIfInterrupted();
-    if (const auto& exchange = device.journal->Unreachable(); exchange && !device.journal->HasAnswered())
-        FailAsUnreachable(device, DescribeConnection(*exchange));
-    if (file.FindMap(DataMapTypeEnum::OID)) {
-        FailAsUnreachable(device, WhyNoSnmp(*device.address)
-                                      .value_or(L"its SNMP agent answers, but does not "
-                                                L"describe a device (1.3.6.1.2.1.25.3.2.1.3.1)"));
-    }
-    FailAsUnreachable(device, L"no map of " + file.Path() + L" fits it");
-}
+// ---- the cache
 
 // How long an address is taken to lead to the device that it led to, in tenths of a second.
 constexpr unsigned deviceLifespan = 10 * 60 * 10;
@@ -89,15 +67,6 @@ DisposablePtr<ICacheProvider> OpenCache(const Device& device, const Arguments& a
     if (const auto reason = WhyNotWritable(key)) Complain(L"values are not kept: " + *reason);
     return DisposablePtr<ICacheProvider>(
         CreateRegCacheProviderForDevice(key.c_str(), WayTo(device, arguments).c_str(), deviceLifespan));
-}
-
-DisposablePtr<DataCollection> Bind(const Device& device, const MapFile& file, ICacheProvider* cache) {
-    RequireKnownMap(file);
-    DisposablePtr<DataCollection> collection;
-    const HRESULT result = CreateDataCollectionFromDataMapSpecsCollection(device.address.Get(), file.Specs(),
-                                                                          collection.Receive(), cache);
-    if (result != S_OK || !collection) FailToBind(device, file);
-    return collection;
 }
 
 // ---- output
@@ -198,24 +167,24 @@ struct Answer {
     std::vector<Reading> readings;
 };
 
-std::optional<Answer> AskDevice(const Device& device, const std::wstring& mapPath, ICacheProvider* cache,
-                                const std::vector<std::wstring>& names) {
-    const MapFile file = MapFile::Load(mapPath);
-    const DisposablePtr<DataCollection> collection = Bind(device, file, cache);
+std::optional<Answer> Ask(const Target& target, ICacheProvider* cache,
+                          const std::vector<std::wstring>& names) {
+    const MapFile file = target.LoadMap();
+    const DisposablePtr<DataCollection> collection = target.Bind(file, cache);
     const MapInfo& map = BoundMap(file, *collection);
-    auto readings = ReadItems(*collection, map, device, names.empty() ? NamesOf(map) : names);
+    auto readings = ReadItems(*collection, map, target.GetDevice(), names.empty() ? NamesOf(map) : names);
     if (!readings) return std::nullopt;
     return Answer{map.type, std::move(*readings)};
 }
 
 ExitCode RunGet(const Arguments& arguments) {
     const Format format = ReadFormat(arguments);
-    const std::wstring path = arguments.Require(L"map", L"the data map to use");
-    const Device device = OpenDevice(arguments);
+    const Target target = Target::Open(arguments, arguments.Require(L"map", L"the data map to use"));
+    const Device& device = target.GetDevice();
     const DisposablePtr<ICacheProvider> cache = OpenCache(device, arguments);
-    std::optional<Answer> answer = AskDevice(device, path, cache.Get(), arguments.Operands());
+    std::optional<Answer> answer = Ask(target, cache.Get(), arguments.Operands());
     // What was remembered turned out wrong and is forgotten: now the device is asked who it is.
-    if (!answer) answer = AskDevice(device, path, cache.Get(), arguments.Operands());
+    if (!answer) answer = Ask(target, cache.Get(), arguments.Operands());
     if (!answer) FailAsUnreachable(device, L"its identity changes all the time");
     const std::vector<Reading>& readings = answer->readings;
     const Explanation explanation = {arguments.Has(L"explain"), cache.Get() != nullptr};
@@ -231,15 +200,17 @@ ExitCode RunGet(const Arguments& arguments) {
 const Command& GetCommand() {
     static const Command command = {
         L"get",
-        L"--device HOST --map FILE [OPTION...] [ITEM...]",
+        L"{--device HOST | --uri URI} --map FILE [OPTION...] [ITEM...]",
         L"read items of a device",
         L"Reads the items named, or all items of the map, and prints their values. Of several maps in the\n"
-        L"document the first that fits the device is used. A walk or a table is printed element by element.",
+        L"document the first that fits the device is used. A walk or a table is printed element by element.\n"
+        L"With a URI the document's IPP map is read from that printer.",
         L"corvixctl get --device 192.0.2.7 --map maps/plsxml.xml\n"
         L"corvixctl get --device printer.example --map maps/plsxml.xml --format json Model State\n"
         L"corvixctl get --device 127.0.0.2 --port-map 80=18080 --map maps/plsxml.xml --explain\n"
-        L"corvixctl get --device 192.0.2.7 --map maps/plsxml.xml --cache Software\\Example\\Cache",
-        {&mapOptions, &deviceOptions, &snmpOptions, &formatOptions},
+        L"corvixctl get --device 192.0.2.7 --map maps/plsxml.xml --cache Software\\Example\\Cache\n"
+        L"corvixctl get --uri ipps://printer.example/ipp/print --insecure --map maps/ipp-everywhere.xml",
+        {&mapOptions, &deviceOptions, &printerOptions, &snmpOptions, &formatOptions},
         0,
         anyNumber,
         RunGet,

@@ -14,8 +14,8 @@
 namespace CorvixCtl {
 
 const std::vector<const Command*>& AllCommands() {
-    static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand(), &SetCommand(),
-                                                         &IppCommand(), &CacheCommand()};
+    static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand(),  &SetCommand(),
+                                                         &IppCommand(),   &InfoCommand(), &CacheCommand()};
     return commands;
 }
 

@@ -27,6 +27,9 @@ using Corvix::DataMapTypeEnum;
 constexpr CLSID domDocumentClass = {
     0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
 
+// The element of an IPP map that says how its requests are made, and the name of its item.
+constexpr const wchar_t* parametersItem = L"IPPParams";
+
 struct Protocol {
     DataMapTypeEnum type;
     const wchar_t* name;
@@ -109,6 +112,21 @@ ComPtr<IXMLDOMNode> SelectDataMaps(const std::wstring& path, IXMLDOMDocument& do
     throw BadMap(path, L"the root element is " + std::wstring(name.View()) + L", not DataMaps");
 }
 
+void SetPrinterPath(IXMLDOMNode& root, const std::wstring& printerPath) {
+    ComPtr<IXMLDOMNodeList> found;
+    root.selectNodes(Bstr(L"IPPDataMap/" + std::wstring(parametersItem)).Get(), &found);
+    VARIANT value = {};
+    value.vt = VT_BSTR;
+    const Bstr text(printerPath);
+    value.bstrVal = text.Get();
+    ComPtr<IXMLDOMNode> node;
+    while (found && found->nextNode(&node) == S_OK) {
+        ComPtr<IXMLDOMElement> element;
+        if (SUCCEEDED(node->QueryInterface(IID_IXMLDOMElement, &element)))
+            element->setAttribute(Bstr(L"ResourceURI").Get(), value);
+    }
+}
+
 // Without the XML declaration, whose encoding would be wrong for a text in memory.
 std::wstring XmlOf(IXMLDOMNode& node) {
     Bstr xml;
@@ -181,8 +199,8 @@ bool DescribeOid(const CvxDataItem& item, MapItem& info) {
 bool DescribeIpp(const CvxDataItem& item, MapItem& info) {
     const auto* ipp = dynamic_cast<const Corvix::IPPDataItemSpec*>(&item);
     if (!ipp) return false;
-    info.isParameters = info.name == L"IPPParams";
-    info.kind = info.isParameters ? L"IPPParams" : L"DataItem";
+    info.isParameters = info.name == parametersItem;
+    info.kind = info.isParameters ? parametersItem : L"DataItem";
     if (info.isParameters) {
         info.source = L"resource " + TextOr(ipp->GetResourceUri(), L"/ipp/printer");
         return true;
@@ -211,8 +229,14 @@ MapItem DescribeItem(const std::wstring& name, const CvxDataItem& item) {
     return info;
 }
 
+std::wstring PrinterPathOf(const DataMapSpec& map) {
+    const auto* parameters =
+        dynamic_cast<const Corvix::IPPDataItemSpec*>(map.GetDataItemSpec(parametersItem));
+    return parameters ? TextOr(parameters->GetResourceUri(), L"") : L"";
+}
+
 MapInfo DescribeMap(const DataMapSpec& map) {
-    MapInfo info{map.GetDataMapType(), map.GetProtocolType(), {}};
+    MapInfo info{map.GetDataMapType(), map.GetProtocolType(), {}, PrinterPathOf(map)};
     for (const auto& [name, item] : map.GetItems())
         info.items.push_back(DescribeItem(name, *item));
     return info;
@@ -225,10 +249,11 @@ bool IsMap(const MapInfo& map) {
 
 }  // namespace
 
-MapFile MapFile::Load(const std::wstring& path) {
+MapFile MapFile::Load(const std::wstring& path, const std::wstring& printerPath) {
     const std::string bytes = ReadMapFile(path);
     const ComPtr<IXMLDOMDocument> document = ParseMap(path, bytes);
     const ComPtr<IXMLDOMNode> root = SelectDataMaps(path, *document.Get());
+    if (!printerPath.empty()) SetPrinterPath(*root.Get(), printerPath);
     MapFile file;
     file.path_ = path;
     file.text_ = XmlOf(*root.Get());

@@ -35,12 +35,14 @@ struct MapInfo {
     Corvix::DataMapTypeEnum type;
     std::wstring protocol;  // as the document writes it
     std::vector<MapItem> items;
+    std::wstring printerPath;  // that an IPP map asks for; empty when it names none
 };
 
 class MapFile {
 public:
-    // Throws Failure (BadMap) with the reason when there is nothing to use in it.
-    static MapFile Load(const std::wstring& path);
+    // Throws Failure (BadMap) with the reason when there is nothing to use in it. The printer's path, where it
+    // is given, takes the place of the one that an IPP map asks for.
+    static MapFile Load(const std::wstring& path, const std::wstring& printerPath = {});
 
     const std::wstring& Path() const { return path_; }
     // The DataMaps element, for functions that take a document as text.

@@ -129,7 +129,9 @@ Printer OpenUri(const Arguments& arguments, const std::wstring& uri) {
     const UriParts parts = SplitUri(uri);
     if (arguments.Has(L"insecure") && !parts.secure)
         throw UsageError(L"--insecure is for ipps URIs: nothing is secured here");
-    return MakePrinter(arguments, parts);
+    Printer printer = MakePrinter(arguments, parts);
+    printer.isNamedByUri = true;
+    return printer;
 }
 
 Printer OpenResource(const Arguments& arguments, const std::wstring& usualResource) {

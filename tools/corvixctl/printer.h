@@ -19,6 +19,7 @@ struct Printer {
     // The path of the URI.
     std::wstring resource;
     bool secure = false;
+    bool isNamedByUri = false;
     // For the transport's TLS.
     unsigned securityFlags = 0;
 };

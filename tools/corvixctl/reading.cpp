@@ -15,6 +15,7 @@ using Corvix::ValueOrigin;
 
 // A device that never stops answering must not keep us for ever.
 constexpr int mostElements = 100000;
+constexpr const wchar_t* noAttribute = L"the printer does not have this attribute";
 constexpr const wchar_t* noElement = L"the device has no such element";
 
 std::wstring BytesText(SAFEARRAY* bytes) {
@@ -125,6 +126,7 @@ bool ItemReader::IsCutOff() const {
 
 std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, const MapItem* item, HRESULT result) {
     if (const auto& exchange = device_.journal->Last()) {
+        if (map_.type == Corvix::DataMapTypeEnum::IPP) return DescribeIppExchange(*exchange, noAttribute);
         const std::wstring reason = DescribeExchange(*exchange, result);
         if (item && !item->resource.empty()) failedResources_.emplace(item->resource, reason);
         return reason;
