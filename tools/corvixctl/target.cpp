@@ -4,6 +4,7 @@
 
 #include "com.h"
 #include "console.h"
+#include "exitcodes.h"
 
 namespace CorvixCtl {
 namespace {
