@@ -135,6 +135,7 @@ HRESULT IPPOperations::FormBody(int operation, IPPRequestBase* record,
 void IPPOperations::ForgetRequest() {
     stream_ = nullptr;
     earlyResponse_.Reset();
+    chunk_ = std::string();
     TakeRequest(nullptr);
 }
 

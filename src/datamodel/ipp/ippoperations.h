@@ -131,6 +131,7 @@ private:
     DisposablePtr<HTTPRequest> request_;
     KyHTTPRequestEx* stream_ = nullptr;          ///< request_, once a streamed exchange began over it
     DisposablePtr<HTTPResponse> earlyResponse_;  ///< to stream_
+    std::string chunk_;                          ///< the last one written to stream_
     std::shared_ptr<const Ipp::Response> response_;
     std::wstring printerUri_;
     std::wstring resource_;

@@ -14,23 +14,24 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-/// One HTTP chunk. That of no bytes is the one that ends a body.
-std::string FormChunk(const unsigned char* bytes, unsigned long length) {
+/// One HTTP chunk. That of no bytes is the one that ends a body. The room of the chunk before is used again:
+/// getting it anew for each piece takes longer than filling it.
+void FormChunk(const unsigned char* bytes, unsigned long length, std::string& chunk) {
     char head[16];
     const int headLength = std::snprintf(head, sizeof head, "%lX\r\n", length);
-    std::string chunk;
+    chunk.clear();
     chunk.reserve(static_cast<std::size_t>(headLength) + length + 2);
     chunk.append(head, static_cast<std::size_t>(headLength));
     if (length > 0) chunk.append(reinterpret_cast<const char*>(bytes), length);
-    return chunk.append("\r\n");
+    chunk.append("\r\n");
 }
 
 }  // namespace
 
 HRESULT IPPOperations::WriteChunk(const unsigned char* bytes, unsigned long length, bool last) {
-    const std::string chunk = FormChunk(bytes, length);
-    return stream_->Write(reinterpret_cast<const unsigned char*>(chunk.data()),
-                          static_cast<unsigned long>(chunk.size()), last);
+    FormChunk(bytes, length, chunk_);
+    return stream_->Write(reinterpret_cast<const unsigned char*>(chunk_.data()),
+                          static_cast<unsigned long>(chunk_.size()), last);
 }
 
 HRESULT IPPOperations::BeginStream(int operation, IPPRequestBase* record, bool secure, bool chunked) {
