@@ -449,7 +449,7 @@ TEST_F(PrintPipeline, ReportsAnAnswerThatCannotBeRead) {
 /// events, and read over the same address.
 class BusyPrinting : public PrintPipeline {
 protected:
-    static constexpr int rounds = 150;
+    static constexpr int rounds = 25;
     static constexpr int stoppers = 3;
 
     /// Runs work until the printing is done.
@@ -507,10 +507,11 @@ TEST_F(BusyPrinting, LeavesNothingBehind) {
     const size_t objects = KyUtils::LiveObjectCount();
     const size_t threads = CorvixTest::ThreadsOfProcess();
     const size_t handles = CorvixTest::HandlesOfProcess();
-    PrintAmidst();
+    for (int provider = 0; provider < 10; ++provider)
+        PrintAmidst();
     EXPECT_EQ(KyUtils::LiveObjectCount(), objects);
     EXPECT_EQ(CorvixTest::ThreadsOfProcess(), threads);
-    EXPECT_EQ(CorvixTest::HandlesOfProcess(), handles);
+    EXPECT_LE(CorvixTest::HandlesOfProcess(), handles + CorvixTest::handlesOfTheRuntime);
 }
 
 /// What a caller does; run over and over with a transport that fails somewhere.

@@ -12,9 +12,6 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 constexpr const wchar_t* printJobStatusName = L"PrintJobStatus";
 constexpr const wchar_t* spoolAreaFull = L"spool-area-full";
 
-/// Whose polling thread this is, if it is one.
-thread_local const JobPolling* pollingHere = nullptr;
-
 }  // namespace
 
 void JobPolling::Reset() {
@@ -54,7 +51,7 @@ void JobPolling::Start() {
 void JobPolling::StopAllThreadsRunning() {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::StopAllThreadsRunning");
     // A thread cannot wait for itself, nor for the lock of one that waits for it.
-    if (pollingHere == this) {
+    if (IsPollingThread()) {
         TellToEnd();
         return source_.InterruptPolls();
     }
@@ -123,15 +120,22 @@ bool JobPolling::JobEndsWithin(unsigned milliseconds) const {
     return WaitForMultipleObjects(2, ends, FALSE, milliseconds) != WAIT_TIMEOUT;
 }
 
-unsigned JobPolling::Run(void (JobPolling::*poll)()) {
-    pollingHere = this;
+unsigned JobPolling::Run(ThreadId& id, void (JobPolling::*poll)()) {
+    id = GetCurrentThreadId();
     (this->*poll)();
+    id = 0;
     return 0;
+}
+
+bool JobPolling::IsPollingThread() const {
+    const DWORD here = GetCurrentThreadId();
+    return here == jobThreadId_ || here == printerThreadId_;
 }
 
 unsigned __stdcall JobPolling::GetJobsPollingThread(void* polling) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetJobsPollingThread");
-    return static_cast<JobPolling*>(polling)->Run(&JobPolling::PollJobs);
+    auto& self = *static_cast<JobPolling*>(polling);
+    return self.Run(self.jobThreadId_, &JobPolling::PollJobs);
 }
 
 void JobPolling::PollJobs() {
@@ -144,7 +148,8 @@ void JobPolling::PollJobs() {
 
 unsigned __stdcall JobPolling::GetPrinterStatusPollingThread(void* polling) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetPrinterStatusPollingThread");
-    return static_cast<JobPolling*>(polling)->Run(&JobPolling::PollPrinterStates);
+    auto& self = *static_cast<JobPolling*>(polling);
+    return self.Run(self.printerThreadId_, &JobPolling::PollPrinterStates);
 }
 
 void JobPolling::PollPrinterStates() {

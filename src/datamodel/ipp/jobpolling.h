@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <string>
 
 #include "utilslib/sync.h"
@@ -66,7 +67,9 @@ public:
 private:
     static unsigned __stdcall GetJobsPollingThread(void* polling);
     static unsigned __stdcall GetPrinterStatusPollingThread(void* polling);
-    unsigned Run(void (JobPolling::*poll)());
+    using ThreadId = std::atomic<DWORD>;
+    unsigned Run(ThreadId& id, void (JobPolling::*poll)());
+    bool IsPollingThread() const;
     void PollJobs();
     void PollPrinterStates();
     void TellToEnd();
@@ -87,6 +90,8 @@ private:
     KyUtils::Handle stop_ = KyUtils::CreateManualResetEvent();
     KyUtils::Handle jobThread_;
     KyUtils::Handle printerThread_;
+    ThreadId jobThreadId_{0};  ///< 0 while the thread does not run
+    ThreadId printerThreadId_{0};
     KyUtils::CriticalSection stopLock_;
 };
 
