@@ -61,7 +61,7 @@ std::wstring ProgramHelp() {
     std::vector<Entry> commands;
     for (const Command* command : AllCommands())
         commands.push_back({command->name, command->summary});
-    return L"corvixctl asks a printer about itself, as an XML data map describes it.\n\n"
+    return L"corvixctl asks a printer about itself, as an XML data map describes it, or over IPP.\n\n"
            L"Usage: corvixctl COMMAND [OPTION...] [OPERAND...]\n\n"
            L"Commands\n" +
            List(commands) + L"\nOptions\n" +
@@ -71,6 +71,7 @@ std::wstring ProgramHelp() {
            L"\nExamples\n"
            L"  corvixctl items maps/plsxml.xml\n"
            L"  corvixctl get --device 192.0.2.7 --map maps/plsxml.xml\n"
+           L"  corvixctl info --device 192.0.2.7\n"
            L"  corvixctl get --help\n\n"
            L"Values go to standard output as UTF-8, everything else to standard error.\n";
 }
