@@ -273,6 +273,20 @@ TEST_F(RegistryCacheTest, KeysByTheIdentityWhateverItLooksLike) {
     EXPECT_FALSE(KeyExists(std::wstring(root) + L"\\a"));
 }
 
+TEST_F(RegistryCacheTest, KeysSnmpDevicesByWhateverTheyCallThemselves) {
+    const std::wstring longName(300, L's');
+    const std::wstring identities[] = {L"a\\b", L"..\\..", L"a\x01\x1F\x7F",
+                                       L"%5C",  longName,  longName + L"2"};
+    for (const std::wstring& identity : identities) {
+        const auto device = std::make_shared<FakeDevice>();
+        ServeSnmp(*device, identity.c_str());
+        const std::wstring key = std::wstring(root) + L"\\" + KeyPart(identity) + L"\\OID";
+        EXPECT_FALSE(KeyExists(key)) << identity;
+        EXPECT_TRUE(Create(device, MapsOf({DataMapTypeEnum::OID}), cache.Get()));
+        EXPECT_TRUE(KeyExists(key)) << identity;
+    }
+}
+
 TEST_F(RegistryCacheTest, DoesNotServeADeviceThatIsNotKnown) {
     const std::string unusable[] = {"", "uuid:", "urn:uuid:", std::string(256, 's'), std::string(3000, 's')};
     for (const std::string& serial : unusable) {
@@ -495,6 +509,16 @@ TEST_F(DeviceMemoryTest, TakesWhatItCannotReadForNothing) {
         device->exchanges.clear();
         EXPECT_TRUE(CreatePlsxml(device, Remembering().Get()));
         EXPECT_EQ(device->RequestsFor(identityUri), c.asks ? 1u : 0u) << c.device << L", " << c.stamp;
+    }
+}
+
+TEST_F(DeviceMemoryTest, AsksEveryTimeWhereNothingCanBeWritten) {
+    const auto device = DeviceWith("SN1", "Printer");
+    for (const std::wstring& path : {std::wstring(), std::wstring(300, L'k')}) {
+        const auto unusable = RegCacheProvider::Create(path.c_str());
+        unusable->RememberDevice(L"printer.test", lifespan);
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(ModelOf(*CreatePlsxml(device, unusable.Get())), std::wstring(L"Printer") + fromDevice);
     }
 }
 

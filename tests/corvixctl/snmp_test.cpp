@@ -106,6 +106,76 @@ TEST_F(CtlSnmp, TellsAnAgentThatDoesNotAnswer) {
     EXPECT_EQ(Set(triggerMap, words).exitCode, 3u);
 }
 
+// The walk's first element comes, then the agent falls silent: nobody waits for each of the others.
+TEST_F(CtlSnmp, DoesNotWaitForEveryElementOfASilentAgent) {
+    constexpr const char* sequences = R"(<DataMaps><OIDDataMap>
+  <NextDataItem Name="Walk" OID="1.3.6.1.2.1.43.11.1.1.6.1.1" Count="50"/>
+  <GetDataItems Name="Table" OID="1.3.6.1.2.1.43.8.2.1.18.1.N" N="1" Count="50"/>
+</OIDDataMap></DataMaps>)";
+    struct Case {
+        const wchar_t* item;
+        const char* silence;
+        std::vector<std::string> answered;
+    };
+    const Case cases[] = {
+        {L"Walk", "operation=getnext drop", {"Walk.000"}},
+        {L"Walk", "operation=getnext skip=1 drop", {"Walk.000", "Walk.001"}},
+        {L"Table", "path=1.3.6.1.2.1.43.8.2.1.18.1.2 drop", {"Table.000"}},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.silence);
+        sim_.Control("POST", "/sim/faults/clear");
+        sim_.Control("POST", "/sim/faults", std::string("service=snmp ") + test.silence);
+        sim_.Control("POST", "/sim/counters/reset");
+        const CtlRun run =
+            Run(L"get", sequences, {L"--timeout=1", L"--retries", L"0", L"--format", L"csv", test.item});
+        EXPECT_EQ(run.exitCode, 1u);
+        const auto rows = ParseCsv(run.out);
+        ASSERT_THAT(rows, SizeIs(test.answered.size() + 2));
+        for (size_t i = 0; i < test.answered.size(); ++i)
+            EXPECT_EQ(rows[i + 1][0], test.answered[i]);
+        EXPECT_THAT(rows.back()[2], HasSubstr("did not answer in time"));
+        EXPECT_LT(Json::Parse(sim_.Control("GET", "/sim/counters"))["total"].Number(), 12);
+    }
+}
+
+// Whatever the agent does, there is a value or a reason, and an end.
+TEST_F(CtlSnmp, SurvivesAnAgentThatErrs) {
+    struct Case {
+        const char* fault;
+        const char* supply;  // the second one
+        DWORD exitCode;
+    };
+    const Case cases[] = {
+        {"operation=getnext duplicate", "Cyan Toner Cartridge", 0},
+        {"operation=getnext drop every=2", "Cyan Toner Cartridge", 0},
+        {"operation=getnext wrong-id every=2", "Cyan Toner Cartridge", 0},
+        {"operation=getnext garbage every=2", "Cyan Toner Cartridge", 0},
+        {"operation=getnext wrong-type", "*", 0},
+        {"operation=getnext stuck skip=2", "Cyan Toner Cartridge", 0},
+        {"operation=getnext end-of-view skip=2", "Cyan Toner Cartridge", 0},
+        {"operation=getnext error=5 skip=2", "Cyan Toner Cartridge", 0},
+        {"operation=getnext stuck", "", 1},
+        {"operation=getnext end-of-view", "", 1},
+        {"operation=getnext too-big", "", 1},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.fault);
+        sim_.Control("POST", "/sim/faults/clear");
+        sim_.Control("POST", "/sim/faults", std::string("service=snmp ") + test.fault);
+        const CtlRun run = Get({L"--timeout=300ms", L"--retries", L"5", L"--format", L"csv", L"Supply"});
+        EXPECT_EQ(run.exitCode, test.exitCode) << run.error;
+        const auto rows = ParseCsv(run.out);
+        ASSERT_THAT(rows, SizeIs(testing::AllOf(testing::Ge(2u), testing::Le(7u))));
+        if (test.exitCode == 0) {
+            EXPECT_EQ(rows[2][0], "Supply.002");
+            EXPECT_TRUE(rows[2][1] == test.supply || test.supply == std::string("*")) << rows[2][1];
+        } else {
+            EXPECT_NE(rows[1][2], "");
+        }
+    }
+}
+
 TEST_F(CtlSnmp, WritesAValueThatArrives) {
     for (const wchar_t* number : {L"42", L"-7", L"2147483647"}) {
         const CtlRun set = Set(triggerMap, {number});

@@ -6,6 +6,7 @@
 #include "support/dom.h"
 #include "support/fakecache.h"
 #include "support/fakemib.h"
+#include "support/logsandbox.h"
 #include "support/testclock.h"
 
 namespace Corvix {
@@ -257,8 +258,10 @@ TEST_F(OidDataMapperTest, CutsAWalkThatHasNoEnd) {
             oid == L"1.3.1" ? L"1.3.1.1" : L"1.3.1." + std::to_wstring(std::stoul(oid.substr(6)) + 1), 1l};
     };
     AddWalk(L"W", L"1.3.1", true, 0);
+    const CorvixTest::LogSandbox log;
     EXPECT_EQ(Read(L"W"), L"W.###");
     EXPECT_EQ(agent->CallsOf(L"next"), size_t{OIDDataMapper::maxElements});
+    EXPECT_THAT(log.Lines(), testing::Contains(testing::HasSubstr(L"The walk of 1.3.1 has no end")));
     EXPECT_EQ(Stored(OIDDataMapper::GetSequenceString(OIDDataMapper::maxElements).insert(0, L"W.").c_str()),
               L"#1");
 }

@@ -50,6 +50,7 @@ void AddOrigin(Reading& reading, ValueOrigin origin) {
 
 std::wstring ResultText(HRESULT result) {
     if (result == E_FAIL) return L"not answered by the device";
+    if (result == HRESULT_FROM_WIN32(WSAETIMEDOUT)) return L"the device did not answer in time";
     if (HRESULT_FACILITY(result) == FACILITY_WIN32)
         return CorvixTransport::DescribeNetError(static_cast<unsigned long>(HRESULT_CODE(result)));
     return L"not answered by the device: " + SystemText(static_cast<unsigned long>(result));
