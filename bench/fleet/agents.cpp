@@ -1,0 +1,77 @@
+#include "agents.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include "transport/resolver.h"
+#include "transport/snmpmessage.h"
+#include "transport/winsock.h"
+
+namespace CorvixBench {
+namespace {
+
+using namespace CorvixTransport;
+
+Socket Bind(const std::wstring& host) {
+    const AddressList address = ResolveHost(host, 0, SOCK_DGRAM);
+    Socket made(socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP));
+    if (!address || bind(made.Get(), address->ai_addr, static_cast<int>(address->ai_addrlen)) != 0) {
+        std::fprintf(stderr, "%ls cannot be bound: %d\n", host.c_str(), WSAGetLastError());
+        std::exit(1);
+    }
+    return made;
+}
+
+unsigned short PortOf(const Socket& bound) {
+    sockaddr_in address{};
+    int length = sizeof address;
+    getsockname(bound.Get(), reinterpret_cast<sockaddr*>(&address), &length);
+    return ntohs(address.sin_port);
+}
+
+void Answer(const Socket& agent, std::string_view datagram, const sockaddr_in& client) {
+    std::optional<SnmpMessage> message = DecodeSnmpMessage(datagram);
+    if (!message) return;
+    message->type = PduType::Response;
+    for (VarBind& variable : message->variables)
+        variable = {std::move(variable.oid), Ber::OctetString, "a value of the device"};
+    const std::string answer = Encode(*message);
+    sendto(agent.Get(), answer.data(), static_cast<int>(answer.size()), 0,
+           reinterpret_cast<const sockaddr*>(&client), sizeof client);
+}
+
+/// A thread for each device: waiting for all of them at once would cost more the more there are.
+void Serve(const Socket agent) {
+    std::vector<char> buffer(65536);
+    for (;;) {
+        sockaddr_in client{};
+        int clientLength = sizeof client;
+        const int length = recvfrom(agent.Get(), buffer.data(), static_cast<int>(buffer.size()), 0,
+                                    reinterpret_cast<sockaddr*>(&client), &clientLength);
+        if (length >= 0) Answer(agent, {buffer.data(), static_cast<size_t>(length)}, client);
+    }
+}
+
+}  // namespace
+
+std::wstring HostOf(int device) {
+    return L"127.1." + std::to_wstring(device / 250) + L"." + std::to_wstring(device % 250 + 1);
+}
+
+void ServeDevices(int devices) {
+    const WinsockSession winsock;
+    for (int device = 0; device < devices; ++device) {
+        Socket agent = Bind(HostOf(device));
+        std::printf("%u ", PortOf(agent));
+        std::thread(Serve, std::move(agent)).detach();
+    }
+    std::printf("\n");
+    std::fflush(stdout);
+    while (std::getchar() != EOF) {
+    }
+    ExitProcess(0);
+}
+
+}  // namespace CorvixBench
