@@ -76,6 +76,27 @@ protected:
             EXPECT_EQ(answer, expected);
         }
     }
+    using Exchanges = std::vector<CorvixTransport::ExchangeRecord>;
+    /// Asks for each item of the map, and lets `check` see what that took.
+    template <class Check>
+    void ExpectEachItemAnswered(DataCollection& collection, const Corvix::DataMapSpec& map, Check check) {
+        std::vector<std::wstring> unsupported;
+        size_t items = 0;
+        TakeExchanges();
+        for (const auto& [name, spec] : map.GetItems()) {
+            const auto* item = dynamic_cast<const IPPDataItemSpec*>(spec.get());
+            if (!item || !item->GetAttributeID()) continue;
+            SCOPED_TRACE(testing::PrintToString(name));
+            ++items;
+            ExpectAnswer(collection, name, *item);
+            if (ReportedFor(*item) == L"(failed)") unsupported.push_back(name);
+            check(name, *item, TakeExchanges());
+        }
+        EXPECT_GT(items, 60u);
+        EXPECT_THAT(unsupported,
+                    testing::ElementsAre(L"counter.total", L"device.geo-location", L"device.organization",
+                                         L"status.alert-descriptions", L"status.alerts"));
+    }
 
 private:
     const Attributes reported_ = Reported("127.0.0.81:631");
@@ -88,22 +109,29 @@ TEST_F(RealDataMapTest, AnswersEachItemThatThePrinterSupports) {
     ASSERT_EQ(CreateDataCollectionFromFile(Address(), mapFile, collection.Receive(), nullptr), S_OK);
     EXPECT_EQ(Read(*collection, L"map.name"), L"IPP Everywhere");
     EXPECT_EQ(TakeExchanges().size(), 1u);
-    std::vector<std::wstring> unsupported;
-    size_t items = 0;
-    for (const auto& [name, spec] : maps->GetDataMapSpec(0)->GetItems()) {
-        const auto* item = dynamic_cast<const IPPDataItemSpec*>(spec.get());
-        if (!item || !item->GetAttributeID()) continue;
-        SCOPED_TRACE(testing::PrintToString(name));
-        ++items;
-        ExpectAnswer(*collection, name, *item);
-        if (ReportedFor(*item) == L"(failed)") unsupported.push_back(name);
-        const bool known = !item->IsTransient() && ReportedFor(*item) != L"(failed)" && !reminded.count(name);
-        EXPECT_EQ(TakeExchanges().size(), known ? 0u : 1u);
-    }
-    EXPECT_GT(items, 60u);
-    EXPECT_THAT(unsupported,
-                testing::ElementsAre(L"counter.total", L"device.geo-location", L"device.organization",
-                                     L"status.alert-descriptions", L"status.alerts"));
+    ExpectEachItemAnswered(
+        *collection, *maps->GetDataMapSpec(0),
+        [&](const std::wstring& name, const IPPDataItemSpec& item, const Exchanges& exchanges) {
+            const bool known =
+                !item.IsTransient() && ReportedFor(item) != L"(failed)" && !reminded.count(name);
+            EXPECT_EQ(exchanges.size(), known ? 0u : 1u);
+        });
+}
+
+TEST_F(RealDataMapTest, AnswersTheSameOverTls) {
+    const Maps maps = LoadMaps();
+    const DisposablePtr<Corvix::IPPProvider> provider(
+        CreateSecureIPPPrintProvider(Address(), L"ipps://127.0.0.81/ipp/print", 0x803100));
+    ASSERT_TRUE(provider);
+    DisposablePtr<DataCollection> collection;
+    ASSERT_EQ(CreateDataCollectionFromIPPProvider(provider.Get(), maps.get(), collection.Receive(), nullptr),
+              S_OK);
+    EXPECT_EQ(Read(*collection, L"map.name"), L"IPP Everywhere");
+    ExpectEachItemAnswered(*collection, *maps->GetDataMapSpec(0),
+                           [](const std::wstring&, const IPPDataItemSpec&, const Exchanges& exchanges) {
+                               for (const auto& exchange : exchanges)
+                                   EXPECT_TRUE(exchange.secure);
+                           });
 }
 
 TEST_F(RealDataMapTest, AsksForTheJobThatItsParametersName) {
