@@ -107,6 +107,16 @@ TEST(CtlDecode, ShowsWhatCouldSteerATerminal) {
     EXPECT_THAT(run.out, HasSubstr("\\u001b"));
 }
 
+TEST(CtlDecode, TakesNamesAndValuesOfAnyBytes) {
+    const CtlRun run =
+        Decode(Bytes::Body(Bytes::Value(0x41, "caf\xe9", "\xff") + Bytes::Keyword("\xc3\xa9", "ok")),
+               {L"--format", L"json"});
+    EXPECT_EQ(run.exitCode, 0u) << run.error;
+    const Json answer = Json::Parse(run.out);
+    EXPECT_THAT(NamesOf(answer), ElementsAre("caf\xc3\xa9", "\xc3\xa9"));
+    EXPECT_EQ(answer["attributes"]["caf\xc3\xa9"].Text(), "\xef\xbf\xbd");
+}
+
 // ---- a printer
 
 class CtlIpp : public testing::Test {

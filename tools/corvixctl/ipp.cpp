@@ -86,42 +86,40 @@ Answer AskPrinter(const Arguments& arguments) {
     return answer;
 }
 
-Cell ValueOf(const IPPAttributes& answer, const std::wstring& name) {
+Cell ValueOf(const IPPAttributes& answer, const char* name) {
     Variant value;
-    if (answer.GetValue(ToUtf8(name).c_str(), value.Receive()) != S_OK) return {};
+    if (answer.GetValue(name, value.Receive()) != S_OK) return {};
     return ToCell(value.Get());
 }
 
-Names AllNames(const IPPAttributes& answer) {
-    Names names;
-    for (unsigned i = 0; i < answer.GetCount(); ++i)
-        names.push_back(ToWide(answer.GetName(i)));
-    return names;
-}
-
-// Those that the user named; where that is nothing, or a group, all that came, members named besides.
-Names WantedNames(const IPPAttributes& answer, const Names& named) {
-    if (!named.empty() && std::none_of(named.begin(), named.end(), IsGroup)) return named;
-    Names names = AllNames(answer);
-    std::copy_if(named.begin(), named.end(), std::back_inserter(names),
-                 [](const std::wstring& name) { return name.find(L'.') != std::wstring::npos; });
-    return names;
-}
+bool IsMember(const std::wstring& name) { return name.find(L'.') != std::wstring::npos; }
 
 struct Listing {
     Records records{{{L"name"}, {L"value"}}, {}};
     Names missing;
+
+    void AddNamed(const IPPAttributes& answer, const std::wstring& name) {
+        Cell value = ValueOf(answer, ToUtf8(name).c_str());
+        if (std::holds_alternative<std::monostate>(value)) {
+            missing.push_back(name);
+        } else {
+            records.rows.push_back({name, std::move(value)});
+        }
+    }
+    // By their own bytes: a device's names need not be UTF-8.
+    void AddAll(const IPPAttributes& answer) {
+        for (unsigned i = 0; i < answer.GetCount(); ++i)
+            records.rows.push_back({ToWide(answer.GetName(i)), ValueOf(answer, answer.GetName(i))});
+    }
 };
 
-Listing ReadAttributes(const IPPAttributes& answer, const Names& named) {
+// What the user named; where that is nothing, or a group, all that came, members named besides.
+Listing ListAttributes(const IPPAttributes& answer, const Names& named) {
     Listing listing;
-    for (const std::wstring& name : WantedNames(answer, named)) {
-        Cell value = ValueOf(answer, name);
-        if (std::holds_alternative<std::monostate>(value)) {
-            listing.missing.push_back(name);
-        } else {
-            listing.records.rows.push_back({name, std::move(value)});
-        }
+    const bool wantsAll = named.empty() || std::any_of(named.begin(), named.end(), IsGroup);
+    if (wantsAll) listing.AddAll(answer);
+    for (const std::wstring& name : named) {
+        if (!wantsAll || IsMember(name)) listing.AddNamed(answer, name);
     }
     return listing;
 }
@@ -193,7 +191,7 @@ ExitCode RunIpp(const Arguments& arguments) {
     CheckNames(arguments.Operands());
     const auto file = arguments.Find(L"decode");
     const Answer answer = file ? DecodeFile(arguments, *file) : AskPrinter(arguments);
-    const Listing listing = ReadAttributes(*answer, arguments.Operands());
+    const Listing listing = ListAttributes(*answer, arguments.Operands());
     Print(Render(*answer, listing.records, format));
     auto complaints = Complaints(*answer, listing.missing);
     // A kept answer is read well whatever it says.
