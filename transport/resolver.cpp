@@ -8,12 +8,6 @@ namespace CorvixTransport {
 
 namespace {
 
-// A name in an address is made of digits, dots and colons; only that is looked up without any network.
-bool LooksNumeric(const std::wstring& host) {
-    return host.find(L':') != std::wstring::npos ||
-           host.find_first_not_of(L"0123456789.") == std::wstring::npos;
-}
-
 // Shared by the one who waits and the thread that asks; whoever is last cleans up.
 struct Lookup {
     WinsockSession winsock;
@@ -45,6 +39,11 @@ AddressList LookUpOnThread(const std::wstring& host, unsigned short port, const 
 }
 
 }  // namespace
+
+bool LooksNumeric(const std::wstring& host) {
+    return host.find(L':') != std::wstring::npos ||
+           host.find_first_not_of(L"0123456789.") == std::wstring::npos;
+}
 
 AddressList ResolveHost(const std::wstring& host, unsigned short port, const Waiting& waiting) {
     ThrowUnless(!host.empty(), WSAHOST_NOT_FOUND);

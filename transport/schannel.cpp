@@ -2,6 +2,8 @@
 
 #include <winhttp.h>
 
+#include "transport/resolver.h"
+
 namespace CorvixTransport {
 
 namespace {
@@ -51,13 +53,14 @@ HandshakeStep SchannelContext::Step(SchannelCredentials& credentials, const std:
     SecBuffer output[] = {MakeBuffer(SECBUFFER_TOKEN, nullptr, 0)};
     SecBufferDesc inputs = {SECBUFFER_VERSION, 2, input};
     SecBufferDesc outputs = {SECBUFFER_VERSION, 1, output};
-    std::wstring target = host;
+    // Names alone are told to the device: TLS has no place for addresses there, and some hang up on them.
+    std::wstring target = LooksNumeric(host) ? L"" : host;
     ULONG granted = 0;
     const bool first = !IsMade();
     HandshakeStep step;
-    step.status =
-        InitializeSecurityContextW(credentials.Get(), first ? nullptr : &handle_, target.data(), contextFlags,
-                                   0, 0, first ? nullptr : &inputs, 0, &handle_, &outputs, &granted, nullptr);
+    step.status = InitializeSecurityContextW(
+        credentials.Get(), first ? nullptr : &handle_, target.empty() ? nullptr : target.data(), contextFlags,
+        0, 0, first ? nullptr : &inputs, 0, &handle_, &outputs, &granted, nullptr);
     step.token = TakeToken(output[0]);
     if (input[1].BufferType == SECBUFFER_EXTRA) step.unused = input[1].cbBuffer;
     return step;

@@ -33,7 +33,12 @@ map=Z:$(cd "$here/../../.." && pwd)/maps/ipp-everywhere.xml
 
 run 1 ipp --uri "$secure" printer-name
 expect err 'self-signed.*--insecure'
-for printer in "--uri $plain" "--uri $secure --insecure" "--device localhost --port-map 631=$peer_port"; do
+printers=("--uri $plain" "--uri $secure --insecure" "--device localhost --port-map 631=$peer_port")
+# Not every machine has IPv6.
+if (exec 3<>"/dev/tcp/::1/$peer_port") 2>/dev/null; then
+    printers+=("--uri ipp://[::1]:$peer_port/ipp/print" "--uri ipps://[::1]:$peer_port/ipp/print --insecure")
+fi
+for printer in "${printers[@]}"; do
     # shellcheck disable=SC2086
     run 0 ipp $printer printer-name printer-state media-col-default.media-size.x-dimension
     expect out '^printer-name +Büro 3$'
