@@ -29,6 +29,9 @@ const Command& SetCommand();
 const Command& IppCommand();
 const Command& InfoCommand();
 const Command& CacheCommand();
+const Command& PrintCommand();
+const Command& JobsCommand();
+const Command& CancelCommand();
 
 // In the order of the help.
 const std::vector<const Command*>& AllCommands();

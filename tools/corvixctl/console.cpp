@@ -11,8 +11,6 @@ namespace {
 // Lives as long as the process: the handler runs on a thread of the system's.
 HANDLE interruptEvent = nullptr;
 
-bool IsInterrupted() { return interruptEvent && WaitForSingleObject(interruptEvent, 0) == WAIT_OBJECT_0; }
-
 BOOL WINAPI OnConsoleEvent(DWORD) {
     if (IsInterrupted()) return FALSE;
     SetEvent(interruptEvent);
@@ -57,8 +55,14 @@ void Print(std::wstring_view text) {
                       L"standard output cannot be written (is the disk full, the reader gone?)");
 }
 
-void Complain(std::wstring_view message) {
-    WriteTo(STD_ERROR_HANDLE, L"corvixctl: " + std::wstring(message) + L"\n");
+void Complain(std::wstring_view message) { Tell(L"corvixctl: " + std::wstring(message) + L"\n"); }
+
+void Tell(std::wstring_view text) { WriteTo(STD_ERROR_HANDLE, text); }
+
+size_t ErrorColumns() {
+    CONSOLE_SCREEN_BUFFER_INFO info = {};
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info)) return 0;
+    return info.dwSize.X > 1 ? static_cast<size_t>(info.dwSize.X) : 0;
 }
 
 void WatchForInterrupts() {
@@ -67,6 +71,8 @@ void WatchForInterrupts() {
 }
 
 HANDLE InterruptEvent() { return interruptEvent; }
+
+bool IsInterrupted() { return interruptEvent && WaitForSingleObject(interruptEvent, 0) == WAIT_OBJECT_0; }
 
 void StopIfInterrupted() {
     if (IsInterrupted()) throw Failure(ExitCode::Interrupted, L"interrupted");

@@ -101,8 +101,10 @@ Device OpenDevice(NetAddressOptions options) {
     Device device;
     device.host = options.host;
     device.journal = std::make_unique<ExchangeJournal>();
-    options.observer = [journal = device.journal.get()](const CorvixTransport::ExchangeRecord& exchange) {
-        journal->Record(exchange);
+    // What the library asks on threads of its own, while it follows a job, is not the user's question.
+    options.observer = [journal = device.journal.get(),
+                        thread = GetCurrentThreadId()](const CorvixTransport::ExchangeRecord& exchange) {
+        if (GetCurrentThreadId() == thread) journal->Record(exchange);
     };
     device.address = Corvix::DisposablePtr<Corvix::KyNetAddress>(CorvixTransport::CreateNetAddress(options));
     return device;

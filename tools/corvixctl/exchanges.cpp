@@ -20,6 +20,8 @@ constexpr unsigned long unreachableErrors[] = {
     WSAENETUNREACH,  WSAEHOSTUNREACH,   WSAEADDRNOTAVAIL, WSAETIMEDOUT, ERROR_TIMEOUT,
 };
 
+constexpr unsigned long httpOk = 200;
+
 bool IsUnreachable(const ExchangeRecord& exchange) {
     const auto* end = std::end(unreachableErrors);
     return exchange.status == 0 && exchange.bytesReceived == 0 &&
@@ -66,6 +68,7 @@ constexpr IppAdvice ippAdvice[] = {
 
 void ExchangeJournal::Record(const ExchangeRecord& exchange) {
     last_ = exchange;
+    if (!failure_ && exchange.status != httpOk) failure_ = exchange;
     if (!IsUnreachable(exchange)) {
         answered_ = true;
     } else if (!unreachable_) {

@@ -14,8 +14,13 @@ public:
     void Record(const CorvixTransport::ExchangeRecord& exchange);
 
     // Forgets the last exchange, so that what Last() tells belongs to what is asked next.
-    void BeginRequest() { last_.reset(); }
+    void BeginRequest() {
+        last_.reset();
+        failure_.reset();
+    }
     const std::optional<CorvixTransport::ExchangeRecord>& Last() const { return last_; }
+    // The first one since then that did not come to HTTP status 200.
+    const std::optional<CorvixTransport::ExchangeRecord>& FirstFailure() const { return failure_; }
 
     // Whether the device gave any sign of life.
     bool HasAnswered() const { return answered_; }
@@ -24,6 +29,7 @@ public:
 
 private:
     std::optional<CorvixTransport::ExchangeRecord> last_;
+    std::optional<CorvixTransport::ExchangeRecord> failure_;
     std::optional<CorvixTransport::ExchangeRecord> unreachable_;
     bool answered_ = false;
 };

@@ -13,6 +13,9 @@ enum class ExitCode : int {
     Usage = 2,        // the command line is wrong
     Unreachable = 3,  // the device did not answer
     BadMap = 4,       // the data map cannot be read
+    Refused = 5,      // the printer took no job
+    Aborted = 6,      // the job broke off on the way or at the printer
+    Canceled = 7,     // the job was canceled, at the printer or by somebody else
     Interrupted = 130,
 };
 

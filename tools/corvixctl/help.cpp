@@ -50,7 +50,10 @@ const std::vector<Entry>& ExitCodes() {
         {L"2", L"the command line is wrong"},
         {L"3", L"the device is not reachable"},
         {L"4", L"the data map cannot be read"},
-        {L"130", L"interrupted with Ctrl-C"},
+        {L"5", L"the printer did not take the job, as when it is busy"},
+        {L"6", L"the job was aborted, or broke off on its way to the printer"},
+        {L"7", L"the job was canceled, at the printer or by somebody else"},
+        {L"130", L"interrupted with Ctrl-C; print cancels its job then"},
     };
     return codes;
 }

@@ -14,8 +14,9 @@
 namespace CorvixCtl {
 
 const std::vector<const Command*>& AllCommands() {
-    static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand(),  &SetCommand(),
-                                                         &IppCommand(),   &InfoCommand(), &CacheCommand()};
+    static const std::vector<const Command*> commands = {&ItemsCommand(), &GetCommand(),    &SetCommand(),
+                                                         &IppCommand(),   &InfoCommand(),   &PrintCommand(),
+                                                         &JobsCommand(),  &CancelCommand(), &CacheCommand()};
     return commands;
 }
 

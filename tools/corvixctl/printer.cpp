@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <lmcons.h>
+
 #include <algorithm>
 #include <cwctype>
 #include <iterator>
@@ -10,6 +12,7 @@
 #include "console.h"
 #include "exitcodes.h"
 #include "systemtext.h"
+#include "transport/text.h"
 
 namespace CorvixCtl {
 
@@ -33,6 +36,7 @@ using CorvixTransport::NetAddressOptions;
 constexpr unsigned short ippPort = 631;
 constexpr unsigned short httpsPort = 443;
 constexpr const wchar_t* ippPortText = L"631";
+constexpr const wchar_t* usualPath = L"/ipp/print";
 
 // The library takes a printer at a local port's name for one behind a local endpoint, which it does not
 // probe. Its probe knows only addresses in figures and the real port 631, and takes no time-out; the first
@@ -105,10 +109,11 @@ void RedirectPorts(NetAddressOptions& options, unsigned short port) {
     options.portMap.MapTcp(httpsPort, real);
 }
 
-Printer MakePrinter(const Arguments& arguments, const UriParts& parts) {
+Printer MakePrinter(const Arguments& arguments, const UriParts& parts, HANDLE stopEvent) {
     NetAddressOptions options = ReadAddressOptions(arguments, parts.host);
     const unsigned short port = parts.port.value_or(ippPort);
     RedirectPorts(options, port);
+    options.stopEvent = stopEvent;
     options.hostName = unprobedHost;
     options.port = port == httpsPort ? L"443" : ippPortText;
     Printer printer;
@@ -122,19 +127,19 @@ Printer MakePrinter(const Arguments& arguments, const UriParts& parts) {
     return printer;
 }
 
-Printer OpenUri(const Arguments& arguments, const std::wstring& uri) {
+Printer OpenUri(const Arguments& arguments, const std::wstring& uri, HANDLE stopEvent) {
     for (const wchar_t* option : {L"device", L"resource"}) {
         if (arguments.Has(option)) throw UsageError(L"--uri and --" + std::wstring(option) + L": give one");
     }
     const UriParts parts = SplitUri(uri);
     if (arguments.Has(L"insecure") && !parts.secure)
         throw UsageError(L"--insecure is for ipps URIs: nothing is secured here");
-    Printer printer = MakePrinter(arguments, parts);
+    Printer printer = MakePrinter(arguments, parts, stopEvent);
     printer.isNamedByUri = true;
     return printer;
 }
 
-Printer OpenResource(const Arguments& arguments, const std::wstring& usualResource) {
+Printer OpenResource(const Arguments& arguments, const std::wstring& usualResource, HANDLE stopEvent) {
     if (arguments.Has(L"insecure")) throw UsageError(L"--insecure needs --uri with ipps://");
     if (!arguments.Has(L"device"))
         throw UsageError(L"name the printer with --device HOST or with --uri ipp://HOST/PATH");
@@ -145,7 +150,7 @@ Printer OpenResource(const Arguments& arguments, const std::wstring& usualResour
     parts.authority = authority;
     parts.path = arguments.Find(L"resource").value_or(usualResource);
     if (parts.path.empty() || parts.path.front() != L'/') parts.path.insert(0, L"/");
-    return MakePrinter(arguments, parts);
+    return MakePrinter(arguments, parts, stopEvent);
 }
 
 // ---- failures
@@ -161,11 +166,24 @@ constexpr LibraryError libraryErrors[] = {
 
 }  // namespace
 
-Printer OpenPrinter(const Arguments& arguments) { return OpenPrinter(arguments, L"/ipp/print"); }
+Printer OpenPrinter(const Arguments& arguments) { return OpenPrinter(arguments, InterruptEvent()); }
+
+Printer OpenPrinter(const Arguments& arguments, HANDLE stopEvent) {
+    const auto uri = arguments.Find(L"uri");
+    return uri ? OpenUri(arguments, *uri, stopEvent) : OpenResource(arguments, usualPath, stopEvent);
+}
 
 Printer OpenPrinter(const Arguments& arguments, const std::wstring& usualResource) {
     const auto uri = arguments.Find(L"uri");
-    return uri ? OpenUri(arguments, *uri) : OpenResource(arguments, usualResource);
+    return uri ? OpenUri(arguments, *uri, InterruptEvent())
+               : OpenResource(arguments, usualResource, InterruptEvent());
+}
+
+std::string UserName(const Arguments& arguments) {
+    if (const auto user = arguments.Find(L"user")) return CorvixTransport::ToUtf8(*user);
+    wchar_t name[UNLEN + 1];
+    DWORD length = static_cast<DWORD>(std::size(name));
+    return GetUserNameW(name, &length) ? CorvixTransport::ToUtf8(name) : "anonymous";
 }
 
 DisposablePtr<IPPProvider> ConnectPrinter(const Printer& printer) {

@@ -29,6 +29,13 @@ Printer OpenPrinter(const Arguments& arguments);
 // The same for a resource that is not the user's where --resource is not given.
 Printer OpenPrinter(const Arguments& arguments, const std::wstring& usualResource);
 
+// The same with an event in place of the user's wish to stop: once it is set, the printer's exchanges break
+// off.
+Printer OpenPrinter(const Arguments& arguments, HANDLE stopEvent);
+
+// In whose name jobs are printed and canceled: --user, or who is logged on.
+std::string UserName(const Arguments& arguments);
+
 // A provider, which has spoken with the printer. Throws Failure.
 Corvix::DisposablePtr<Corvix::IPPProvider> ConnectPrinter(const Printer& printer);
 

@@ -1,0 +1,45 @@
+// One print job: what the printer says of it, and its end by our hand.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "corvixdm/disposableptr.h"
+#include "corvixdm/ippprovider.h"
+#include "corvixdm/ipprequest.h"
+#include "corvixdm/ippresponse.h"
+#include "jobstate.h"
+
+namespace CorvixCtl {
+
+struct JobRef {
+    unsigned id = 0;
+    std::string uri;
+
+    bool IsKnown() const { return id != 0; }
+};
+
+// The job that an answer names; none when it names none.
+JobRef JobOf(const Corvix::IPPResponseBase& response);
+// The status of an answer; nothing when there was none.
+std::optional<unsigned> StatusOf(const Corvix::IPPResponseBase& response);
+
+struct JobStatus {
+    JobState state = JobState::Pending;
+    std::wstring reasons;  // keywords joined by ","; without those that say nothing
+
+    bool operator==(const JobStatus& other) const { return state == other.state && reasons == other.reasons; }
+    bool operator!=(const JobStatus& other) const { return !(*this == other); }
+};
+
+// "processing (job-printing)".
+std::wstring ToText(const JobStatus& status);
+
+enum class JobAnswer { Known, Unknown, None };
+// Asks the printer for the job: Unknown when it does not tell its state, None when it does not answer.
+JobAnswer AskForJob(Corvix::IPPProvider& provider, const JobRef& job, JobStatus& status);
+
+// Sends Cancel-Job in a user's name and returns the status of the answer; nothing when there was none.
+std::optional<unsigned> CancelJob(Corvix::IPPProvider& provider, const std::string& user, const JobRef& job);
+
+}  // namespace CorvixCtl

@@ -1,0 +1,81 @@
+// jobs: what a printer has to do, and what it has done.
+#include <algorithm>
+
+#include "commands.h"
+#include "console.h"
+#include "joblist.h"
+#include "records.h"
+
+namespace CorvixCtl {
+namespace {
+
+const OptionGroup jobsOptions = {
+    L"Jobs",
+    {{L"all", nullptr, L"those that have ended, too, as far as the printer remembers them"}},
+};
+
+Cell NumberOrNothing(const std::optional<long long>& number) { return number ? Cell(*number) : Cell(); }
+
+Cell AgeOf(const ListedJob& job) { return job.age ? Cell(Seconds{static_cast<double>(*job.age)}) : Cell(); }
+
+Records ToRecords(const std::vector<ListedJob>& jobs) {
+    Records records{
+        {{L"id"}, {L"state"}, {L"reasons", true}, {L"name"}, {L"user"}, {L"kilobytes", true}, {L"age", true}},
+        {}};
+    for (const ListedJob& job : jobs) {
+        records.rows.push_back({static_cast<long long>(job.id), StateName(job.state), job.reasons, job.name,
+                                job.user, NumberOrNothing(job.kilobytes), AgeOf(job)});
+    }
+    return records;
+}
+
+std::vector<ListedJob> ReadJobs(const Printer& printer, const std::string& user, bool all) {
+    std::vector<ListedJob> jobs = ListJobs(printer, user, WhichJobs::NotCompleted);
+    if (!all) return jobs;
+    const std::vector<ListedJob> ended = ListJobs(printer, user, WhichJobs::Completed);
+    jobs.insert(jobs.end(), ended.begin(), ended.end());
+    std::sort(jobs.begin(), jobs.end(),
+              [](const ListedJob& left, const ListedJob& right) { return left.id < right.id; });
+    return jobs;
+}
+
+ExitCode RunJobs(const Arguments& arguments) {
+    const Format format = ReadFormat(arguments);
+    const Printer printer = OpenPrinter(arguments);
+    const Records records = ToRecords(ReadJobs(printer, UserName(arguments), arguments.Has(L"all")));
+    switch (format) {
+        case Format::Json:
+            Print(L"{\"schema\":1,\"printer\":" + ToJsonText(printer.uri) + L",\"jobs\":" +
+                  ToJsonArray(records) + L"}\n");
+            break;
+        case Format::Csv:
+            Print(ToCsv(records));
+            break;
+        case Format::Table:
+            Print(ToTable(records));
+            break;
+    }
+    return ExitCode::Done;
+}
+
+}  // namespace
+
+const Command& JobsCommand() {
+    static const Command command = {
+        L"jobs",
+        L"--uri URI [--all]",
+        L"list the jobs of a printer",
+        L"Lists the jobs that have not ended, of all users, as far as the printer tells: number, state, "
+        L"reasons\n"
+        L"for the state, name, user, size and age.",
+        L"corvixctl jobs --uri ipp://192.0.2.7/ipp/print\n"
+        L"corvixctl jobs --uri ipp://192.0.2.7/ipp/print --all --format json",
+        {&jobsOptions, &printerOptions, &deviceOptions, &formatOptions},
+        0,
+        0,
+        RunJobs,
+    };
+    return command;
+}
+
+}  // namespace CorvixCtl
