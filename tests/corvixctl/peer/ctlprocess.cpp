@@ -1,5 +1,6 @@
 #include "corvixctl/peer/ctlprocess.h"
 
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -28,7 +29,8 @@ std::wstring Quoted(const std::wstring& argument) {
 /// What the child writes into one of its outputs.
 class OutputPipe {
 public:
-    OutputPipe() {
+    OutputPipe() = default;
+    void Open() {
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
         if (!CreatePipe(&read_, &write_, &inheritable, 0)) throw std::runtime_error("CreatePipe failed");
         SetHandleInformation(read_, HANDLE_FLAG_INHERIT, 0);
@@ -57,14 +59,12 @@ private:
     HANDLE write_ = nullptr;
 };
 
-}  // namespace
-
-CtlRun RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments) {
-    std::wstring line = Quoted(ProgramPath(program));
-    for (const std::wstring& argument : arguments)
-        line += L" " + Quoted(argument);
-    OutputPipe out;
-    OutputPipe error;
+/// Runs started at the same time must not inherit each other's pipes: neither would see the end of its own.
+HANDLE Start(std::wstring& line, OutputPipe& out, OutputPipe& error) {
+    static std::mutex oneAtATime;
+    const std::lock_guard<std::mutex> lock(oneAtATime);
+    out.Open();
+    error.Open();
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -76,13 +76,25 @@ CtlRun RunProgram(const std::wstring& program, const std::vector<std::wstring>& 
     CloseHandle(info.hThread);
     out.CloseWriteEnd();
     error.CloseWriteEnd();
+    return info.hProcess;
+}
+
+}  // namespace
+
+CtlRun RunProgram(const std::wstring& program, const std::vector<std::wstring>& arguments) {
+    std::wstring line = Quoted(ProgramPath(program));
+    for (const std::wstring& argument : arguments)
+        line += L" " + Quoted(argument);
+    OutputPipe out;
+    OutputPipe error;
+    const HANDLE process = Start(line, out, error);
     CtlRun run;
     std::thread errorReader([&] { error.ReadAll(run.error); });
     out.ReadAll(run.out);
     errorReader.join();
-    WaitForSingleObject(info.hProcess, INFINITE);
-    GetExitCodeProcess(info.hProcess, &run.exitCode);
-    CloseHandle(info.hProcess);
+    WaitForSingleObject(process, INFINITE);
+    GetExitCodeProcess(process, &run.exitCode);
+    CloseHandle(process);
     return run;
 }
 
