@@ -25,6 +25,10 @@ public:
 
     // Whether Read() would come back at once, be it with the end of the connection or a failure.
     virtual bool IsReadable(const Waiting& waiting) = 0;
+
+    // A cheaper question for whoever asks it over and over: false when no bytes are there to be read. It may not
+    // notice the end of the connection.
+    virtual bool MayBeReadable() { return true; }
 };
 
 }  // namespace CorvixTransport

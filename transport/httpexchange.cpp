@@ -77,6 +77,10 @@ void HttpExchange::TakeArrived(const Waiting& waiting) {
     }
 }
 
+void HttpExchange::TakeArrivedBytes(const Waiting& waiting) {
+    if (stream_->MayBeReadable()) TakeArrived(waiting);
+}
+
 void HttpExchange::AwaitContinue(const Waiting& waiting) {
     constexpr unsigned long patience = 1000;
     const unsigned long error = RunGuarded([&] {

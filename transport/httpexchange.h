@@ -27,6 +27,8 @@ public:
 
     // Takes in what the device has sent already, without waiting for it.
     void TakeArrived(const Waiting& waiting);
+    // The same at less cost, but the end of the connection may go unnoticed until something is sent.
+    void TakeArrivedBytes(const Waiting& waiting);
 
     // Waits for word from the device before the body is sent: "100 Continue", or its final answer. Patience
     // is short, because many devices never say it.

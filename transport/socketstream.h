@@ -18,6 +18,7 @@ public:
     size_t Read(char* buffer, size_t capacity, const Waiting& waiting) override;
     size_t Write(std::string_view bytes, const Waiting& waiting) override;
     bool IsReadable(const Waiting& waiting) override;
+    bool MayBeReadable() override;
 
 private:
     SocketStream(const addrinfoW& address, const Waiting& waiting);

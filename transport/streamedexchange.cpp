@@ -57,7 +57,7 @@ void StreamedExchange::WriteUnreported(std::string_view piece, bool last) {
     const bool fits = framing_ != BodyFraming::Length || piece.size() <= length_ - bytesWritten_;
     ThrowUnless(fits, ERROR_INVALID_PARAMETER);
     const Waiting waiting = context_.ForSending();
-    exchange_->TakeArrived(waiting);
+    exchange_->TakeArrivedBytes(waiting);
     if (!piece.empty()) SendFramed(piece, waiting);
     bytesWritten_ += piece.size();
     const bool complete = framing_ == BodyFraming::Length && bytesWritten_ == length_;

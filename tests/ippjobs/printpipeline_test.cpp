@@ -216,6 +216,42 @@ TEST_F(PrintPipeline, StopsAtAJobThatTheDeviceCancelled) {
     }
 }
 
+TEST_F(PrintPipeline, ACallerMayGiveUpOnAPrinterThatStaysFull) {
+    Open();
+    ASSERT_EQ(Print("one", true), S_OK);
+    const HANDLE ready = provider_->GetPrintReadyStatusEventHandle();
+    printer_.Answer(Operation::GetPrinterAttributes, {PrinterIn(5, "spool-area-full")});
+    while (WaitForSingleObject(ready, 0) == WAIT_OBJECT_0)
+        Sleep(1);
+    request_->SetJobID(7);
+    EXPECT_EQ(provider_->CancelJob(request_.Get(), response_.Get()), S_OK);
+    EXPECT_EQ(PrintMore("two"), S_DEVICECANCELED);
+    EXPECT_EQ(provider_->GetPrintReadyStatusEventHandle(), nullptr);
+}
+
+TEST_F(PrintPipeline, FollowsAJobOfWhichThePrinterTellsNothing) {
+    printer_.Answer(Operation::GetJobs,
+                    {Header() + Byte(2) + Integer("job-id", 7) + endTag, noJobs, Jobs({{7, 9, "none"}})});
+    Open();
+    ASSERT_EQ(Print("one"), S_OK);
+    WaitForSingleObject(provider_->GetPrintStatusEventHandle(), INFINITE);
+    const std::vector<int> asked = printer_.Operations();
+    EXPECT_EQ(std::count(asked.begin(), asked.end(), Operation::GetJobs), 3);
+}
+
+TEST_F(PrintPipeline, SurvivesAPrinterThatVanishesWhileItIsFollowed) {
+    Open();
+    request_->SetJobID(7);
+    ASSERT_EQ(Print("one", true), S_OK);
+    printer_.FailAt(printer_.NextCall(), true);
+    while (!printer_.HasFailed())
+        Sleep(1);
+    EXPECT_EQ(PrintMore("two"), E_FAIL);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NETNAME_DELETED});
+    EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
+    EXPECT_EQ(provider_->CancelJob(request_.Get(), response_.Get()), E_FAIL);
+}
+
 TEST_F(PrintPipeline, AsksWhatBecameOfAJobThatCouldNotBegin) {
     struct {
         unsigned jobId;
@@ -545,6 +581,7 @@ public:
 TEST_F(PrintPipelineFaults, EndWithoutLossWhereverTheTransportFails) {
     constexpr int mostCalls = 500;
     const size_t objects = KyUtils::LiveObjectCount();
+    const size_t threads = CorvixTest::ThreadsOfProcess();
     for (const auto scenario :
          {&PrintPipelineFaults::PrintWaiting, &PrintPipelineFaults::PrintAndCancel,
           &PrintPipelineFaults::SendDocuments, &PrintPipelineFaults::PrintByReference}) {
@@ -556,6 +593,7 @@ TEST_F(PrintPipelineFaults, EndWithoutLossWhereverTheTransportFails) {
             EXPECT_LT(call, mostCalls);
             address_.Reset(), request_.Reset(), response_.Reset();
             EXPECT_EQ(KyUtils::LiveObjectCount(), objects);
+            EXPECT_EQ(CorvixTest::ThreadsOfProcess(), threads);
         }
     }
 }
