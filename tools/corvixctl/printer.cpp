@@ -164,6 +164,13 @@ constexpr LibraryError libraryErrors[] = {
     {IPPError::PathTooShort, L"the path is too short; such as /ipp/print"},
 };
 
+[[noreturn]] void FailAsOutOfReach(const Printer& printer, const CorvixTransport::ExchangeRecord& exchange) {
+    const std::wstring reason = DescribeConnection(exchange);
+    if (!printer.isNamedByUri) FailAsUnreachable(printer.device, reason);
+    throw Failure(ExitCode::Unreachable, L"printer " + printer.uri + L" not reachable: " + reason +
+                                             L"; check --uri and that it is switched on");
+}
+
 }  // namespace
 
 Printer OpenPrinter(const Arguments& arguments) { return OpenPrinter(arguments, InterruptEvent()); }
@@ -216,8 +223,7 @@ std::wstring ReasonOfIppFailure(const Printer& printer, unsigned long lastError)
 void FailAsUnanswered(const Printer& printer, unsigned long lastError) {
     StopIfInterrupted();
     const ExchangeJournal& journal = *printer.device.journal;
-    if (journal.Unreachable() && !journal.HasAnswered())
-        FailAsUnreachable(printer.device, DescribeConnection(*journal.Unreachable()));
+    if (journal.Unreachable() && !journal.HasAnswered()) FailAsOutOfReach(printer, *journal.Unreachable());
     throw Failure(ExitCode::Incomplete,
                   L"printer " + printer.uri + L": " + ReasonOfIppFailure(printer, lastError));
 }
