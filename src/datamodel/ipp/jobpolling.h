@@ -20,8 +20,8 @@ struct PollingIntervals {
 /// What is asked about the job and the printer; called from the polling threads.
 class PollingSource {
 public:
-    /// 1 the job runs on, 0 it is finished or cancelled, E_FAIL the exchange failed. `flag` alternates 0 and
-    /// 1.
+    /// 1 the job runs on, 0 it is finished or cancelled, E_FAIL the exchange failed. `flag` alternates 0
+    /// and 1.
     virtual HRESULT PollJob(unsigned flag) = 0;
     virtual HRESULT PollPrinter(std::wstring& state, std::wstring& reasons) = 0;
     /// Makes a poll that waits for the printer come back soon. Called from the thread that stops the polling.
@@ -83,8 +83,8 @@ private:
     mutable KyUtils::CriticalSection printReadyLock_;
     bool printStatus_ = false;
     bool printerPoll_ = true;
-    mutable KyUtils::CriticalSection
-        eventsLock_;  ///< held while an event is made, closed, or used by another thread
+    /// Held while an event is made, closed, or used by another thread.
+    mutable KyUtils::CriticalSection eventsLock_;
     KyUtils::Handle printJobStatus_;
     KyUtils::Handle printReady_;
     KyUtils::Handle stop_ = KyUtils::CreateManualResetEvent();
