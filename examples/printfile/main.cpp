@@ -1,6 +1,7 @@
-// Prints a file and follows it: printfile URI FILE [PORT-MAP], such as printfile ipp://192.0.2.7/ipp/print
-// a.pdf
+// Prints a file and follows it: printfile URI FILE [PORT-MAP], such as
+// printfile ipp://192.0.2.7/ipp/print a.pdf
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -22,6 +23,13 @@ std::wstring HostOf(const std::wstring& uri) {
     return uri.substr(start + 3, uri.find_first_of(L":/", start + 3) - start - 3);
 }
 
+/// Waits while the printer's spool area is full, unless the job ends meanwhile. The provider has the events as
+/// long as it follows a job that was begun with waiting.
+void AwaitRoom(const Corvix::IPPProvider& printer) {
+    const HANDLE events[] = {printer.GetPrintStatusEventHandle(), printer.GetPrintReadyStatusEventHandle()};
+    if (events[0] && events[1]) WaitForMultipleObjects(2, events, FALSE, INFINITE);
+}
+
 /// Streams the file: its first piece begins the job, an empty one ends it.
 HRESULT Print(Corvix::IPPProvider& printer, Corvix::IPPRequestBase& request,
               Corvix::IPPResponseBase& response, std::ifstream& file, const Progress& progress) {
@@ -34,7 +42,14 @@ HRESULT Print(Corvix::IPPProvider& printer, Corvix::IPPRequestBase& request,
                                          : printer.PrintJobWrite(&request, &response, piece.data(), length);
         if (result != S_OK || length == 0) return result;
         progress(sent += static_cast<unsigned long long>(length));
+        AwaitRoom(printer);
     }
+}
+
+/// Whether the printer took the job: one that refuses has been asked in vain, but not without success.
+bool IsTaken(HRESULT result, const Corvix::IPPResponseBase& response) {
+    const char* status = response.GetSuccessStatus();
+    return result == S_OK && status && std::atoi(status) < 256;
 }
 
 /// Shows the states of the job until it ends. \return whether it was printed.
@@ -78,9 +93,10 @@ int wmain(int count, wchar_t** arguments) {
     const HRESULT result = Print(*printer, *request, *response, file,
                                  [](unsigned long long sent) { std::printf("\r%llu bytes sent", sent); });
     std::printf("\n");
-    if (result != S_OK) {
-        std::fprintf(stderr, "not printed: 0x%08lX (%lu)\n", static_cast<unsigned long>(result),
-                     GetLastError());
+    if (!IsTaken(result, *response)) {
+        const char* status = response->GetSuccessStatus();
+        std::fprintf(stderr, "not printed: 0x%08lX, status %s\n", static_cast<unsigned long>(result),
+                     status ? status : "unknown");
         return 1;
     }
     return Follow(*printer, *response) ? 0 : 1;
