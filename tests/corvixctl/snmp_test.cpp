@@ -148,9 +148,9 @@ TEST_F(CtlSnmp, SurvivesAnAgentThatErrs) {
     };
     const Case cases[] = {
         {"operation=getnext duplicate", "Cyan Toner Cartridge", 0},
-        {"operation=getnext drop every=2", "Cyan Toner Cartridge", 0},
-        {"operation=getnext wrong-id every=2", "Cyan Toner Cartridge", 0},
-        {"operation=getnext garbage every=2", "Cyan Toner Cartridge", 0},
+        {"operation=getnext drop every=3", "Cyan Toner Cartridge", 0},
+        {"operation=getnext wrong-id every=3", "Cyan Toner Cartridge", 0},
+        {"operation=getnext garbage every=3", "Cyan Toner Cartridge", 0},
         {"operation=getnext wrong-type", "*", 0},
         {"operation=getnext stuck skip=2", "Cyan Toner Cartridge", 0},
         {"operation=getnext end-of-view skip=2", "Cyan Toner Cartridge", 0},
