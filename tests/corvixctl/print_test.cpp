@@ -201,6 +201,8 @@ struct BadEnd {
     const char* jobState;  ///< what the simulator says of the job; empty: there is none
 };
 
+void PrintTo(const BadEnd& end, std::ostream* out) { *out << end.name; }
+
 class CtlPrintBadEnd : public CtlPrint, public testing::WithParamInterface<BadEnd> {};
 
 constexpr BadEnd badEnds[] = {
@@ -373,6 +375,10 @@ TEST_F(CtlJobs, ListsAllOnes) {
     ASSERT_EQ(lines.size(), 4u);
     EXPECT_THAT(lines[1], AllOf(HasSubstr("first"), HasSubstr("completed")));
     EXPECT_THAT(lines[3], AllOf(HasSubstr("third"), HasSubstr("pending")));
+    const Json json = Json::Parse(Run(L"jobs", {L"--all", L"--format", L"json"}).out);
+    ASSERT_EQ(json["jobs"].Items().size(), 3u);
+    EXPECT_EQ(json["jobs"].Items()[1]["name"].Text(), "second");
+    EXPECT_EQ(json["jobs"].Items()[1]["kilobytes"].Number(), 5);
 }
 
 TEST_F(CtlJobs, CancelsOne) {

@@ -70,7 +70,7 @@ void Canceller::Cancel() {
     // touched: breaking the document off ends the right one.
     if (const auto own = FindOwnJob(ListJobs(printer, owner_.user, WhichJobs::NotCompleted), owner_))
         return CancelAt(printer, {static_cast<unsigned>(own->id), own->uri});
-    message_ = L"interrupted: the document was broken off before the printer knew of a job";
+    message_ = L"interrupted before the printer knew of a job";
 }
 
 void Canceller::CancelAt(const Printer& printer, const JobRef& job) {

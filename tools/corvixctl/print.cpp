@@ -79,17 +79,20 @@ DocumentFile ReadFileInfo(const std::wstring& path) {
     return {path, path.substr(path.find_last_of(L"\\/") + 1), size};
 }
 
-PrintOrder ReadOrder(const Arguments& arguments) {
-    PrintOrder order;
+void ReadWay(const Arguments& arguments, PrintOrder& order) {
+    constexpr unsigned long usualPatience = 10 * 60 * 1000;
     if (arguments.Has(L"stream") && arguments.Has(L"documents"))
         throw UsageError(L"--stream and --documents: give one");
     order.asDocuments = arguments.Has(L"documents");
     order.waitForReady = arguments.Has(L"wait");
     if (order.asDocuments && order.waitForReady) throw UsageError(L"--wait goes with --stream only");
-    for (const std::wstring& path : arguments.Operands())
-        order.files.push_back(ReadFileInfo(path));
     if (!order.asDocuments && order.files.size() > 1)
         throw UsageError(L"several files make one job with --documents; without it give one");
+    const auto timeout = arguments.Find(L"timeout");
+    order.patience = timeout ? ReadMilliseconds(L"timeout", *timeout) : usualPatience;
+}
+
+void ReadWishes(const Arguments& arguments, PrintOrder& order) {
     constexpr unsigned long mostCopies = 9999;
     if (const auto copies = arguments.Find(L"copies"))
         order.copies = static_cast<unsigned>(ReadNumber(L"copies", *copies, mostCopies));
@@ -97,9 +100,16 @@ PrintOrder ReadOrder(const Arguments& arguments) {
     for (const wchar_t* option : {L"sides", L"quality", L"color", L"orientation"}) {
         if (const auto word = arguments.Find(option)) order.attributes.push_back(ReadChoice(option, *word));
     }
-    order.owner = {UserName(arguments),
-                   CorvixTransport::ToUtf8(arguments.Find(L"job-name").value_or(order.files.front().name)),
-                   GetTickCount64()};
+}
+
+PrintOrder ReadOrder(const Arguments& arguments) {
+    PrintOrder order;
+    for (const std::wstring& path : arguments.Operands())
+        order.files.push_back(ReadFileInfo(path));
+    ReadWay(arguments, order);
+    ReadWishes(arguments, order);
+    const std::wstring jobName = arguments.Find(L"job-name").value_or(order.files.front().name);
+    order.owner = {UserName(arguments), CorvixTransport::ToUtf8(jobName), GetTickCount64()};
     return order;
 }
 

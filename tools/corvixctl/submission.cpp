@@ -44,6 +44,23 @@ private:
     std::vector<unsigned char> piece_;
 };
 
+// A printer that is out of paper takes no data until somebody comes. What is asked of it besides is not to wait
+// for that.
+class Patience {
+public:
+    Patience(Corvix::Address& address, unsigned long milliseconds)
+        : address_(address), before_(address.GetTimeout()) {
+        address_.SetTimeout(milliseconds);
+    }
+    ~Patience() { address_.SetTimeout(before_); }
+    Patience(const Patience&) = delete;
+    Patience& operator=(const Patience&) = delete;
+
+private:
+    Corvix::Address& address_;
+    const unsigned long before_;
+};
+
 // The two operations that carry a document: one begins it, the other goes on and ends it with no bytes.
 struct Carrier {
     std::function<HRESULT(const unsigned char* data, int length)> begin;
@@ -123,6 +140,7 @@ void Submission::AwaitRoom(Progress& progress) {
 void Submission::Carry(const DocumentFile& file, const IPPResponseBase& response, const Carrier& carrier) {
     sentAll_ = false;
     printer_.device.journal->BeginRequest();
+    const Patience patience(*printer_.device.address, order_.patience);
     DocumentReader reader(file);
     Progress progress(file.name, file.size);
     uint64_t sent = 0;

@@ -33,6 +33,8 @@ struct PrintOrder {
     std::vector<JobAttribute> attributes;
     bool asDocuments = false;   // Create-Job and Send-Document in place of Print-Job
     bool waitForReady = false;  // begin only when the printer is idle
+    // How long the printer may take no data, in milliseconds.
+    unsigned long patience = 0;
 };
 
 // Sends what was ordered and returns the job that the printer made of it. Throws Failure: Refused, Aborted,

@@ -37,6 +37,12 @@ for way in --stream --documents; do
     cmp -s "$stored" "$scratch/report.pdf" || fail "$way: $stored is not what was sent"
 done
 
+# On a terminal a bar shows how far it is.
+command=$(printf '%q ' "${corvixctl[@]}" print --uri "$uri" --user ann "$document")
+script -qec "$command" "$scratch/terminal" </dev/null >/dev/null
+same "on a terminal it ends with" $? 0
+grep -qF '[####################] 100%' "$scratch/terminal" || fail "no bar: $(cat -v "$scratch/terminal")"
+
 # A job that is being printed keeps the printer busy, and ends with Ctrl-C.
 touch "$CORVIX_HOLD"
 start held print --job-name held "$document"
