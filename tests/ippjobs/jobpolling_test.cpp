@@ -280,7 +280,7 @@ TEST_F(JobPollingTest, LeavesNothingBehindHoweverOftenItStarts) {
         EXPECT_TRUE(JobEventExists());
     }
     EXPECT_EQ(ThreadsOfProcess(), threads);
-    EXPECT_LE(HandlesOfProcess(), handles + CorvixTest::handlesOfTheRuntime);
+    EXPECT_LE(HandlesOfProcess(), handles + CorvixTest::handlesOfLivingLocks);
     EXPECT_FALSE(JobEventExists());
 }
 

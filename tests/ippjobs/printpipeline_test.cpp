@@ -547,7 +547,7 @@ TEST_F(BusyPrinting, LeavesNothingBehind) {
         PrintAmidst();
     EXPECT_EQ(KyUtils::LiveObjectCount(), objects);
     EXPECT_EQ(CorvixTest::ThreadsOfProcess(), threads);
-    EXPECT_LE(CorvixTest::HandlesOfProcess(), handles + CorvixTest::handlesOfTheRuntime);
+    EXPECT_LE(CorvixTest::HandlesOfProcess(), handles + CorvixTest::handlesOfLivingLocks);
 }
 
 /// What a caller does; run over and over with a transport that fails somewhere.

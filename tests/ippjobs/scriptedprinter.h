@@ -11,7 +11,6 @@
 #include "corvixdm/transport.h"
 #include "support/ippbytes.h"
 #include "utilslib/disposable.h"
-#include "utilslib/sync.h"
 
 namespace CorvixTest {
 
@@ -20,14 +19,14 @@ public:
     /// The answers to one operation, in their order; the last one holds for ever. An empty one is a broken
     /// connection.
     void Answer(int operation, std::vector<std::string> answers) {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         answers_[operation] = std::move(answers);
     }
     /// Called before the answer to an operation is given, on the thread that asked.
     void OnOperation(std::function<void(int)> watch) { watch_ = std::move(watch); }
     /// The k-th call that can fail does so, counted from 0; `forGood` also every one after it.
     void FailAt(int call, bool forGood) {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         failingCall_ = call;
         failsForGood_ = forGood;
     }
@@ -35,45 +34,45 @@ public:
     void AnswerEarly() { answersEarly_ = true; }
 
     std::vector<int> Operations() const {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         return operations_;
     }
     std::string LastBody(int operation) const {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         const auto found = bodies_.find(operation);
         return found == bodies_.end() ? "" : found->second;
     }
     /// The last streamed body, as far as it was written.
     std::string Streamed() const {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         return streamed_;
     }
     /// The number of the next call that can fail.
     int NextCall() const {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         return calls_;
     }
     bool HasFailed() const {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         return failingCall_ >= 0 && calls_ > failingCall_;
     }
 
     // For the fakes below.
     HRESULT Call() {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         const int call = calls_++;
         const bool fails = failingCall_ >= 0 && (failsForGood_ ? call >= failingCall_ : call == failingCall_);
         return fails ? E_ABORT : S_OK;
     }
     bool AnswersEarly() const { return answersEarly_; }
     void NoteStreamed(const std::string& body) {
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         streamed_ = body;
     }
     std::string AnswerTo(const std::string& body) {
         const int operation = body.size() < 4 ? 0 : body[3];
         if (watch_) watch_(operation);
-        const std::lock_guard<KyUtils::CriticalSection> lock(lock_);
+        const std::lock_guard<std::mutex> lock(lock_);
         operations_.push_back(operation);
         bodies_[operation] = body;
         std::vector<std::string>& answers = answers_[operation];
@@ -84,7 +83,7 @@ public:
     }
 
 private:
-    mutable KyUtils::CriticalSection lock_;
+    mutable std::mutex lock_;
     std::map<int, std::vector<std::string>> answers_;
     std::map<int, std::string> bodies_;
     std::string streamed_;

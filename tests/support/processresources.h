@@ -20,8 +20,9 @@ inline size_t ThreadsOfProcess() {
     return count;
 }
 
-/// The runtime makes locks of its own when threads first meet at them, whenever that is, and keeps them.
-constexpr size_t handlesOfTheRuntime = 5;
+/// Locks that were there before and stay, such as those of the runtime, take a handle when threads first meet at
+/// them, whenever that is.
+constexpr size_t handlesOfLivingLocks = 5;
 
 /// Wine always answers 0 to GetProcessHandleCount(), so the handles are counted in the list of all.
 inline size_t HandlesOfProcess() {

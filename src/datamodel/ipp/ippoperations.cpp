@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <mutex>
 
 #include "datamodel/ipp/codec/requestwriter.h"
 #include "datamodel/ipp/codec/tags.h"
@@ -141,13 +140,13 @@ void IPPOperations::ForgetRequest() {
 
 /// Puts a request in the place of the one in hand. False when the object was cancelled.
 bool IPPOperations::TakeRequest(DisposablePtr<HTTPRequest> request) {
-    const std::lock_guard<KyUtils::CriticalSection> lock(requestLock_);
+    const std::lock_guard<std::mutex> lock(requestLock_);
     request_ = std::move(request);
     return !cancelled_;
 }
 
 void IPPOperations::Cancel() {
-    const std::lock_guard<KyUtils::CriticalSection> lock(requestLock_);
+    const std::lock_guard<std::mutex> lock(requestLock_);
     cancelled_ = true;
     if (request_) request_->Cancel();
 }

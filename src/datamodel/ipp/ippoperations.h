@@ -5,6 +5,7 @@
 
 #include <oaidl.h>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,7 +15,6 @@
 #include "corvixdm/ippresponse.h"
 #include "corvixdm/transport.h"
 #include "datamodel/ipp/codec/response.h"
-#include "utilslib/sync.h"
 
 namespace Corvix {
 
@@ -126,7 +126,7 @@ private:
     std::string_view TargetName() const;
 
     Address* address_;
-    KyUtils::CriticalSection requestLock_;  ///< held while request_ changes hands, for Cancel()
+    std::mutex requestLock_;  ///< held while request_ changes hands, for Cancel()
     bool cancelled_ = false;
     DisposablePtr<HTTPRequest> request_;
     KyHTTPRequestEx* stream_ = nullptr;          ///< request_, once a streamed exchange began over it

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,7 +16,6 @@
 #include "datamodel/ipp/ippoperations.h"
 #include "datamodel/ipp/jobpolling.h"
 #include "utilslib/disposable.h"
-#include "utilslib/sync.h"
 
 namespace Corvix {
 
@@ -141,7 +141,7 @@ private:
     unsigned long securityFlags_;
     std::string userName_;  ///< whose jobs are asked for; set while no polling thread runs
     const PollingIntervals intervals_;
-    KyUtils::CriticalSection pollsLock_;
+    std::mutex pollsLock_;
     std::vector<IPPOperations*> polls_;  ///< those that wait for the printer right now
     JobPolling polling_;                 ///< last: its threads use everything above
 };

@@ -1,6 +1,5 @@
 // What the polling threads and the pipeline ask: the states of jobs and of the printer.
 #include <algorithm>
-#include <mutex>
 
 #include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/deviceprobe.h"
@@ -175,12 +174,12 @@ HRESULT IPPProviderImpl::RunPoll(Poll poll) {
     return KyUtils::NeverThrowing([&]() -> HRESULT {
         const Operations operations = MakeOperations();
         {
-            const std::lock_guard<KyUtils::CriticalSection> lock(pollsLock_);
+            const std::lock_guard<std::mutex> lock(pollsLock_);
             if (!polling_.GetbPrinteStatusThreadPoll()) return E_FAIL;  // stopped
             polls_.push_back(operations.get());
         }
         const HRESULT result = poll(*operations);
-        const std::lock_guard<KyUtils::CriticalSection> lock(pollsLock_);
+        const std::lock_guard<std::mutex> lock(pollsLock_);
         polls_.erase(std::find(polls_.begin(), polls_.end(), operations.get()));
         return result;
     });
@@ -197,7 +196,7 @@ HRESULT IPPProviderImpl::PollPrinter(std::wstring& state, std::wstring& reasons)
 }
 
 void IPPProviderImpl::InterruptPolls() {
-    const std::lock_guard<KyUtils::CriticalSection> lock(pollsLock_);
+    const std::lock_guard<std::mutex> lock(pollsLock_);
     for (IPPOperations* operations : polls_)
         operations->Cancel();
 }

@@ -1,7 +1,5 @@
 #include "datamodel/ipp/jobpolling.h"
 
-#include <mutex>
-
 #include "utilslib/logging.h"
 
 namespace Corvix {
@@ -26,15 +24,15 @@ void JobPolling::Reset() {
 }
 
 void JobPolling::CreatePrintReadyEvent() {
-    const std::lock_guard<KyUtils::CriticalSection> lock(eventsLock_);
+    const std::lock_guard<std::mutex> lock(eventsLock_);
     printReady_ = KyUtils::CreateManualResetEvent();
     if (printReady_) SetEvent(printReady_.Get());
 }
 
 void JobPolling::Start() {
     const KyUtils::LogScope scope(logSource, "Corvix::JobPolling::Start");
-    const std::lock_guard<KyUtils::CriticalSection> lock(stopLock_);
-    const std::lock_guard<KyUtils::CriticalSection> eventsLock(eventsLock_);
+    const std::lock_guard<std::mutex> lock(stopLock_);
+    const std::lock_guard<std::mutex> eventsLock(eventsLock_);
     printJobStatus_ = KyUtils::CreateManualResetEvent(printJobStatusName);
     if (printJobStatus_) {
         ResetEvent(printJobStatus_.Get());
@@ -55,13 +53,13 @@ void JobPolling::StopAllThreadsRunning() {
         TellToEnd();
         return source_.InterruptPolls();
     }
-    const std::lock_guard<KyUtils::CriticalSection> lock(stopLock_);
+    const std::lock_guard<std::mutex> lock(stopLock_);
     TellToEnd();
     if (jobThread_ || printerThread_) source_.InterruptPolls();
     WaitAndClose(jobThread_);
     WaitAndClose(printerThread_);
     // Not sooner: the threads use the events, and one of them may be about to signal the end of the job.
-    const std::lock_guard<KyUtils::CriticalSection> eventsLock(eventsLock_);
+    const std::lock_guard<std::mutex> eventsLock(eventsLock_);
     printReady_.Close();
     printJobStatus_.Close();
 }
@@ -99,18 +97,18 @@ bool JobPolling::GetbPrinteStatusThreadPoll() const {
 }
 
 HANDLE JobPolling::GetPrintStatusEventHandle() const {
-    const std::lock_guard<KyUtils::CriticalSection> lock(eventsLock_);
+    const std::lock_guard<std::mutex> lock(eventsLock_);
     return printJobStatus_.Get();
 }
 
 HANDLE JobPolling::GetPrintReadyStatusEventHandle() const {
-    const std::lock_guard<KyUtils::CriticalSection> lock(eventsLock_);
+    const std::lock_guard<std::mutex> lock(eventsLock_);
     return printReady_.Get();
 }
 
 void JobPolling::SignalJobEnd() {
     SetPrintStatus();
-    const std::lock_guard<KyUtils::CriticalSection> lock(eventsLock_);
+    const std::lock_guard<std::mutex> lock(eventsLock_);
     if (printJobStatus_) SetEvent(printJobStatus_.Get());
 }
 

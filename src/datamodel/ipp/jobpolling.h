@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <mutex>
 #include <string>
 
 #include "utilslib/sync.h"
@@ -84,7 +85,7 @@ private:
     bool printStatus_ = false;
     bool printerPoll_ = true;
     /// Held while an event is made, closed, or used by another thread.
-    mutable KyUtils::CriticalSection eventsLock_;
+    mutable std::mutex eventsLock_;
     KyUtils::Handle printJobStatus_;
     KyUtils::Handle printReady_;
     KyUtils::Handle stop_ = KyUtils::CreateManualResetEvent();
@@ -92,7 +93,7 @@ private:
     KyUtils::Handle printerThread_;
     ThreadId jobThreadId_{0};  ///< 0 while the thread does not run
     ThreadId printerThreadId_{0};
-    KyUtils::CriticalSection stopLock_;
+    std::mutex stopLock_;
 };
 
 }  // namespace Corvix

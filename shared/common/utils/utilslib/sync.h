@@ -9,8 +9,7 @@
 
 namespace KyUtils {
 
-/// A Win32 critical section. For a lock that is a member: some runtimes never give back what their std::mutex
-/// takes from the system at its first use.
+/// A Win32 critical section.
 class CriticalSection {
 public:
     CriticalSection() noexcept { InitializeCriticalSection(&section_); }
