@@ -264,6 +264,12 @@ TEST_F(CtlPrint, ShowsEachStateOnce) {
                     "job 1 processing (job-printing)", "job 1 completed (job-completed-successfully)"));
 }
 
+TEST_F(CtlPrint, LetsNoReasonSteerTheTerminal) {
+    Order("scenario", "job any\nafter 0 state completed \x1b[2Jcleared\n");
+    const TempFile file("a page");
+    EXPECT_THAT(Print({file.Path()}).out, HasSubstr("job 1 completed (\\u001b[2Jcleared)"));
+}
+
 TEST_F(CtlPrint, WaitsForRoomInTheSpool) {
     Order("values", "printer-state-reasons=spool-area-full");
     const TempFile file("a page");

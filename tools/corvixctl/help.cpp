@@ -64,7 +64,8 @@ std::wstring ProgramHelp() {
     std::vector<Entry> commands;
     for (const Command* command : AllCommands())
         commands.push_back({command->name, command->summary});
-    return L"corvixctl asks a printer about itself, as an XML data map describes it, or over IPP.\n\n"
+    return L"corvixctl asks a printer about itself, as an XML data map describes it or over IPP, and prints "
+           L"to it.\n\n"
            L"Usage: corvixctl COMMAND [OPTION...] [OPERAND...]\n\n"
            L"Commands\n" +
            List(commands) + L"\nOptions\n" +

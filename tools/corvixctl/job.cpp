@@ -5,6 +5,7 @@
 #include <cwchar>
 
 #include "com.h"
+#include "records.h"
 
 namespace CorvixCtl {
 namespace {
@@ -31,7 +32,8 @@ std::optional<unsigned> StatusOf(const Corvix::IPPResponseBase& response) {
 }
 
 std::wstring ToText(const JobStatus& status) {
-    return StateName(status.state) + (status.reasons.empty() ? L"" : L" (" + status.reasons + L")");
+    const std::wstring state = StateName(status.state);
+    return status.reasons.empty() ? state : state + L" (" + MakeVisible(status.reasons) + L")";
 }
 
 JobAnswer AskForJob(Corvix::IPPProvider& provider, const JobRef& job, JobStatus& status) {

@@ -95,7 +95,8 @@ size_t ColumnsOf(std::wstring_view text) {
     return columns;
 }
 
-// A device's text must neither break the table nor steer the terminal.
+}  // namespace
+
 std::wstring MakeVisible(std::wstring_view text) {
     std::wstring visible;
     for (const wchar_t c : text) {
@@ -114,6 +115,8 @@ std::wstring MakeVisible(std::wstring_view text) {
     }
     return visible;
 }
+
+namespace {
 
 std::wstring ToTableText(const Cell& cell) {
     if (const auto* time = std::get_if<Seconds>(&cell)) return ToReadableTime(time->count);

@@ -39,6 +39,8 @@ std::wstring ToCsv(const Records& records);
 std::wstring ToJsonArray(const Records& records);
 std::wstring ToJson(const Cell& cell);
 
+// The text without what could break a line or steer a terminal: "\\n", "\\u001b" in its place.
+std::wstring MakeVisible(std::wstring_view text);
 // A JSON string with its quotes. Half of a surrogate pair, which no UTF-8 text can hold, becomes U+FFFD.
 std::wstring ToJsonText(std::wstring_view text);
 // "0.4 s", "12 s", "5 min", "3 h", "2 d".

@@ -37,6 +37,14 @@ for way in --stream --documents; do
     cmp -s "$stored" "$scratch/report.pdf" || fail "$way: $stored is not what was sent"
 done
 
+# Over TLS, with the certificate that the printer made for itself.
+uri=ipps://127.0.0.1:$CORVIX_IPP_PORT/ipp/print
+ctl trusted print --insecure "$document"
+same "over TLS it ends with" $? 0
+ctl untrusted print "$document"
+same "without trust it ends with" $? 1
+uri=ipp://127.0.0.1:$CORVIX_IPP_PORT/ipp/print
+
 # On a terminal a bar shows how far it is.
 command=$(printf '%q ' "${corvixctl[@]}" print --uri "$uri" --user ann "$document")
 script -qec "$command" "$scratch/terminal" </dev/null >/dev/null
