@@ -29,7 +29,7 @@ constexpr size_t megabyte = 1024 * 1024;
 constexpr int pieceLength = 64 * 1024;
 constexpr int uploadPieceLength = 64 * 1024;
 constexpr size_t streamLength = 256 * megabyte;
-constexpr int runs = 9;
+constexpr int runs = 31;
 using Bytes = std::vector<unsigned char>;
 
 void Require(bool condition, const char* what) {
