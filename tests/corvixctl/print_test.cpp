@@ -246,6 +246,7 @@ TEST_F(CtlPrint, FindsTheJobWhoseAnswerIsLost) {
 TEST_F(CtlPrint, ShowsEachStateOnce) {
     Order("scenario", "");
     const TempFile file("a page");
+    Order("values", "printer-state-reasons=media-empty-error");
     auto run = PrintMeanwhile({file.Path()});
     AwaitJob(1);
     for (const char* step :
@@ -258,10 +259,10 @@ TEST_F(CtlPrint, ShowsEachStateOnce) {
     EXPECT_EQ(done.exitCode, 0u) << done.error;
     std::vector<std::string> lines = LinesOf(done.out);
     if (lines.front() == "job 1 pending") lines.erase(lines.begin());
-    EXPECT_THAT(
-        lines,
-        ElementsAre("job 1 processing (job-printing)", "job 1 processing-stopped (media-empty)",
-                    "job 1 processing (job-printing)", "job 1 completed (job-completed-successfully)"));
+    EXPECT_THAT(lines, ElementsAre("job 1 processing (job-printing)",
+                                   "job 1 processing-stopped (media-empty), printer: media-empty-error",
+                                   "job 1 processing (job-printing)",
+                                   "job 1 completed (job-completed-successfully)"));
 }
 
 TEST_F(CtlPrint, LetsNoReasonSteerTheTerminal) {
@@ -307,7 +308,8 @@ TEST_F(CtlPrint, TellsWhenThePrinterForgetsTheJob) {
     const TempFile file("a page");
     const CtlRun run = Print({file.Path()});
     EXPECT_EQ(run.exitCode, 1u);
-    EXPECT_THAT(run.error, HasSubstr("job 1 was sent, but the printer does not tell its state"));
+    EXPECT_THAT(run.error, AllOf(HasSubstr("asking again"),
+                                 HasSubstr("job 1 was sent, but the printer does not tell its state")));
 }
 
 TEST_F(CtlPrint, SendsNothingForAWrongCommandLine) {

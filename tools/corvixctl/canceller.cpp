@@ -80,10 +80,10 @@ void Canceller::CancelAt(const Printer& printer, const JobRef& job) {
         message_ = L"interrupted: " + Named(job) + L" canceled";
         return;
     }
-    JobStatus state;
-    if (AskForJob(*provider, job, state) == JobAnswer::Known && HasEnded(state.state)) {
-        code_ = CodeOf(state.state);
-        message_ = L"interrupted too late: " + Named(job) + L" has ended as " + ToText(state);
+    const std::optional<JobStatus> found = AskForJob(*provider, job);
+    if (found && HasEnded(found->state)) {
+        code_ = CodeOf(found->state);
+        message_ = L"interrupted too late: " + Named(job) + L" has ended as " + ToText(*found);
         return;
     }
     message_ = L"interrupted, but " + Named(job) + L" could not be canceled: " +

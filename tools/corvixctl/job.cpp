@@ -36,20 +36,26 @@ std::wstring ToText(const JobStatus& status) {
     return status.reasons.empty() ? state : state + L" (" + MakeVisible(status.reasons) + L")";
 }
 
-JobAnswer AskForJob(Corvix::IPPProvider& provider, const JobRef& job, JobStatus& status) {
+std::optional<JobStatus> AskForJob(Corvix::IPPProvider& provider, const JobRef& job) {
     Variant answer;
     if (FAILED(provider.GetIPPValue("job-state,job-state-reasons", 1, answer.Receive(), job.uri.c_str(),
                                     nullptr, 0, 0, " ")))
-        return JobAnswer::None;
+        return std::nullopt;
     // The values in the order asked for: the state's number, then the reasons.
     const std::wstring text = TextOf(answer.Get());
     const size_t comma = std::min(text.find(L','), text.size());
     const unsigned long state = std::wcstoul(text.substr(0, comma).c_str(), nullptr, 10);
-    if (state == 0) return JobAnswer::Unknown;
-    status.state = static_cast<JobState>(state);
-    status.reasons = text.substr(std::min(comma + 1, text.size()));
+    if (state == 0) return std::nullopt;
+    JobStatus status{static_cast<JobState>(state), text.substr(std::min(comma + 1, text.size()))};
     if (status.reasons == L"none") status.reasons.clear();
-    return JobAnswer::Known;
+    return status;
+}
+
+std::wstring AskForPrinterReasons(Corvix::IPPProvider& provider) {
+    Variant answer;
+    provider.GetIPPValue("printer-state-reasons", 0, answer.Receive(), nullptr, nullptr, 0, 0, " ");
+    const std::wstring reasons = TextOf(answer.Get());
+    return reasons == L"none" ? L"" : MakeVisible(reasons);
 }
 
 std::optional<unsigned> CancelJob(Corvix::IPPProvider& provider, const std::string& user, const JobRef& job) {

@@ -35,9 +35,11 @@ struct JobStatus {
 // "processing (job-printing)".
 std::wstring ToText(const JobStatus& status);
 
-enum class JobAnswer { Known, Unknown, None };
-// Asks the printer for the job: Unknown when it does not tell its state, None when it does not answer.
-JobAnswer AskForJob(Corvix::IPPProvider& provider, const JobRef& job, JobStatus& status);
+// Asks the printer for the job; nothing when it does not answer, or not with a state.
+std::optional<JobStatus> AskForJob(Corvix::IPPProvider& provider, const JobRef& job);
+
+// Why the printer is in the state that it is in, keywords joined by ","; empty when it does not say.
+std::wstring AskForPrinterReasons(Corvix::IPPProvider& provider);
 
 // Sends Cancel-Job in a user's name and returns the status of the answer; nothing when there was none.
 std::optional<unsigned> CancelJob(Corvix::IPPProvider& provider, const std::string& user, const JobRef& job);

@@ -113,6 +113,14 @@ PrintOrder ReadOrder(const Arguments& arguments) {
     return order;
 }
 
+// A job that stands still does so for a reason that the printer, not the job, tells best.
+std::wstring Describe(Corvix::IPPProvider& provider, const JobStatus& status) {
+    const std::wstring text = ToText(status);
+    if (status.state != JobState::ProcessingStopped) return text;
+    const std::wstring reasons = AskForPrinterReasons(provider);
+    return reasons.empty() ? text : text + L", printer: " + reasons;
+}
+
 // Shows each state of the job until it has ended, and returns the last one.
 JobState Follow(Corvix::IPPProvider& provider, const JobRef& job) {
     constexpr DWORD shortestPause = 100;
@@ -122,20 +130,19 @@ JobState Follow(Corvix::IPPProvider& provider, const JobRef& job) {
     std::wstring shown;
     int failures = 0;
     for (DWORD pause = shortestPause;; pause = std::min(2 * pause, longestPause)) {
-        JobStatus status;
-        const JobAnswer answer = AskForJob(provider, job, status);
+        const std::optional<JobStatus> status = AskForJob(provider, job);
         StopIfInterrupted();
-        if (answer == JobAnswer::Known) {
+        if (status) {
             failures = 0;
-            const std::wstring text = ToText(status);
+            const std::wstring text = Describe(provider, *status);
             if (text != shown) Print(named + L" " + text + L"\n");
-            if (HasEnded(status.state)) return status.state;
+            if (HasEnded(status->state)) return status->state;
             shown = text;
         } else if (++failures == mostFailures) {
-            throw Failure(
-                ExitCode::Incomplete,
-                named + (answer == JobAnswer::None ? L" was sent, but the printer does not answer any more"
-                                                   : L" was sent, but the printer does not tell its state"));
+            throw Failure(ExitCode::Incomplete,
+                          named + L" was sent, but the printer does not tell its state");
+        } else if (failures == 1) {
+            Complain(L"the printer does not tell the state of " + named + L"; asking again");
         }
         WaitForSingleObject(InterruptEvent(), pause);
     }

@@ -109,16 +109,19 @@ std::wstring Progress::Line() const {
     return left.empty() ? line : line + L"  " + left;
 }
 
-// As wide as the terminal, but for the last column: a character there would begin a new line.
+// As wide as the terminal, but for the last column: a character there would begin a new line. A name gives way to
+// the numbers.
 std::wstring Progress::Bar(size_t columns) const {
-    constexpr size_t nameWidth = 20;
+    constexpr size_t widestName = 20;
+    constexpr size_t narrowestName = 8;
     constexpr size_t barWidth = 20;
     const uint64_t total = std::max<uint64_t>(total_, 1);
-    const auto filled = static_cast<size_t>(std::min(sent_, total) * barWidth / total);
-    std::wstring line = Shortened(name_, nameWidth) + L" [" + std::wstring(filled, L'#') +
-                        std::wstring(barWidth - filled, L'.') + L"] " +
-                        Format(L"%3u%%  ", static_cast<unsigned>(std::min(sent_, total) * 100 / total)) +
-                        Line();
+    const uint64_t sent = std::min(sent_, total);
+    const auto filled = static_cast<size_t>(sent * barWidth / total);
+    const std::wstring bar = L" [" + std::wstring(filled, L'#') + std::wstring(barWidth - filled, L'.') +
+                             L"] " + Format(L"%3u%%  ", static_cast<unsigned>(sent * 100 / total)) + Line();
+    const size_t room = columns - std::min(columns, bar.size() + 1);
+    std::wstring line = Shortened(name_, std::clamp(room, narrowestName, widestName)) + bar;
     line.resize(columns - 1, L' ');
     return line;
 }

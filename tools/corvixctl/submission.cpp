@@ -127,13 +127,14 @@ private:
     bool sentAll_ = false;
 };
 
-// While the printer says that its spool is full, what it is sent would only fill the buffers on the way.
+// While the printer says that its spool is full, what it is sent would only fill the buffers on the way. Should
+// nobody ask the printer any more, the next piece shows what is the matter.
 void Submission::AwaitRoom(Progress& progress) {
     const HANDLE ready = provider_.GetPrintReadyStatusEventHandle();
     if (!ready || WaitForSingleObject(ready, 0) == WAIT_OBJECT_0) return;
-    progress.Explain(L"the printer's spool area is full");
-    const HANDLE events[] = {InterruptEvent(), ready};
-    WaitForMultipleObjects(2, events, FALSE, INFINITE);
+    progress.Explain(L"spool area full");
+    const HANDLE events[] = {InterruptEvent(), ready, provider_.GetPrintStatusEventHandle()};
+    WaitForMultipleObjects(3, events, FALSE, order_.patience);
 }
 
 // Comes back early when the printer has refused, or when no more can be sent.
@@ -170,15 +171,15 @@ JobRef Submission::Conclude(const IPPResponseBase& response) {
 
 std::wstring Submission::Reason() const {
     const auto& failure = printer_.device.journal->FirstFailure();
-    return failure ? DescribeIppExchange(*failure, L"it did not answer") : L"it did not answer";
+    if (!failure) return L"the printer ended the job while it was sent";
+    return L"the document broke off on its way to the printer: " + DescribeIppExchange(*failure, L"");
 }
 
 // The printer's own word on a document that broke off; nothing when it has none.
 std::optional<Submission::Found> Submission::Find() const {
     if (job_.IsKnown()) {
-        Found found{job_, {}};
-        const bool isKnown = AskForJob(provider_, job_, found.status) == JobAnswer::Known;
-        return isKnown ? std::optional(found) : std::nullopt;
+        const std::optional<JobStatus> status = AskForJob(provider_, job_);
+        return status ? std::optional(Found{job_, *status}) : std::nullopt;
     }
     for (const WhichJobs which : {WhichJobs::NotCompleted, WhichJobs::Completed}) {
         if (const auto job = FindOwnJob(ListJobs(printer_, order_.owner.user, which), order_.owner))
@@ -189,22 +190,24 @@ std::optional<Submission::Found> Submission::Find() const {
 
 JobRef Submission::LookForJob() {
     const auto& failure = printer_.device.journal->FirstFailure();
-    if (failure && failure->status != 0) throw Failure(ExitCode::Refused, L"not printed: " + Reason());
-    const std::wstring broken = L"the document broke off on its way to the printer: " + Reason();
+    if (failure && failure->status != 0)
+        throw Failure(ExitCode::Refused, L"not printed: " + DescribeIppExchange(*failure, L""));
     std::optional<Found> found;
     try {
         found = Find();
     } catch (const Failure& unknown) {
-        throw Failure(ExitCode::Aborted, broken + L"; what became of it is not known: " + unknown.Message());
+        throw Failure(ExitCode::Aborted,
+                      Reason() + L"; what became of it is not known: " + unknown.Message());
     }
-    if (!found) throw Failure(ExitCode::Aborted, broken + L"; the printer lists no job that is surely of it");
+    const ExitCode code = failure ? ExitCode::Aborted : ExitCode::Canceled;
+    if (!found) throw Failure(code, Reason() + L"; the printer lists no job that is surely of it");
     const std::wstring named = L"job " + std::to_wstring(found->job.id);
     const JobState state = found->status.state;
     if (HasEnded(state) && state != JobState::Completed)
-        throw Failure(CodeOf(state), broken + L"; " + named + L" ended as " + ToText(found->status));
+        throw Failure(CodeOf(state), Reason() + L"; " + named + L" ended as " + ToText(found->status));
     if (sentAll_) return found->job;
     CancelJob(provider_, order_.owner.user, found->job);
-    throw Failure(ExitCode::Aborted, broken + L"; " + named + L", the part of it that arrived, was canceled");
+    throw Failure(code, Reason() + L"; " + named + L", the part of it that arrived, was canceled");
 }
 
 JobRef Submission::Print() {
