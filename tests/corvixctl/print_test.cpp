@@ -171,9 +171,13 @@ TEST_F(CtlPrint, CarriesSeveralDocumentsInOneJob) {
 
 TEST_F(CtlPrint, AsksForWhatTheUserWants) {
     const TempFile file("a page");
-    const Words wishes = {L"--copies",      L"3",         L"--sides",    L"long",
-                          L"--quality",     L"high",      L"--color",    L"monochrome",
-                          L"--orientation", L"landscape", L"--job-name", L"B\u00fccher"};
+    const Words wishes = {L"--document-format", L"application/pdf",
+                          L"--copies",          L"3",
+                          L"--sides",           L"long",
+                          L"--quality",         L"high",
+                          L"--color",           L"monochrome",
+                          L"--orientation",     L"landscape",
+                          L"--job-name",        L"B\u00fccher"};
     for (const wchar_t* way : {L"--stream", L"--documents"}) {
         Words words = wishes;
         words.insert(words.end(), {way, file.Path()});
@@ -184,9 +188,10 @@ TEST_F(CtlPrint, AsksForWhatTheUserWants) {
                                     "\xC3\xBC"
                                     R"(cher","user":"ada")"));
         EXPECT_THAT(
-            jobs, AllOf(HasSubstr(R"("copies":"3")"), HasSubstr(R"("sides":"two-sided-long-edge")"),
-                        HasSubstr(R"("print-quality":"5")"), HasSubstr(R"("print-color-mode":"monochrome")"),
-                        HasSubstr(R"("orientation-requested":"4")")));
+            jobs,
+            AllOf(HasSubstr(R"("copies":"3")"), HasSubstr(R"("sides":"two-sided-long-edge")"),
+                  HasSubstr(R"("print-quality":"5")"), HasSubstr(R"("print-color-mode":"monochrome")"),
+                  HasSubstr(R"("orientation-requested":"4")"), HasSubstr(R"("format":"application/pdf")")));
         EXPECT_THAT(run.error, testing::Not(HasSubstr("does not do all")));
     }
 }
@@ -301,6 +306,16 @@ TEST_F(CtlPrint, CancelsTheJobWhenOneOfItsDocumentsIsRefused) {
     EXPECT_EQ(run.exitCode, 5u);
     EXPECT_THAT(run.error, HasSubstr("client-error-document-format-not-supported"));
     EXPECT_THAT(Jobs(), HasSubstr(R"("state":"canceled")"));
+}
+
+TEST_F(CtlPrint, SendsNoDocumentToAPrinterThatWouldTakeOnlyTheFirst) {
+    Order("values", "multiple-documents=false");
+    const TempFile file("a page");
+    const CtlRun run = Print({L"--documents", file.Path(), file.Path()});
+    EXPECT_EQ(run.exitCode, 5u);
+    EXPECT_THAT(run.error, HasSubstr("one document a job"));
+    EXPECT_EQ(Count("Create-Job"), 0);
+    EXPECT_EQ(Print({L"--documents", file.Path()}).exitCode, 0u);
 }
 
 TEST_F(CtlPrint, TellsWhenThePrinterForgetsTheJob) {

@@ -330,6 +330,14 @@ TEST_F(SimIpp, TakesDocumentsOneAfterTheOther) {
               Bytes::npos);
 }
 
+TEST_F(SimIpp, TakesOneDocumentAJobWhenItIsToldTo) {
+    sim_->Control("POST", "/sim/values", "multiple-documents=false");
+    const int id = Ask(Request(kCreateJob, Start() + User())).JobId();
+    EXPECT_EQ(Ask(Request(kSendDocument, Start() + JobId(id) + Last(false)) + "one").status, 0);
+    EXPECT_EQ(Ask(Request(kSendDocument, Start() + JobId(id) + Last(true)) + "two").status, 0x0509);
+    sim_->Control("POST", "/sim/values", "multiple-documents=true");
+}
+
 TEST_F(SimIpp, ListsTheJobsThatAreAskedFor) {
     sim_->Control("POST", "/sim/scenario", "");
     const int mine = Print("mine").JobId();

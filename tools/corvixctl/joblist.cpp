@@ -89,9 +89,8 @@ void Take(ListedJob& job, std::string_view name, unsigned char tag, std::string_
     if (name == "job-originating-user-name") job.user = ToText(tag, value);
     if (name == "job-state") job.state = static_cast<JobState>(ToNumber(value));
     if (name == "job-k-octets") job.kilobytes = ToNumber(value);
-    // The age is the difference of two clock readings, which come in any order.
-    if (name == "job-printer-up-time") job.age = job.age.value_or(0) + ToNumber(value);
-    if (name == "time-at-creation") job.age = job.age.value_or(0) - ToNumber(value);
+    if (name == "time-at-creation") job.createdAt = ToNumber(value);
+    if (name == "job-printer-up-time") job.now = ToNumber(value);
     if (name == "job-state-reasons")
         job.reasons += (job.reasons.empty() ? L"" : L",") + CorvixTransport::ToWide(value);
 }
@@ -192,7 +191,7 @@ std::optional<ListedJob> FindOwnJob(const std::vector<ListedJob>& jobs, const Jo
     const std::wstring name = CorvixTransport::ToWide(owner.jobName);
     std::optional<ListedJob> found;
     for (const ListedJob& job : jobs) {
-        if (job.user != user || job.name != name || job.age.value_or(0) > oldest) continue;
+        if (job.user != user || job.name != name || job.Age().value_or(0) > oldest) continue;
         if (found) return std::nullopt;
         found = job;
     }

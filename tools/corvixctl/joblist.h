@@ -18,7 +18,14 @@ struct ListedJob {
     JobState state = JobState::Pending;
     std::wstring reasons;                // keywords joined by ","
     std::optional<long long> kilobytes;  // of documents
-    std::optional<long long> age;        // in seconds
+    // Seconds on the printer's clock.
+    std::optional<long long> createdAt;
+    std::optional<long long> now;
+
+    // In seconds; nothing when the printer does not tell.
+    std::optional<long long> Age() const {
+        return createdAt && now ? std::optional(*now - *createdAt) : std::nullopt;
+    }
 };
 
 // By what a printer's job can be told for ours before the printer has told its number.

@@ -16,7 +16,10 @@ const OptionGroup jobsOptions = {
 
 Cell NumberOrNothing(const std::optional<long long>& number) { return number ? Cell(*number) : Cell(); }
 
-Cell AgeOf(const ListedJob& job) { return job.age ? Cell(Seconds{static_cast<double>(*job.age)}) : Cell(); }
+Cell AgeOf(const ListedJob& job) {
+    const std::optional<long long> age = job.Age();
+    return age ? Cell(Seconds{static_cast<double>(*age)}) : Cell();
+}
 
 Records ToRecords(const std::vector<ListedJob>& jobs) {
     Records records{

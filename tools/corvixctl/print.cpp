@@ -25,6 +25,7 @@ const OptionGroup printOptions = {
         {L"color", L"color|monochrome", L"print in colour or not"},
         {L"orientation", L"WAY", L"portrait, landscape, reverse-landscape or reverse-portrait"},
         {L"job-name", L"TEXT", L"what the printer calls the job (the name of the first file)"},
+        {L"document-format", L"TYPE", L"what the files are, such as application/pdf (the printer finds out)"},
         {L"wait", nullptr, L"begin only when the printer is idle and has room for data"},
     },
 };
@@ -93,6 +94,7 @@ void ReadWay(const Arguments& arguments, PrintOrder& order) {
 }
 
 void ReadWishes(const Arguments& arguments, PrintOrder& order) {
+    order.format = CorvixTransport::ToUtf8(arguments.Find(L"document-format").value_or(L""));
     constexpr unsigned long mostCopies = 9999;
     if (const auto copies = arguments.Find(L"copies"))
         order.copies = static_cast<unsigned>(ReadNumber(L"copies", *copies, mostCopies));

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <string_view>
 #include <vector>
 
+#include "com.h"
 #include "console.h"
 #include "ippstatus.h"
 #include "joblist.h"
@@ -76,6 +78,15 @@ DisposablePtr<IPPRequestBase> NewRequest(const PrintOrder& order) {
 
 DisposablePtr<IPPResponseBase> NewResponse() { return DisposablePtr<IPPResponseBase>(CreateIPPResponse()); }
 
+void Describe(const PrintOrder& order, const DocumentFile& file, IPPRequestBase& request) {
+    constexpr unsigned char mimeTypeTag = 0x49;
+    request.SetDocumentName(ToUtf8(file.name).c_str());
+    if (order.format.empty()) return;
+    request.AddIPPRequest(static_cast<unsigned>(Corvix::IPPBlobType::OperationAttributes), mimeTypeTag,
+                          "document-format", reinterpret_cast<const unsigned char*>(order.format.data()),
+                          static_cast<int>(order.format.size()));
+}
+
 void AskFor(const PrintOrder& order, IPPRequestBase& request) {
     request.SetCopy(order.copies);
     for (const JobAttribute& attribute : order.attributes) {
@@ -116,6 +127,7 @@ private:
     JobRef LookForJob();
     std::optional<Found> Find() const;
     std::wstring Reason() const;
+    bool TakesOneDocumentOnly() const;
     void CreateJob();
     void SendDocument(const DocumentFile& file, bool last);
 
@@ -214,7 +226,7 @@ JobRef Submission::Print() {
     const auto request = NewRequest(order_);
     const auto response = NewResponse();
     const DocumentFile& file = order_.files.front();
-    request->SetDocumentName(ToUtf8(file.name).c_str());
+    Describe(order_, file, *request);
     AskFor(order_, *request);
     const auto begin = [&](const unsigned char* data, int length) -> HRESULT {
         const HRESULT result =
@@ -249,7 +261,7 @@ void Submission::SendDocument(const DocumentFile& file, bool last) {
     const auto request = NewRequest(order_);
     const auto response = NewResponse();
     request->SetJobID(job_.id);
-    request->SetDocumentName(ToUtf8(file.name).c_str());
+    Describe(order_, file, *request);
     request->SetLastDocument(last);
     const auto begin = [&](const unsigned char* data, int length) {
         return provider_.SendDocument(request.Get(), response.Get(), data, length);
@@ -261,7 +273,18 @@ void Submission::SendDocument(const DocumentFile& file, bool last) {
     Conclude(*response);
 }
 
+// A printer that says so would print the first document before it refuses the second.
+bool Submission::TakesOneDocumentOnly() const {
+    Variant answer;
+    provider_.GetIPPValue("multiple-document-jobs-supported", 0, answer.Receive(), nullptr, nullptr, 0, 0,
+                          " ");
+    return answer.Get().vt == VT_BSTR && std::wstring_view(answer.Get().bstrVal) == L"0";
+}
+
 JobRef Submission::PrintDocuments() {
+    if (order_.files.size() > 1 && TakesOneDocumentOnly())
+        throw Failure(ExitCode::Refused,
+                      L"not printed: the printer takes one document a job; print them one by one");
     CreateJob();
     try {
         for (const DocumentFile& file : order_.files)

@@ -31,6 +31,7 @@ struct PrintOrder {
     JobOwner owner;
     unsigned copies = 1;
     std::vector<JobAttribute> attributes;
+    std::string format;         // a MIME type; empty: the printer is to find out
     bool asDocuments = false;   // Create-Job and Send-Document in place of Print-Job
     bool waitForReady = false;  // begin only when the printer is idle
     // How long the printer may take no data, in milliseconds.

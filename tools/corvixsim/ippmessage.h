@@ -59,6 +59,7 @@ enum class IppStatus : uint16_t {
     NotAcceptingJobs = 0x0506,
     Busy = 0x0507,
     JobCanceled = 0x0508,
+    MultipleDocumentJobsNotSupported = 0x0509,
 };
 
 struct IppAttribute;

@@ -215,6 +215,8 @@ size_t Jobs::BeginDocument(int id, JobDocument document) {
     const std::lock_guard lock(mutex_);
     Entry& entry = At(id);
     if (entry.job.closed) throw IppError(IppStatus::NotPossible, "the job takes no documents");
+    if (!entry.job.documents.empty() && values_.Get("multiple-documents") != "true")
+        throw IppError(IppStatus::MultipleDocumentJobsNotSupported, "one document a job");
     ++entry.receiving;
     entry.job.documents.push_back(std::move(document));
     return entry.job.documents.size() - 1;

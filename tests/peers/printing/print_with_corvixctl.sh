@@ -37,6 +37,12 @@ for way in --stream --documents; do
     cmp -s "$stored" "$scratch/report.pdf" || fail "$way: $stored is not what was sent"
 done
 
+# This printer takes one document a job, and is not given a part of two.
+ctl two print --documents "$document" "$document"
+same "two documents end with" $? 5
+ctl all jobs --all --format csv
+same "jobs so far" "$(grep -c completed "$scratch/all")" 2
+
 # Over TLS, with the certificate that the printer made for itself.
 uri=ipps://127.0.0.1:$CORVIX_IPP_PORT/ipp/print
 ctl trusted print --insecure "$document"
