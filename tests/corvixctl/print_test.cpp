@@ -13,6 +13,7 @@
 #include "corvixctl/peer/ctlprocess.h"
 #include "corvixctl/peer/parsing.h"
 #include "sim/peer/simprocess.h"
+#include "support/jobeventturn.h"
 
 namespace {
 
@@ -138,6 +139,7 @@ protected:
         return {};
     }
 
+    const CorvixTest::JobEventTurn turn_;
     TempFolder spool_;
     SimProcess sim_;
 };

@@ -8,6 +8,7 @@
 
 #include "corvixctl/peer/ctlprocess.h"
 #include "sim/peer/simprocess.h"
+#include "support/jobeventturn.h"
 
 namespace {
 
@@ -46,6 +47,7 @@ protected:
         return std::regex_search(counters, match, count) ? std::stoi(match[1]) : 0;
     }
 
+    const CorvixTest::JobEventTurn turn_;
     std::unique_ptr<SimProcess> sim_;
 };
 

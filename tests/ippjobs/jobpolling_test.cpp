@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "ippjobs/jobeventturn.h"
+#include "support/jobeventturn.h"
 #include "support/processresources.h"
 
 namespace {

@@ -12,8 +12,8 @@
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/ipprequestattributes.h"
 #include "datamodel/ipp/ippresponseattribute.h"
-#include "ippjobs/jobeventturn.h"
 #include "ippjobs/scriptedprinter.h"
+#include "support/jobeventturn.h"
 #include "support/processresources.h"
 #include "utilslib/com.h"
 

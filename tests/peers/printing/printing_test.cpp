@@ -12,6 +12,7 @@
 #include <string>
 
 #include "corvixdm/corvixdm.h"
+#include "support/jobeventturn.h"
 #include "transport/nettransport.h"
 
 namespace CorvixTest {
@@ -163,6 +164,7 @@ protected:
         ASSERT_TRUE(job_.printer) << GetLastError();
     }
 
+    const JobEventTurn turn_;
     Job job_;
     const std::string document_ = MakePdf(GetParam() ? 1 : 2);
 };
