@@ -112,7 +112,8 @@ public:
     /// Makes a PrintJob() that waits for the printer give up; later ones do not wait either. Any thread.
     virtual void StopWaiting() = 0;
     /// The event "PrintJobStatus", signalled when the followed job ended or following it was stopped; null
-    /// before a job is followed. The provider's own: it is closed when following stops.
+    /// before a job is followed. The provider's own: it is closed when following stops. The name is one for all
+    /// processes of the session, so it may have been another job that ended: ask for the job's state.
     virtual HANDLE GetPrintStatusEventHandle() const = 0;
     /// The event that is signalled while the printer can take data and reset while its spool area is full;
     /// null unless a job was begun with waiting. The provider's own, as above.
