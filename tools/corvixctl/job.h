@@ -8,7 +8,7 @@
 #include "corvixdm/ippprovider.h"
 #include "corvixdm/ipprequest.h"
 #include "corvixdm/ippresponse.h"
-#include "jobstate.h"
+#include "wire/jobstate.h"
 
 namespace CorvixCtl {
 
@@ -27,9 +27,6 @@ std::optional<unsigned> StatusOf(const Corvix::IPPResponseBase& response);
 struct JobStatus {
     JobState state = JobState::Pending;
     std::wstring reasons;  // keywords joined by ","; without those that say nothing
-
-    bool operator==(const JobStatus& other) const { return state == other.state && reasons == other.reasons; }
-    bool operator!=(const JobStatus& other) const { return !(*this == other); }
 };
 
 // "processing (job-printing)".

@@ -5,28 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "jobstate.h"
 #include "printer.h"
+#include "wire/joblistmessage.h"
 
 namespace CorvixCtl {
-
-struct ListedJob {
-    int id = 0;
-    std::string uri;
-    std::wstring name;
-    std::wstring user;
-    JobState state = JobState::Pending;
-    std::wstring reasons;                // keywords joined by ","
-    std::optional<long long> kilobytes;  // of documents
-    // Seconds on the printer's clock.
-    std::optional<long long> createdAt;
-    std::optional<long long> now;
-
-    // In seconds; nothing when the printer does not tell.
-    std::optional<long long> Age() const {
-        return createdAt && now ? std::optional(*now - *createdAt) : std::nullopt;
-    }
-};
 
 // By what a printer's job can be told for ours before the printer has told its number.
 struct JobOwner {
@@ -34,8 +16,6 @@ struct JobOwner {
     std::string jobName;
     ULONGLONG begun = 0;  // GetTickCount64() when we began
 };
-
-enum class WhichJobs { NotCompleted, Completed };
 
 // The library looks up one job, but lists none: this is an exchange of the program's own, through the same
 // transport. Throws Failure when there is no answer that can be read, or the printer refuses.

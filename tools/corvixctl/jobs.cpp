@@ -5,6 +5,7 @@
 #include "console.h"
 #include "joblist.h"
 #include "records.h"
+#include "transport/text.h"
 
 namespace CorvixCtl {
 namespace {
@@ -13,6 +14,8 @@ const OptionGroup jobsOptions = {
     L"Jobs",
     {{L"all", nullptr, L"those that have ended, too, as far as the printer remembers them"}},
 };
+
+using CorvixTransport::ToWide;
 
 Cell NumberOrNothing(const std::optional<long long>& number) { return number ? Cell(*number) : Cell(); }
 
@@ -26,8 +29,9 @@ Records ToRecords(const std::vector<ListedJob>& jobs) {
         {{L"id"}, {L"state"}, {L"reasons", true}, {L"name"}, {L"user"}, {L"kilobytes", true}, {L"age", true}},
         {}};
     for (const ListedJob& job : jobs) {
-        records.rows.push_back({static_cast<long long>(job.id), StateName(job.state), job.reasons, job.name,
-                                job.user, NumberOrNothing(job.kilobytes), AgeOf(job)});
+        records.rows.push_back({static_cast<long long>(job.id), StateName(job.state), ToWide(job.reasons),
+                                ToWide(job.name), ToWide(job.user), NumberOrNothing(job.kilobytes),
+                                AgeOf(job)});
     }
     return records;
 }

@@ -24,7 +24,8 @@ std::wstring Format(const wchar_t* format, Arguments... arguments) {
 
 // "7 s", "2:05", "1:00:09".
 std::wstring ToReadableSpan(double seconds) {
-    const auto whole = static_cast<unsigned long>(seconds + 0.5);
+    constexpr double longest = 99 * 3600;
+    const auto whole = static_cast<unsigned long>(std::min(seconds, longest) + 0.5);
     if (whole < 60) return Format(L"%lu s", whole);
     if (whole < 3600) return Format(L"%lu:%02lu", whole / 60, whole % 60);
     return Format(L"%lu:%02lu:%02lu", whole / 3600, whole / 60 % 60, whole % 60);

@@ -195,7 +195,8 @@ std::optional<Submission::Found> Submission::Find() const {
     }
     for (const WhichJobs which : {WhichJobs::NotCompleted, WhichJobs::Completed}) {
         if (const auto job = FindOwnJob(ListJobs(printer_, order_.owner.user, which), order_.owner))
-            return Found{{static_cast<unsigned>(job->id), job->uri}, {job->state, job->reasons}};
+            return Found{{static_cast<unsigned>(job->id), job->uri},
+                         {job->state, CorvixTransport::ToWide(job->reasons)}};
     }
     return std::nullopt;
 }

@@ -1,4 +1,4 @@
-#include "jobstate.h"
+#include "wire/jobstate.h"
 
 namespace CorvixCtl {
 namespace {
