@@ -1,12 +1,16 @@
 #include "canceller.h"
 
-#include <algorithm>
+#include <comdef.h>
+
+#include <new>
 
 #include "console.h"
 #include "ippstatus.h"
 
 namespace CorvixCtl {
 namespace {
+
+const std::wstring notCanceled = L"interrupted, but the job could not be canceled: ";
 
 std::wstring Named(const JobRef& job) { return L"job " + std::to_wstring(job.id); }
 
@@ -48,7 +52,11 @@ void Canceller::Run() {
     try {
         Cancel();
     } catch (const Failure& failure) {
-        message_ = L"interrupted, but the job could not be canceled: " + failure.Message();
+        message_ = notCanceled + failure.Message();
+    } catch (const std::bad_alloc&) {
+        message_ = notCanceled + L"out of memory";
+    } catch (const _com_error&) {
+        message_ = notCanceled + L"out of memory";
     }
     broken_.Set();
 }
