@@ -198,6 +198,26 @@ TEST_F(CtlGet, SaysWhatADeviceInBadHealthDid) {
     }
 }
 
+TEST_F(CtlGet, BlamesTheMapForWhatIsTheMapsFault) {
+    const TempFile map(R"xml(<DataMaps><XMLDataMap Protocol="PLSXML">
+      <DataItem Name="a" URI="/veyra/device/product_information.xml" XPath="//["/>
+      <DataItem Name="b" URI="/veyra/device/product_information.xml" XPath="//*[last()-1]"/>
+      <DataItem Name="c" URI="/veyra/device/product_information.xml" XPath="count(//*)"/>
+      <DataItem Name="d" URI="/veyra/device/product_information.xml" XPath=""/>
+      <DataItem Name="e" XPath="//ProductModel"/>
+      <DataItem Name="f" URI="/veyra/device/product_information.xml" XPath="//*[ProductModel/text()]/ProductModel"/>
+    </XMLDataMap></DataMaps>)xml");
+    const CtlRun run = Get({L"--format", L"csv"}, map.Path());
+    EXPECT_EQ(run.exitCode, 1u);
+    const char* const badXPath = "the XPath of this item cannot be evaluated";
+    EXPECT_THAT(ParseCsv(run.out),
+                ElementsAre(ElementsAre("name", "value", "error"), ElementsAre("a", "", badXPath),
+                            ElementsAre("b", "", badXPath), ElementsAre("c", "", badXPath),
+                            ElementsAre("d", "", "the map gives no XPath for this item"),
+                            ElementsAre("e", "", "the map gives no URI for this item"),
+                            ElementsAre("f", Not(IsEmpty()), "")));
+}
+
 TEST_F(CtlGet, AsksForADocumentThatFailedOnlyOnce) {
     Fault("service=plsxml path=" + std::string(productPath) + " status=500");
     EXPECT_EQ(Get({}).exitCode, 1u);

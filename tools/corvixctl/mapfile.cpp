@@ -136,7 +136,11 @@ std::wstring XmlOf(IXMLDOMNode& node) {
 
 // ---- the items
 
-std::wstring TextOr(const wchar_t* text, const wchar_t* fallback) { return text && *text ? text : fallback; }
+bool IsMissing(const wchar_t* text) { return !text || !*text; }
+
+std::wstring TextOr(const wchar_t* text, const wchar_t* fallback) {
+    return IsMissing(text) ? fallback : text;
+}
 
 std::wstring OidSource(const Corvix::OIDDataItemSpec& item) {
     std::wstring source = TextOr(item.GetOid(), L"(no OID)");
@@ -163,6 +167,8 @@ bool DescribeXml(const CvxDataItem& item, MapItem& info) {
     const auto* xml = dynamic_cast<const Corvix::XMLDataItemSpec*>(&item);
     if (!xml) return false;
     info.kind = L"DataItem";
+    if (IsMissing(xml->GetXPath())) info.lack = L"the map gives no XPath for this item";
+    if (IsMissing(xml->GetUri())) info.lack = L"the map gives no URI for this item";
     info.resource = TextOr(xml->GetUri(), L"");
     info.source = TextOr(xml->GetUri(), L"(no URI)") + L" " + TextOr(xml->GetXPath(), L"(no XPath)");
     return true;
@@ -192,6 +198,7 @@ bool DescribeOid(const CvxDataItem& item, MapItem& info) {
     const auto* oid = dynamic_cast<const Corvix::OIDDataItemSpec*>(&item);
     if (!oid) return false;
     info.kind = L"DataItem";
+    if (IsMissing(oid->GetOid())) info.lack = L"the map gives no OID for this item";
     info.source = OidSource(*oid);
     return true;
 }

@@ -29,6 +29,7 @@ struct MapItem {
     bool isTransient = false;
     unsigned lifespan = 0;  // in tenths of a second, 0 for ever
     std::optional<Elements> elements;
+    const wchar_t* lack = nullptr;  // why it can never be answered
 };
 
 struct MapInfo {

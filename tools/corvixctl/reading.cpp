@@ -17,6 +17,7 @@ using Corvix::ValueOrigin;
 constexpr int mostElements = 100000;
 constexpr const wchar_t* noAttribute = L"the printer does not have this attribute";
 constexpr const wchar_t* noElement = L"the device has no such element";
+constexpr const wchar_t* badXPath = L"the XPath of this item cannot be evaluated";
 
 std::wstring BytesText(SAFEARRAY* bytes) {
     std::wstring text;
@@ -125,7 +126,16 @@ bool ItemReader::IsCutOff() const {
            lastResult_ != HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
 }
 
+// The document is there, be it from this exchange or from one before.
+bool ItemReader::IsBadXPath(const MapItem& item, HRESULT result) const {
+    const auto& exchange = device_.journal->Last();
+    const bool hasDocument = !exchange || (exchange->error == 0 && exchange->status == 200);
+    return !item.resource.empty() && result == E_FAIL && hasDocument;
+}
+
 std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, const MapItem* item, HRESULT result) {
+    if (item && item->lack) return item->lack;
+    if (item && IsBadXPath(*item, result)) return badXPath;
     if (const auto& exchange = device_.journal->Last()) {
         if (map_.type == Corvix::DataMapTypeEnum::IPP) return DescribeIppExchange(*exchange, noAttribute);
         const std::wstring reason = DescribeExchange(*exchange, result);

@@ -46,6 +46,7 @@ private:
     Reading ReadOne(const std::wstring& name);
     void ReadElements(const std::wstring& name, const Elements& elements);
     const MapItem* FindItem(const std::wstring& name) const;
+    bool IsBadXPath(const MapItem& item, HRESULT result) const;
     std::wstring ReasonOfFailure(const std::wstring& name, const MapItem* item, HRESULT result);
     std::wstring ReasonOfUnknown(const std::wstring& name) const;
 

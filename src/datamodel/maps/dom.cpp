@@ -3,10 +3,14 @@
 #include <string>
 #include <string_view>
 
+#include "datamodel/maps/xslpattern.h"
 #include "utilslib/com.h"
+#include "utilslib/logging.h"
 
 namespace Corvix {
 namespace {
+
+const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr CLSID domDocumentClass = {
     0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
@@ -70,10 +74,14 @@ HRESULT CreateDomDocument(ComPtr<IXMLDOMDocument>& document) {
 
 HRESULT SelectNode(IXMLDOMNode* from, const wchar_t* xpath, ComPtr<IXMLDOMNode>& node) {
     const std::wstring_view expression(xpath);
-    if (expression.find(L"/.[") == std::wstring_view::npos) return SelectAsGiven(from, expression, node);
     static const bool selectsDotWithPredicate = SelectsDotWithPredicate();
     if (selectsDotWithPredicate) return SelectAsGiven(from, expression, node);
-    return SelectAsGiven(from, WithoutDotPredicates(expression), node);
+    const std::optional<std::wstring> pattern = ToPlainXslPattern(expression);
+    if (!pattern) {
+        logSource.Error(L"The expression %ls selects nothing: it is no XSL pattern", xpath);
+        return E_FAIL;
+    }
+    return SelectAsGiven(from, WithoutDotPredicates(*pattern), node);
 }
 
 HRESULT LoadDomFile(const wchar_t* path, ComPtr<IXMLDOMDocument>& document) {

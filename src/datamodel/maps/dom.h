@@ -18,7 +18,8 @@ using Microsoft::WRL::ComPtr;
 HRESULT CreateDomDocument(ComPtr<IXMLDOMDocument>& document);
 
 /// The first node that an XPath selects.
-/// \return S_OK with `node` set; S_FALSE with `node` null when there is none.
+/// \return S_OK with `node` set; S_FALSE with `node` null when there is none; a failure for an expression that
+///     cannot be read.
 HRESULT SelectNode(IXMLDOMNode* from, const wchar_t* xpath, ComPtr<IXMLDOMNode>& node);
 
 /// Reads a document from a file.
