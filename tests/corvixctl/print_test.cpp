@@ -220,7 +220,7 @@ constexpr BadEnd badEnds[] = {
     {"Aborted", "scenario", "job any\nafter 0 state processing\nafter 0 state aborted\n", 6, "", "aborted"},
     {"NotAccepted", "values", "accepting-jobs=false", 5, "server-error-not-accepting-jobs", ""},
     {"Busy", "faults", "operation=Print-Job ipp-status=1287", 5, "server-error-busy", ""},
-    {"RefusedByHttp", "faults", "operation=Print-Job status=403", 5, "HTTP 403", ""},
+    {"RefusedByHttp", "faults", "service=ipp path=* status=403 skip=1", 5, "HTTP 403", ""},
     {"BrokenOff", "faults", "service=ipp path=* receive=100000 skip=1 times=1", 6, "ended as aborted",
      "aborted"},
 };
@@ -242,9 +242,17 @@ INSTANTIATE_TEST_SUITE_P(Ways, CtlPrintBadEnd, testing::ValuesIn(badEnds),
 
 TEST_F(CtlPrint, FindsTheJobWhoseAnswerIsLost) {
     const TempFile file("a page");
-    for (const char* fault : {"garbage", "close"}) {
-        Order("faults", "operation=Print-Job times=1 " + std::string(fault));
-        const CtlRun run = Print({L"--job-name", Widen(fault), file.Path()});
+    const struct {
+        const wchar_t* way;
+        const char* fault;
+    } cases[] = {{L"--stream", "operation=Print-Job garbage"},
+                 {L"--stream", "operation=Print-Job close"},
+                 {L"--stream", "operation=Print-Job status=500"},
+                 {L"--documents", "operation=Create-Job garbage"},
+                 {L"--documents", "operation=Send-Document close"}};
+    for (const auto& lost : cases) {
+        Order("faults", std::string(lost.fault) + " times=1");
+        const CtlRun run = Print({L"--job-name", Widen(lost.fault), lost.way, file.Path()});
         EXPECT_EQ(run.exitCode, 0u) << run.error;
         EXPECT_THAT(run.out, HasSubstr("completed"));
     }

@@ -202,9 +202,11 @@ std::optional<Submission::Found> Submission::Find() const {
 }
 
 JobRef Submission::LookForJob() {
-    const auto& failure = printer_.device.journal->FirstFailure();
-    if (failure && failure->status != 0)
-        throw Failure(ExitCode::Refused, L"not printed: " + DescribeIppExchange(*failure, L""));
+    const auto failure = printer_.device.journal->FirstFailure();
+    const bool isRefused = failure && failure->status != 0;
+    const std::wstring refusal = isRefused ? L"not printed: " + DescribeIppExchange(*failure, L"") : L"";
+    // A document of a job that is there all the same; but a whole job may be there in spite of the answer.
+    if (isRefused && job_.IsKnown()) throw Failure(ExitCode::Refused, refusal);
     std::optional<Found> found;
     try {
         found = Find();
@@ -212,6 +214,7 @@ JobRef Submission::LookForJob() {
         throw Failure(ExitCode::Aborted,
                       Reason() + L"; what became of it is not known: " + unknown.Message());
     }
+    if (isRefused && !found) throw Failure(ExitCode::Refused, refusal);
     const ExitCode code = failure ? ExitCode::Aborted : ExitCode::Canceled;
     if (!found) throw Failure(code, Reason() + L"; the printer lists no job that is surely of it");
     const std::wstring named = L"job " + std::to_wstring(found->job.id);
@@ -251,10 +254,17 @@ void Submission::CreateJob() {
     AskFor(order_, *request);
     printer_.device.journal->BeginRequest();
     provider_.CreateJob(request.Get(), response.Get());
-    const std::optional<unsigned> status = StatusOf(*response);
-    if (!status) FailAsUnanswered(printer_, GetLastError());
-    Accept(*status);
-    job_ = JobOf(*response);
+    if (const std::optional<unsigned> status = StatusOf(*response)) {
+        Accept(*status);
+        job_ = JobOf(*response);
+    } else {
+        const std::wstring reason = ReasonOfIppFailure(printer_, GetLastError());
+        StopIfInterrupted();
+        const std::optional<Found> found = Find();
+        if (!found || HasEnded(found->status.state))
+            throw Failure(ExitCode::Incomplete, L"not printed: " + reason);
+        job_ = found->job;
+    }
     canceller_.JobIs(job_);
 }
 
