@@ -211,6 +211,7 @@ JobRef Submission::LookForJob() {
     try {
         found = Find();
     } catch (const Failure& unknown) {
+        if (isRefused) throw Failure(ExitCode::Refused, refusal);
         throw Failure(ExitCode::Aborted,
                       Reason() + L"; what became of it is not known: " + unknown.Message());
     }
