@@ -240,6 +240,16 @@ TEST_P(CtlPrintBadEnd, IsToldByCodeAndMessage) {
 INSTANTIATE_TEST_SUITE_P(Ways, CtlPrintBadEnd, testing::ValuesIn(badEnds),
                          [](const auto& test) { return test.param.name; });
 
+TEST_F(CtlPrint, CutsANameThatIsTooLongForIpp) {
+    const TempFile file("a page");
+    const CtlRun run = Print({L"--job-name", std::wstring(4000, L'\u00fc'), file.Path()});
+    EXPECT_EQ(run.exitCode, 0u) << run.error;
+    std::string cut;
+    for (int i = 0; i < 127; ++i)
+        cut += "\xC3\xBC";
+    EXPECT_THAT(Jobs(), HasSubstr("\"name\":\"" + cut + "\""));
+}
+
 TEST_F(CtlPrint, FindsTheJobWhoseAnswerIsLost) {
     const TempFile file("a page");
     const struct {
@@ -353,6 +363,7 @@ TEST_F(CtlPrint, SendsNothingForAWrongCommandLine) {
         {{L"--documents", L"--wait", file.Path()}, "--wait goes with --stream"},
         {{L"--copies", L"0", file.Path()}, "nothing would be printed"},
         {{L"--sides", L"three", file.Path()}, "expected one of: one, long, short"},
+        {{L"--document-format", L"pdf", file.Path()}, "expected a MIME type"},
         {{L"--quality", L"best", file.Path()}, "expected one of: draft, normal, high"},
     };
     for (const auto& wrong : cases) {

@@ -93,8 +93,16 @@ void ReadWay(const Arguments& arguments, PrintOrder& order) {
     order.patience = timeout ? ReadMilliseconds(L"timeout", *timeout) : usualPatience;
 }
 
+std::string ReadMimeType(const std::wstring& text) {
+    constexpr size_t longest = 255;
+    const bool isType = text.find(L'/') != std::wstring::npos && text.size() <= longest;
+    if (!text.empty() && !isType)
+        throw UsageError(L"--document-format " + text + L": expected a MIME type, such as application/pdf");
+    return CorvixTransport::ToUtf8(text);
+}
+
 void ReadWishes(const Arguments& arguments, PrintOrder& order) {
-    order.format = CorvixTransport::ToUtf8(arguments.Find(L"document-format").value_or(L""));
+    order.format = ReadMimeType(arguments.Find(L"document-format").value_or(L""));
     constexpr unsigned long mostCopies = 9999;
     if (const auto copies = arguments.Find(L"copies"))
         order.copies = static_cast<unsigned>(ReadNumber(L"copies", *copies, mostCopies));
@@ -111,7 +119,7 @@ PrintOrder ReadOrder(const Arguments& arguments) {
     ReadWay(arguments, order);
     ReadWishes(arguments, order);
     const std::wstring jobName = arguments.Find(L"job-name").value_or(order.files.front().name);
-    order.owner = {UserName(arguments), CorvixTransport::ToUtf8(jobName), GetTickCount64()};
+    order.owner = {UserName(arguments), ToIppName(jobName), GetTickCount64()};
     return order;
 }
 

@@ -20,7 +20,6 @@ using Corvix::DisposablePtr;
 using Corvix::IPPProvider;
 using Corvix::IPPRequestBase;
 using Corvix::IPPResponseBase;
-using CorvixTransport::ToUtf8;
 
 constexpr size_t pieceLength = 64 * 1024;
 constexpr unsigned jobCanceled = 0x0508;  // server-error-job-canceled
@@ -80,7 +79,7 @@ DisposablePtr<IPPResponseBase> NewResponse() { return DisposablePtr<IPPResponseB
 
 void Describe(const PrintOrder& order, const DocumentFile& file, IPPRequestBase& request) {
     constexpr unsigned char mimeTypeTag = 0x49;
-    request.SetDocumentName(ToUtf8(file.name).c_str());
+    request.SetDocumentName(ToIppName(file.name).c_str());
     if (order.format.empty()) return;
     request.AddIPPRequest(static_cast<unsigned>(Corvix::IPPBlobType::OperationAttributes), mimeTypeTag,
                           "document-format", reinterpret_cast<const unsigned char*>(order.format.data()),
@@ -126,7 +125,7 @@ private:
     JobRef Conclude(const IPPResponseBase& response);
     JobRef LookForJob();
     std::optional<Found> Find() const;
-    std::wstring Reason() const;
+    Failure Unanswered() const;
     bool TakesOneDocumentOnly() const;
     void CreateJob();
     void SendDocument(const DocumentFile& file, bool last);
@@ -181,10 +180,13 @@ JobRef Submission::Conclude(const IPPResponseBase& response) {
     return JobOf(response);
 }
 
-std::wstring Submission::Reason() const {
+// What to tell of a document without an answer where the printer itself tells nothing more.
+Failure Submission::Unanswered() const {
     const auto& failure = printer_.device.journal->FirstFailure();
-    if (!failure) return L"the printer ended the job while it was sent";
-    return L"the document broke off on its way to the printer: " + DescribeIppExchange(*failure, L"");
+    if (!failure) return Failure(ExitCode::Canceled, L"the printer ended the job while it was sent");
+    const std::wstring reason = DescribeIppExchange(*failure, L"");
+    if (failure->status != 0) return Failure(ExitCode::Refused, L"not printed: " + reason);
+    return Failure(ExitCode::Aborted, L"the document broke off on its way to the printer: " + reason);
 }
 
 // The printer's own word on a document that broke off; nothing when it has none.
@@ -202,29 +204,23 @@ std::optional<Submission::Found> Submission::Find() const {
 }
 
 JobRef Submission::LookForJob() {
-    const auto failure = printer_.device.journal->FirstFailure();
-    const bool isRefused = failure && failure->status != 0;
-    const std::wstring refusal = isRefused ? L"not printed: " + DescribeIppExchange(*failure, L"") : L"";
-    // A document of a job that is there all the same; but a whole job may be there in spite of the answer.
-    if (isRefused && job_.IsKnown()) throw Failure(ExitCode::Refused, refusal);
+    const Failure unanswered = Unanswered();
+    // The job that a refused document belongs to is there all the same.
+    if (unanswered.Code() == ExitCode::Refused && job_.IsKnown()) throw unanswered;
     std::optional<Found> found;
     try {
         found = Find();
-    } catch (const Failure& unknown) {
-        if (isRefused) throw Failure(ExitCode::Refused, refusal);
-        throw Failure(ExitCode::Aborted,
-                      Reason() + L"; what became of it is not known: " + unknown.Message());
+    } catch (const Failure&) {
+        throw unanswered;  // it tells more than that the list was not to be had either
     }
-    if (isRefused && !found) throw Failure(ExitCode::Refused, refusal);
-    const ExitCode code = failure ? ExitCode::Aborted : ExitCode::Canceled;
-    if (!found) throw Failure(code, Reason() + L"; the printer lists no job that is surely of it");
-    const std::wstring named = L"job " + std::to_wstring(found->job.id);
+    if (!found) throw unanswered;
+    const std::wstring named = unanswered.Message() + L"; job " + std::to_wstring(found->job.id);
     const JobState state = found->status.state;
     if (HasEnded(state) && state != JobState::Completed)
-        throw Failure(CodeOf(state), Reason() + L"; " + named + L" ended as " + ToText(found->status));
+        throw Failure(CodeOf(state), named + L" ended as " + ToText(found->status));
     if (sentAll_) return found->job;
     CancelJob(provider_, order_.owner.user, found->job);
-    throw Failure(code, Reason() + L"; " + named + L", the part of it that arrived, was canceled");
+    throw Failure(unanswered.Code(), named + L", the part of it that arrived, was canceled");
 }
 
 JobRef Submission::Print() {
@@ -310,6 +306,17 @@ JobRef Submission::PrintDocuments() {
 }
 
 }  // namespace
+
+std::string ToIppName(const std::wstring& text) {
+    constexpr size_t longest = 255;
+    std::string name = CorvixTransport::ToUtf8(text);
+    if (name.size() <= longest) return name;
+    size_t end = longest;
+    while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80)
+        --end;  // not amid a character
+    name.resize(end);
+    return name;
+}
 
 JobRef Submit(const Printer& printer, IPPProvider& provider, const PrintOrder& order, Canceller& canceller) {
     canceller.Begin(provider);

@@ -38,6 +38,9 @@ struct PrintOrder {
     unsigned long patience = 0;
 };
 
+// A text as IPP takes it for a name: UTF-8 of 255 bytes at most.
+std::string ToIppName(const std::wstring& text);
+
 // Sends what was ordered and returns the job that the printer made of it. Throws Failure: Refused, Aborted,
 // Canceled, Unreachable or Interrupted.
 JobRef Submit(const Printer& printer, Corvix::IPPProvider& provider, const PrintOrder& order,
