@@ -2,6 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
 #include "corvixdm/disposableptr.h"
 
 namespace KyUtils {
@@ -53,6 +59,30 @@ TEST(Disposable, NamesItsClassAlike) {
     EXPECT_STREQ(probe->GetTypeName(),
                  L"<GetTypeName(): class identification disabled, refer to IDisposableImpl>");
     EXPECT_EQ(probe->GetTypeName(), probe->GetTypeName());
+}
+
+TEST(Disposable, NamesItsClassToSeveralThreadsAtOnce) {
+    for (int round = 0; round < 500; ++round) {
+        int destroyed = 0;
+        auto* probe = new Probe(destroyed);
+        std::array<std::wstring, 3> names;
+        std::vector<std::thread> threads;
+        std::atomic<size_t> arrived{0};
+        for (std::wstring& name : names) {
+            threads.emplace_back([&] {
+                ++arrived;
+                while (arrived < names.size())
+                    std::this_thread::yield();
+                name = probe->GetTypeName();
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        for (const std::wstring& name : names)
+            ASSERT_EQ(name, L"<GetTypeName(): class identification disabled, refer to IDisposableImpl>");
+        probe->AddRef();
+        probe->Dispose();
+    }
 }
 
 TEST(DisposablePtr, AdoptsSharesAndGivesUp) {

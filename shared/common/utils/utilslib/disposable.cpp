@@ -54,6 +54,19 @@ private:
     std::set<IDisposable*> objects_;
 };
 
+/// Held while a name is made. One for all objects: names are asked for only while debug lines are on, and by the
+/// report at process exit, when other statics are gone.
+class NameLock {
+public:
+    NameLock() { AcquireSRWLockExclusive(&lock_); }
+    ~NameLock() { ReleaseSRWLockExclusive(&lock_); }
+    NameLock(const NameLock&) = delete;
+    NameLock& operator=(const NameLock&) = delete;
+
+private:
+    static inline SRWLOCK lock_ = SRWLOCK_INIT;
+};
+
 }  // namespace
 
 CDisposable::CDisposable() { CDisposableSet::Instance().Add(this); }
@@ -88,6 +101,7 @@ const char* CDisposable::ClassIdentification() const {
 }
 
 const wchar_t* CDisposable::TypeNameImpl() {
+    const NameLock lock;
     if (typeName_.empty()) {
         if (const char* name = ClassIdentification()) {
             for (; *name; ++name)
