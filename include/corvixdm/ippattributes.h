@@ -58,6 +58,7 @@ public:
     virtual HRESULT GetValue(const char* name, VARIANT* value) const = 0;
 
     /// Tells where reading stopped; what came before can be asked for all the same.
+    /// A body that was cut off between two attributes has its fault where it ends.
     /// \return S_OK; S_FALSE when the whole body was read, E_FAIL for null: `fault` is then left as it was.
     virtual HRESULT GetFault(IPPFault* fault) const = 0;
 

@@ -79,9 +79,12 @@ HRESULT IPPAttributesImpl::GetValue(const char* name, VARIANT* value) const {
 
 HRESULT IPPAttributesImpl::GetFault(IPPFault* fault) const {
     if (!fault) return E_FAIL;
-    const auto& found = response_->GetFault();
-    if (!found) return S_FALSE;
-    *fault = {static_cast<unsigned long>(found->offset), found->reason};
+    // An operation is content with an answer whose end is missing; who looks at one wants to know.
+    const auto cutOff =
+        Ipp::Fault{response_->Body().size(), "the body ends before the end of the attributes"};
+    if (!response_->GetFault() && response_->HasEndTag()) return S_FALSE;
+    const Ipp::Fault found = response_->GetFault().value_or(cutOff);
+    *fault = {static_cast<unsigned long>(found.offset), found.reason};
     return S_OK;
 }
 
