@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "corvixdm/disposableptr.h"
+#include "support/logsandbox.h"
 
 namespace KyUtils {
 namespace {
@@ -83,6 +84,37 @@ TEST(Disposable, NamesItsClassToSeveralThreadsAtOnce) {
         probe->AddRef();
         probe->Dispose();
     }
+}
+
+/// Whoever asks it for its name must hold a reference.
+class NamedProbe : public IDisposableImpl {
+public:
+    explicit NamedProbe(long& countWhenNamed) : countWhenNamed_(countWhenNamed) {}
+
+private:
+    const char* ClassIdentification() const override {
+        countWhenNamed_ = GetRefCount();
+        return "Named";
+    }
+    long& countWhenNamed_;
+};
+
+TEST(Disposable, LogsItsCount) {
+    const CorvixTest::LogSandbox log;
+    long countWhenNamed = 0;
+    auto* probe = new NamedProbe(countWhenNamed);
+    probe->AddRef();
+    probe->AddRef();
+    log.Use(L"LogCategories", 0x20);
+    probe->Dispose();
+    EXPECT_EQ(countWhenNamed, 2) << "given up, it may be gone: another thread holds the other reference";
+    probe->AddRef();
+    probe->Dispose();
+    wchar_t address[32];
+    swprintf(address, std::size(address), L"%p", static_cast<void*>(probe));
+    probe->Dispose();
+    const std::wstring begin = std::wstring(L"(DB) Named (") + address + L") ref is ";
+    EXPECT_THAT(log.Lines(), testing::ElementsAre(begin + L"1", begin + L"2", begin + L"1", begin + L"0"));
 }
 
 TEST(DisposablePtr, AdoptsSharesAndGivesUp) {

@@ -83,9 +83,12 @@ long CDisposable::AddRefImpl() {
 }
 
 long CDisposable::DisposeImpl() {
+    // With this reference given up the object may be gone: another thread gives up the last one.
+    const bool isLogged = logSource.IsOn(LineFlag::Debug);
+    const std::wstring name = isLogged ? TypeNameImpl() : L"";
     const long count = InterlockedDecrement(&refCount_);
-    if (logSource.IsOn(LineFlag::Debug)) {
-        logSource.Debug(L"%ls (%p) ref is %d", TypeNameImpl(), static_cast<void*>(this),
+    if (isLogged) {
+        logSource.Debug(L"%ls (%p) ref is %d", name.c_str(), static_cast<void*>(this),
                         static_cast<int>(count));
     }
     if (count == 0 && deleteSuppressed_ == 0) delete this;
