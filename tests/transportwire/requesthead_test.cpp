@@ -45,6 +45,7 @@ TEST(RequestHead, TargetsNeverBreakOutOfTheLine) {
 
 TEST(RequestHead, HostsNameThePortThatIsNotTheUsualOne) {
     EXPECT_EQ(MakeHostValue("printer", 80, 80), "printer");
+    EXPECT_EQ(MakeHostValue("Printer.EXAMPLE", 80, 80), "printer.example");
     EXPECT_EQ(MakeHostValue("192.0.2.7", 631, 80), "192.0.2.7:631");
     EXPECT_EQ(MakeHostValue("fe80::1%3", 443, 443), "[fe80::1]");
     EXPECT_EQ(MakeHostValue("2001:db8::1", 631, 443), "[2001:db8::1]:631");

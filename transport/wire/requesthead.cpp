@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "transport/text.h"
+
 namespace CorvixTransport {
 
 namespace {
@@ -37,7 +39,8 @@ bool MakeTarget(std::string_view path, std::string& target) {
 }
 
 std::string MakeHostValue(std::string_view host, unsigned port, unsigned defaultPort) {
-    std::string value(host.substr(0, host.find('%')));  // a zone means something on this machine only
+    // A zone means something on this machine only. Case means nothing, but not every device knows.
+    std::string value = ToLower(std::string(host.substr(0, host.find('%'))));
     if (value.find(':') != std::string::npos) value = "[" + value + "]";
     if (port != defaultPort) value += ":" + std::to_string(port);
     return value;

@@ -19,7 +19,7 @@ struct RequestHead {
 // \return false when the text holds a control character, which is never part of a path.
 bool MakeTarget(std::string_view path, std::string& target);
 
-// The value of "Host": an IPv6 address goes into brackets, the scheme's default port is left out.
+// The value of "Host", in lower case: an IPv6 address goes into brackets, the scheme's default port is left out.
 std::string MakeHostValue(std::string_view host, unsigned port, unsigned defaultPort);
 
 // The exact bytes up to and with the empty line. Method, target and headers were checked before.
