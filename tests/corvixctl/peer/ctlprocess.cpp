@@ -63,9 +63,6 @@ private:
 HANDLE Start(std::wstring& line, OutputPipe& out, OutputPipe& error) {
     static std::mutex oneAtATime;
     const std::lock_guard<std::mutex> lock(oneAtATime);
-    // Under Wine the first program that wants a desktop starts its owner, which would inherit the pipes and
-    // hold them for a second longer. As long as we use the desktop ourselves there is no need for another.
-    GetDesktopWindow();
     out.Open();
     error.Open();
     STARTUPINFOW startup{};

@@ -50,9 +50,10 @@ Child StartChild(std::wstring commandLine) {
     PROCESS_INFORMATION info{};
     const BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                         nullptr, &startup, &info);
+    const DWORD error = GetLastError();
     CloseHandle(input[0]);
     CloseHandle(output[1]);
-    if (!started) throw std::runtime_error("cannot start corvixsim.exe");
+    if (!started) throw std::runtime_error("cannot start corvixsim.exe: error " + std::to_string(error));
     CloseHandle(info.hThread);
     return {info.hProcess, input[1], output[0]};
 }
