@@ -125,6 +125,22 @@ TEST_F(CreationTest, TakesThePortAndThePathFromThePrinterUri) {
     }
 }
 
+TEST_F(CreationTest, AsksAtThePathOfAResource) {
+    const struct {
+        const char* resource;
+        const wchar_t* path;
+        const char* uri;
+    } cases[] = {{"/ipp/print", L"/ipp/print", "ipp://localhost:80/ipp/print"},
+                 {"ipp://other:99/q/1", L"/q/1", "ipp://other:99/q/1"},
+                 {"ipps://other/q", L"/q", "ipps://other/q"},
+                 {"ipp/print", L"ipp/print", "ipp/print"}};  // begins as a URI does, and is none
+    for (const auto& [resource, path, uri] : cases) {
+        ASSERT_TRUE(DisposablePtr<IPPProvider>(CreateIPPProvider(Printer().address.Get(), resource)));
+        EXPECT_EQ(Printer().device->exchanges.back().uri, path) << resource;
+        EXPECT_EQ(Printer().LastRequest()["printer-uri"], uri);
+    }
+}
+
 TEST_F(CreationTest, TellsTheStatusOfARefusal) {
     const struct {
         unsigned long status;

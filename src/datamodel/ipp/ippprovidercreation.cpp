@@ -47,6 +47,13 @@ bool IsIppUri(const std::wstring& text) {
     return scheme == UriScheme::Ipp || scheme == UriScheme::SecureIpp;
 }
 
+bool HoldsUri(std::wstring_view text) { return text.find(L"://") != std::wstring_view::npos; }
+
+/// Where on the device a resource is; it may be a whole URI. "ipp/print" only begins like one.
+std::wstring ResourceOf(const std::wstring& resource) {
+    return IsIppUri(resource) && HoldsUri(resource) ? std::wstring(PathOfUri(resource)) : resource;
+}
+
 /// A Get-Printer-Attributes exchange; what it brought stays in the operations.
 bool ReadPrinter(IPPOperations& operations, bool secure) {
     DisposablePtr<HTTPResponse> response;
@@ -61,8 +68,6 @@ bool ReadPrinter(IPPOperations& operations, bool secure) {
     logSource.Debug(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) cretae");
     return true;
 }
-
-bool HoldsUri(std::wstring_view text) { return text.find(L"://") != std::wstring_view::npos; }
 
 /// The URI that the printer wants to be called by, or the one that it answered to.
 std::wstring ChooseUri(Address& address, const IPPOperations& operations, bool secure, std::wstring uri) {
@@ -97,12 +102,11 @@ DisposablePtr<IPPProvider> IPPProviderImpl::Create(Address* address, const Setti
     if (!IsReachable(host ? host : L"")) return nullptr;
 
     auto operations = std::make_unique<IPPOperations>(address);
-    const bool isWholeUri = IsIppUri(settings.resource);
-    std::wstring uri = isWholeUri ? settings.resource
-                                  : CreatePrinterURIAttribute(*address, settings.resource, settings.secure);
+    std::wstring uri = IsIppUri(settings.resource)
+                           ? settings.resource
+                           : CreatePrinterURIAttribute(*address, settings.resource, settings.secure);
     logSource.Debug(L"IPP Resource URI %ls", uri.c_str());
-    const std::wstring resource(isWholeUri ? PathOfUri(settings.resource)
-                                           : std::wstring_view(settings.resource));
+    const std::wstring resource = ResourceOf(settings.resource);
 
     if (settings.secure) operations->SetSecurityFlags(settings.securityFlags);
     operations->SetAttributeName(settings.requestedAttributes);
