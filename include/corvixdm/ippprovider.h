@@ -116,7 +116,8 @@ public:
     /// processes of the session, so it may have been another job that ended: ask for the job's state.
     virtual HANDLE GetPrintStatusEventHandle() const = 0;
     /// The event that is signalled while the printer can take data and reset while its spool area is full;
-    /// null unless a job was begun with waiting. The provider's own, as above.
+    /// signalled, too, when the printer no longer tells. Null unless a job was begun with waiting. The
+    /// provider's own, as above.
     virtual HANDLE GetPrintReadyStatusEventHandle() const = 0;
     /// Stops following the job: ends both threads, whatever they wait for, and closes both events. Any
     /// thread, any number of times. Called by one of the two threads themselves, out of the transport, it

@@ -71,7 +71,10 @@ public:
         state_ = state;
         reasons_ = reasons;
     }
-    void FailPrinter() { printerResult_ = E_FAIL; }
+    void FailPrinter() {
+        const std::lock_guard<std::mutex> lock(lock_);
+        printerResult_ = E_FAIL;
+    }
     void AwaitJobPolls(size_t count) {
         std::unique_lock<std::mutex> lock(lock_);
         polled_.wait(lock, [&] { return flags_.size() >= count; });
@@ -181,6 +184,19 @@ TEST_F(JobPollingTest, StopsAskingThePrinterAfterAFailure) {
     source_.AwaitJobPolls(20);
     EXPECT_EQ(source_.PrinterPolls(), 1u);
     EXPECT_TRUE(polling.GetbPrinteStatusThreadPoll());
+}
+
+// A sender that waits for room would wait for good: nobody asks any more.
+TEST_F(JobPollingTest, APrinterThatVanishesWhileItIsFullHoldsNobodyUp) {
+    JobPolling polling(source_, rapid);
+    source_.SetPrinter(L"5", L"spool-area-full");
+    StartBoth(polling);
+    source_.AwaitPrinterPolls(3);
+    ASSERT_FALSE(IsSignalled(polling.GetPrintReadyStatusEventHandle()));
+    source_.FailPrinter();
+    constexpr DWORD patience = 60'000;
+    EXPECT_EQ(WaitForSingleObject(polling.GetPrintReadyStatusEventHandle(), patience), WAIT_OBJECT_0);
+    EXPECT_FALSE(polling.GetPrintStatus()) << "the job may go on";
 }
 
 TEST_F(JobPollingTest, StopEndsWaitsOfAnyLengthAndClosesTheEvents) {

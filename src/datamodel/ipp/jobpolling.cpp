@@ -154,7 +154,11 @@ void JobPolling::PollPrinterStates() {
     while (GetbPrinteStatusThreadPoll()) {
         std::wstring state;
         std::wstring reasons;
-        if (FAILED(source_.PollPrinter(state, reasons))) return;
+        if (FAILED(source_.PollPrinter(state, reasons))) {
+            // Nobody would tell of room any more: whoever waits for it learns by sending what is the matter.
+            SetEvent(printReady_.Get());
+            return;
+        }
         ShowPrinterState(state, reasons);
         if (WaitForSingleObject(stop_.Get(), intervals_.printerState) != WAIT_TIMEOUT) return;
     }
