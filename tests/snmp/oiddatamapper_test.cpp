@@ -374,6 +374,23 @@ TEST_F(OidDataMapperTest, DoesNotTakeAnInterruptedWalkForTheWhole) {
     EXPECT_EQ(Stored(L"W"), L"none");
 }
 
+TEST_F(OidDataMapperTest, DoesNotTakeAWalkWithoutMemoryForTheWhole) {
+    AddColumn(L"1.3.1", 4);
+    AddWalk(L"W", L"1.3.1", true, 0);
+    const DisposablePtr<CorvixTest::FakeCache> cache(new CorvixTest::FakeCache);
+    mapper->SetCacheProvider(cache.Get());
+    agent->next = [](const std::wstring&) -> FakeAgent::Object { throw std::bad_alloc(); };
+    Variant value;
+    EXPECT_THROW(mapper->GetValue(L"W", value.Receive()), _com_error);
+    mapper.Reset();
+    EXPECT_EQ(cache->written.count(L"W"), 0u);
+
+    Renew();
+    EXPECT_THROW(mapper->GetValue(L"W", value.Receive()), _com_error);
+    agent->next = nullptr;
+    EXPECT_EQ(Read(L"W.2"), L"v2");
+}
+
 /// The name of a sequence in a cache says to later collections that all its elements are there.
 TEST_F(OidDataMapperTest, HandsOnlyWholeSequencesToTheCache) {
     struct Case {

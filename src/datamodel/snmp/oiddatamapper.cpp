@@ -205,6 +205,8 @@ HRESULT OIDDataMapper::AnswerSequence(const DataNode& node, VARIANT* value) {
         if (DataCollectionImpl::GetValue(key.c_str(), value) == S_OK) return S_OK;
         if (IsKnown(sequence)) return E_FAIL;
     }
+    // Until its end is reached: what memory was too short for must not leave a part that counts as the whole.
+    incomplete_.insert(sequence.Key({}));
     if (!node.item->IsTransient()) {
         const KyUtils::Variant name = KyUtils::Variant::FromText(sequence.Key(wholeSequence));
         StoreValue(sequence.Key({}).c_str(), name.Get(), node.item->GetLifespan());
@@ -291,16 +293,8 @@ void OIDDataMapper::TakeElement(Sequence& sequence, int index, KyUtils::Variant 
     sequence.foundRaw = std::move(raw);
 }
 
-void OIDDataMapper::NoteCompleteness(const Sequence& sequence) {
-    if (sequence.complete) {
-        incomplete_.erase(sequence.Key({}));
-    } else {
-        incomplete_.insert(sequence.Key({}));
-    }
-}
-
 HRESULT OIDDataMapper::HandOver(Sequence& sequence, HRESULT ended, VARIANT* value) {
-    NoteCompleteness(sequence);
+    if (sequence.complete) incomplete_.erase(sequence.Key({}));
     if (IsSilence(ended)) {
         // Nor may a later collection take what there is for the whole.
         Store().Remove(sequence.Key({}));

@@ -64,11 +64,10 @@ private:
     HRESULT ReadTable(Sequence& sequence, OIDGetDataItemsSpec& item);
     HRESULT ReadElement(Sequence& sequence, int index, const wchar_t* oid);
     void TakeElement(Sequence& sequence, int index, KyUtils::Variant raw);
-    void NoteCompleteness(const Sequence& sequence);
     HRESULT HandOver(Sequence& sequence, HRESULT ended, VARIANT* value);
 
     DisposablePtr<OIDProvider> provider_;
-    // Keys of the sequences that were last fetched with failures.
+    // Keys of the sequences that were last fetched with failures, or not to the end.
     std::set<std::wstring> incomplete_;
     // Keys of the sequences with elements of types that caches do not keep.
     std::set<std::wstring> unkept_;
