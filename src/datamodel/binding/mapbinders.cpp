@@ -115,6 +115,11 @@ DisposablePtr<DataCollectionImpl> DeferXml(Address& address, DataMapSpec& map, I
                                  DisposablePtr<DataMapSpec>::Share(&map));
 }
 
+DisposablePtr<DataCollectionImpl> DeferWs(Address& address, DataMapSpec& map, IdentityCheck check) {
+    if (!HasWebServicePort(address)) return {};
+    return DeferXml<WSProviderImpl, wsIdentity>(address, map, std::move(check));
+}
+
 struct BinderEntry {
     DataMapTypeEnum type;
     MapBinder bind;
@@ -123,7 +128,7 @@ struct BinderEntry {
 /// Making an IPP provider is asking for everything that it answers, which leaves nothing to defer.
 constexpr BinderEntry binders[] = {
     {DataMapTypeEnum::Pavo, BindPavo, DeferXml<PavoProviderImpl, pavoIdentity>},
-    {DataMapTypeEnum::WS, BindWs, DeferXml<WSProviderImpl, wsIdentity>},
+    {DataMapTypeEnum::WS, BindWs, DeferWs},
     {DataMapTypeEnum::PLSXML, BindPlsxml, DeferXml<PLSXMLProviderImpl, plsxmlIdentity>},
     {DataMapTypeEnum::IPP, BindIpp, nullptr},
     {DataMapTypeEnum::OID, BindOid, DeferOid},

@@ -33,6 +33,7 @@ using IdentityCheck = std::function<bool(const std::wstring& identity)>;
 
 /// Binds a map to a device that is known to speak its protocol, without asking it. When the first value is
 /// wanted the device's identity is read and checked; a device that fails the check is asked nothing else.
+/// \return null when the address itself rules the protocol out.
 using DeferredMapBinder = DisposablePtr<DataCollectionImpl> (*)(Address& address, DataMapSpec& map,
                                                                 IdentityCheck check);
 
