@@ -288,7 +288,14 @@ TEST_F(RegistryCacheTest, KeysSnmpDevicesByWhateverTheyCallThemselves) {
 }
 
 TEST_F(RegistryCacheTest, DoesNotServeADeviceThatIsNotKnown) {
-    const std::string unusable[] = {"", "uuid:", "urn:uuid:", std::string(256, 's'), std::string(3000, 's')};
+    const std::string unusable[] = {"",
+                                    "uuid:",
+                                    "urn:uuid:",
+                                    "&#32;&#9;",
+                                    "\xC2\xA0 \xC2\xA0",
+                                    "urn:uuid:\xC2\xA0",
+                                    std::string(256, 's'),
+                                    std::string(3000, 's')};
     for (const std::string& serial : unusable) {
         const auto device = DeviceWith(serial, "Printer");
         const auto collection = CreatePlsxml(device, cache.Get());
@@ -459,6 +466,16 @@ TEST_F(DeviceMemoryTest, AsksNothingOfAnotherDevice) {
                   std::wstring(L"First") + fromCache)
             << c.what << ": the first device's values are as they were";
     }
+}
+
+TEST_F(DeviceMemoryTest, DoesNotAskADeviceThatLostItsWebServicePort) {
+    const auto device = std::make_shared<FakeDevice>();
+    ServeWs(*device);
+    EXPECT_TRUE(Create(device, MapsOf({DataMapTypeEnum::WS}), Remembering().Get()));
+    device->hasWebServicePort = false;
+    device->exchanges.clear();
+    EXPECT_FALSE(Create(device, MapsOf({DataMapTypeEnum::WS}), Remembering().Get()));
+    EXPECT_TRUE(device->exchanges.empty());
 }
 
 TEST_F(DeviceMemoryTest, AsksNothingOfAnotherSnmpDevice) {

@@ -43,6 +43,11 @@ std::wstring WithoutUuidScheme(std::wstring identity) {
     return found == std::wstring::npos ? identity : identity.substr(found + mark.size());
 }
 
+/// Many a device has blanks where its number was never written: they would all be the same device.
+bool IsBlank(std::wstring_view identity) {
+    return identity.find_first_not_of(L" \t\r\n\u00A0") == std::wstring_view::npos;
+}
+
 BoundMap BindRemembering(Address& address, const DataMapSpecCollection& maps, RegCacheProvider& cache) {
     if (BoundMap remembered = BindFromMemory(address, maps, cache); remembered.mapper) return remembered;
     BoundMap bound = BindFirstMap(address, maps, true);
@@ -53,7 +58,7 @@ BoundMap BindRemembering(Address& address, const DataMapSpecCollection& maps, Re
 /// A registry cache serves a device that tells who it is, and no other: the values could be another device's.
 void TakeRegistryCache(DataCollectionImpl& collection, RegCacheProvider& provider, std::wstring identity) {
     identity = WithoutUuidScheme(std::move(identity));
-    if (identity.empty()) {
+    if (IsBlank(identity)) {
         if (provider.HasBaseKey())
             logSource.Warning(L"The device has no identity: its values are not cached");
         return;
