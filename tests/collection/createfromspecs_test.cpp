@@ -486,13 +486,20 @@ TEST_F(DeviceMemoryTest, AsksNothingOfAnotherSnmpDevice) {
         made->GetDataMapSpec(0)->AddDataItemSpec(
             L"Name", OIDDataItemSpec::CreateOIDDataItemSpec(L"Name", L"1.3.6.1.2.1.25.3.2.1.3.1", nullptr,
                                                             false, nullptr, 0, nullptr));
+        made->GetDataMapSpec(0)->AddDataItemSpec(
+            L"Walk", NextOIDDataItemSpec::CreateNextOidDataItemSpec(L"Walk", L"1.3.1", nullptr, false,
+                                                                    nullptr, 0, nullptr, true, 0));
+        made->GetDataMapSpec(0)->AddDataItemSpec(
+            L"Table", OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(L"Table", L"1.3.1.N", nullptr, false,
+                                                                     nullptr, 0, nullptr, false, 3, L"0"));
         return made;
     };
     EXPECT_EQ(Read(*Create(device, maps(), Remembering().Get()), L"Name"), S_OK);
     ServeSnmp(*device, L"TWO");
     const auto misled = Create(device, maps(), Remembering().Get());
     EXPECT_EQ(Read(*misled, L"Name"), S_OK) << "from the cache";
-    EXPECT_EQ(Read(*misled, L"x:Name"), notConnected);
+    for (const wchar_t* unknown : {L"x:Name", L"Walk", L"Walk.1", L"Table", L"Table.1"})
+        EXPECT_EQ(Read(*misled, unknown), notConnected) << unknown;
     EXPECT_EQ(Read(*Create(device, maps(), Remembering().Get()), L"x:Name"), S_OK);
 }
 

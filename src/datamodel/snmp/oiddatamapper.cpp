@@ -69,9 +69,10 @@ std::optional<int> ParseElementNumber(std::wstring_view text) {
 }
 
 /// Whether there is no use in asking for further elements: each would cost all the attempts of the
-/// connection.
+/// connection, or there is no device to ask.
 bool IsSilence(HRESULT result) {
-    return result == HRESULT_FROM_WIN32(WSAETIMEDOUT) || result == HRESULT_FROM_WIN32(ERROR_TIMEOUT);
+    return result == HRESULT_FROM_WIN32(WSAETIMEDOUT) || result == HRESULT_FROM_WIN32(ERROR_TIMEOUT) ||
+           result == HRESULT_FROM_WIN32(ERROR_DEVICE_NOT_CONNECTED);
 }
 
 /// Whether a cache keeps values of this type.
