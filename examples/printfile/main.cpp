@@ -54,6 +54,7 @@ bool IsTaken(HRESULT result, const Corvix::IPPResponseBase& response) {
 
 /// Shows the states of the job until it ends. \return whether it was printed.
 bool Follow(Corvix::IPPProvider& printer, const Corvix::IPPResponseBase& response) {
+    const int id = std::atoi(response.GetJobID() ? response.GetJobID() : "");  // a printer may say anything
     std::wstring shown;
     for (;;) {
         VARIANT state = {};
@@ -62,7 +63,7 @@ bool Follow(Corvix::IPPProvider& printer, const Corvix::IPPResponseBase& respons
         const std::wstring now = state.vt == VT_BSTR ? state.bstrVal : L"";
         VariantClear(&state);
         if (now.empty()) return false;
-        if (now != shown) std::printf("job %s is in state %ls\n", response.GetJobID(), now.c_str());
+        if (now != shown) std::printf("job %d is in state %d\n", id, _wtoi(now.c_str()));
         if (now == L"9") return true;                  // completed
         if (now == L"7" || now == L"8") return false;  // canceled, aborted
         shown = now;

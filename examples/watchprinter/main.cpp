@@ -1,5 +1,6 @@
 // Shows the state of a printer and how many jobs wait, whenever one of them changes: watchprinter URI [COUNT
 // [PORT-MAP]], such as watchprinter ipp://192.0.2.7/ipp/print. It ends after COUNT lines, or never.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -15,6 +16,13 @@ std::wstring HostOf(const std::wstring& uri) {
     const size_t start = uri.find(L"://");
     if (start == std::wstring::npos) return {};
     return uri.substr(start + 3, uri.find_first_of(L":/", start + 3) - start - 3);
+}
+
+/// A printer's words, without characters that would steer the terminal or that it may not have.
+std::wstring Shown(std::wstring text) {
+    std::replace_if(
+        text.begin(), text.end(), [](wchar_t c) { return c < L' ' || c > L'~'; }, L'?');
+    return text;
 }
 
 /// What the printer says now: the attributes of its creation, which a provider keeps, would never change.
@@ -38,7 +46,7 @@ std::wstring Describe(Corvix::IPPProvider& printer) {
     const std::wstring reasons = Ask(printer, "printer-state-reasons");
     if (!reasons.empty() && reasons != L"none") line += L" (" + reasons + L")";
     const std::wstring jobs = Ask(printer, "queued-job-count");
-    return jobs.empty() ? line : line + L", jobs: " + jobs;
+    return Shown(jobs.empty() ? line : line + L", jobs: " + jobs);
 }
 
 }  // namespace

@@ -86,6 +86,12 @@ TEST_F(PrintingExamples, WatchesThePrinter) {
               "idle, jobs: 0\r\nidle (toner-low-warning), jobs: 0\r\nidle (toner-low-warning), jobs: 2\r\n");
 }
 
+TEST_F(PrintingExamples, ShowsNothingThatSteersTheTerminal) {
+    Order("values", "printer-state-reasons=\x1B[2Jgr\xC3\xBCn");
+    const CtlRun run = RunProgram(L"watchprinter.exe", {Uri(), L"1"});
+    EXPECT_EQ(run.out, "idle (?[2Jgr?n), jobs: 0\r\n");
+}
+
 TEST(PrintingExamplesAlone, EndWithAnErrorWithoutAPrinter) {
     for (const wchar_t* example : {L"printfile.exe", L"watchprinter.exe"}) {
         EXPECT_EQ(RunProgram(example, {}).exitCode, 2u);
