@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <thread>
 
 #include "corvixdm/disposableptr.h"
@@ -391,6 +392,25 @@ TEST_F(PrintPipeline, IsToldToStopByItsOwnPolls) {
     provider_->StopAllThreadsRunning();
     EXPECT_EQ(stops, 1);
     EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
+}
+
+TEST_F(PrintPipeline, StopsAfterAPollThatRanOutOfMemory) {
+    Open();
+    std::atomic<int> polls{0};
+    printer_.OnOperation([&](int operation) {
+        if (operation != Operation::GetJobs) return;
+        ++polls;
+        throw std::bad_alloc();
+    });
+    constexpr int rounds = 20;
+    for (int round = 1; round <= rounds; ++round) {
+        ASSERT_EQ(Print("one"), S_OK);
+        while (polls < round)
+            Sleep(1);
+        provider_->StopAllThreadsRunning();
+        EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
+    }
+    EXPECT_EQ(polls, rounds) << "each ended its thread";
 }
 
 TEST_F(PrintPipeline, TellsFromTheJobsOfAUserWhetherOneRuns) {

@@ -68,6 +68,24 @@ ListedJob FindJob(const IPPOperations& operations, const IPPRequestBase& request
             isAlone ? reasons : L"", isAlone ? uris : PieceBeside(keys, wanted, uris)};
 }
 
+/// Takes a poll off the list of those that a stop cuts, however the poll ends.
+class PollEnd {
+public:
+    PollEnd(std::mutex& lock, std::vector<IPPOperations*>& polls, IPPOperations* poll)
+        : lock_(lock), polls_(polls), poll_(poll) {}
+    ~PollEnd() {
+        const std::lock_guard<std::mutex> lock(lock_);
+        polls_.erase(std::find(polls_.begin(), polls_.end(), poll_));
+    }
+    PollEnd(const PollEnd&) = delete;
+    PollEnd& operator=(const PollEnd&) = delete;
+
+private:
+    std::mutex& lock_;
+    std::vector<IPPOperations*>& polls_;
+    IPPOperations* const poll_;
+};
+
 }  // namespace
 
 HRESULT IPPProviderImpl::JudgeJob(const std::wstring& state, const std::wstring& reasons) {
@@ -178,10 +196,8 @@ HRESULT IPPProviderImpl::RunPoll(Poll poll) {
             if (!polling_.GetbPrinteStatusThreadPoll()) return E_FAIL;  // stopped
             polls_.push_back(operations.get());
         }
-        const HRESULT result = poll(*operations);
-        const std::lock_guard<std::mutex> lock(pollsLock_);
-        polls_.erase(std::find(polls_.begin(), polls_.end(), operations.get()));
-        return result;
+        const PollEnd end(pollsLock_, polls_, operations.get());
+        return poll(*operations);
     });
 }
 
