@@ -340,6 +340,16 @@ TEST_F(PrintPipeline, PrintsByReference) {
     EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
 }
 
+TEST_F(PrintPipeline, FollowsTheJobsOfOneUserAtATime) {
+    OpenForDocuments();
+    ASSERT_EQ(provider_->PrintUri(request_.Get(), response_.Get()), S_OK);
+    ASSERT_EQ(Send("one"), S_OK);
+    EXPECT_NE(provider_->GetPrintStatusEventHandle(), nullptr);
+    request_->SetRequestingUserName("bob");
+    ASSERT_EQ(Send("one"), S_OK);
+    EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
+}
+
 TEST_F(PrintPipeline, CancelsAJob) {
     OpenForDocuments();
     ASSERT_EQ(Print("one"), S_OK);

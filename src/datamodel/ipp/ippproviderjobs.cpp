@@ -318,6 +318,8 @@ HRESULT IPPProviderImpl::SendDocument(IPPRequestBase* request, IPPResponseBase* 
     if (!DescribesDocument(*request)) return E_FAIL;
     if (length <= 0 || !data) return FailWith(ERROR_INVALID_PARAMETER);
     return KyUtils::RaisingComErrors([&] {
+        // A job that is followed meanwhile, one printed by reference, is its user's.
+        if (userName_ != request->GetRequestingUserName()) StopAllThreadsRunning();
         userName_ = request->GetRequestingUserName();
         IPPOperations& job = RenewJobOperations();
         job.SetSecurityFlags(operations_->SecurityFlags());
