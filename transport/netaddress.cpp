@@ -68,6 +68,7 @@ SnmpOptions NetAddress::SnmpSettings() {
     SnmpOptions snmp = options_.snmp;
     snmp.host = host_.Get();
     snmp.port = options_.portMap.Udp(161);
+    snmp.stopEvent = options_.stopEvent;
     return snmp;
 }
 

@@ -67,12 +67,13 @@ struct NetAddressOptions {
     /// The longest body of a response in bytes.
     unsigned long maximumBodyLength = 16ul * 1024 * 1024;
     PortMap portMap;
-    /// Its host and port are filled in by the address.
+    /// Its host, port and stop event are filled in by the address.
     SnmpOptions snmp;
     bool webServicePortAvailable = true;
     ExchangeObserver observer;
     /// An event of the caller's, which outlives the address and everything made by it; null for none. Once it
-    /// is set, every HTTP exchange of the address ends soon with ERROR_CANCELLED, and no other one begins.
+    /// is set, every HTTP exchange and SNMP operation of the address ends soon with ERROR_CANCELLED, and no
+    /// other one begins.
     HANDLE stopEvent = nullptr;
 };
 

@@ -176,7 +176,7 @@ int SnmpConnection::AwaitAnswer(UdpSocket& socket, const SnmpMessage& request, S
     const auto deadline = UdpSocket::Clock::now() + std::chrono::milliseconds(options_.timeoutMilliseconds);
     for (;;) {
         std::string_view datagram;
-        if (const int error = socket.Receive(deadline, &datagram)) return error;
+        if (const int error = socket.Receive(deadline, options_.stopEvent, &datagram)) return error;
         std::optional<SnmpMessage> message = DecodeSnmpMessage(datagram);
         if (!message || !IsAnswerTo(request, *message)) continue;
         *answer = std::move(*message);
@@ -186,6 +186,8 @@ int SnmpConnection::AwaitAnswer(UdpSocket& socket, const SnmpMessage& request, S
 
 int SnmpConnection::Attempt(UdpSocket& socket, const SnmpMessage& request, std::string_view datagram,
                             SnmpMessage* answer) {
+    if (options_.stopEvent && WaitForSingleObject(options_.stopEvent, 0) == WAIT_OBJECT_0)
+        return ERROR_CANCELLED;
     const int error = socket.Send(datagram);
     return error != 0 ? error : AwaitAnswer(socket, request, answer);
 }
@@ -202,6 +204,7 @@ HRESULT SnmpConnection::SendAndWait(const SnmpMessage& request, SnmpMessage* ans
     for (size_t attempt = 0; attempt < attempts; ++attempt) {
         const size_t endpoint = attempt % endpoints_.size();
         error = Attempt(endpoints_[endpoint], request, datagram, answer);
+        if (error == ERROR_CANCELLED) break;
         if (error != 0) continue;
         KeepOnly(endpoint);
         return S_OK;

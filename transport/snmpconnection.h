@@ -21,6 +21,9 @@ struct SnmpOptions {
     unsigned timeoutMilliseconds = 2000;
     /// How often a request is sent again when no answer came.
     unsigned retries = 2;
+    /// An event of the caller's, which outlives the connection; null for none. Once it is set, every operation
+    /// ends soon with ERROR_CANCELLED, and nothing more is sent.
+    HANDLE stopEvent = nullptr;
 };
 
 /// Makes a connection that holds one reference, owned by the caller. Nothing is sent yet: an unreachable

@@ -1,5 +1,7 @@
 #include "transport/udpsocket.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace CorvixTransport {
@@ -21,6 +23,19 @@ bool IsSameHost(const in_addr& left, const in_addr& right) {
 
 bool IsSameHost(const in6_addr& left, const in6_addr& right) {
     return std::memcmp(&left, &right, sizeof(left)) == 0;
+}
+
+// How long a wait goes on before it looks at the event that may end it.
+constexpr std::int64_t stopCheckMicroseconds = 100'000;
+
+bool IsSet(HANDLE event) { return event && WaitForSingleObject(event, 0) == WAIT_OBJECT_0; }
+
+int Select(const Socket& socket, std::int64_t microseconds) {
+    fd_set readable;
+    FD_ZERO(&readable);
+    FD_SET(socket.Get(), &readable);
+    timeval wait{static_cast<long>(microseconds / 1'000'000), static_cast<long>(microseconds % 1'000'000)};
+    return select(0, &readable, nullptr, nullptr, &wait);
 }
 
 bool IsSamePeer(const sockaddr_storage& left, const sockaddr_storage& right) {
@@ -57,21 +72,20 @@ int UdpSocket::Send(std::string_view datagram) {
     return WSAGetLastError();
 }
 
-int UdpSocket::WaitUntilReadable(Clock::time_point deadline) {
-    const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - Clock::now()).count();
-    if (left <= 0) return WSAETIMEDOUT;
-    fd_set readable;
-    FD_ZERO(&readable);
-    FD_SET(socket_.Get(), &readable);
-    timeval wait{static_cast<long>(left / 1'000'000), static_cast<long>(left % 1'000'000)};
-    const int ready = select(0, &readable, nullptr, nullptr, &wait);
-    if (ready < 0) return WSAGetLastError();
-    return ready == 0 ? WSAETIMEDOUT : 0;
+int UdpSocket::WaitUntilReadable(Clock::time_point deadline, HANDLE stop) {
+    for (;;) {
+        if (IsSet(stop)) return ERROR_CANCELLED;
+        const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - Clock::now()).count();
+        if (left <= 0) return WSAETIMEDOUT;
+        const int ready = Select(socket_, stop ? std::min<std::int64_t>(left, stopCheckMicroseconds) : left);
+        if (ready < 0) return WSAGetLastError();
+        if (ready > 0) return 0;
+    }
 }
 
-int UdpSocket::Receive(Clock::time_point deadline, std::string_view* datagram) {
+int UdpSocket::Receive(Clock::time_point deadline, HANDLE stop, std::string_view* datagram) {
     for (;;) {
-        if (const int error = WaitUntilReadable(deadline)) return error;
+        if (const int error = WaitUntilReadable(deadline, stop)) return error;
         sockaddr_storage sender{};
         int senderLength = sizeof(sender);
         const int length = recvfrom(socket_.Get(), buffer_.data(), static_cast<int>(buffer_.size()), 0,

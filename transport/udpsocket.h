@@ -20,12 +20,13 @@ public:
 
     int Open(const addrinfoW& peer);
     int Send(std::string_view datagram);
-    // Waits for the next datagram, until the deadline and no longer, however much arrives: WSAETIMEDOUT.
-    // `datagram` points into the socket's own buffer until the next call.
-    int Receive(Clock::time_point deadline, std::string_view* datagram);
+    // Waits for the next datagram, until the deadline and no longer, however much arrives: WSAETIMEDOUT; or
+    // until the event, if any, is set: ERROR_CANCELLED. `datagram` points into the socket's own buffer until
+    // the next call.
+    int Receive(Clock::time_point deadline, HANDLE stop, std::string_view* datagram);
 
 private:
-    int WaitUntilReadable(Clock::time_point deadline);
+    int WaitUntilReadable(Clock::time_point deadline, HANDLE stop);
 
     Socket socket_;
     sockaddr_storage peer_{};

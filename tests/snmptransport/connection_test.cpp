@@ -78,6 +78,26 @@ TEST(SnmpConnection, AsksInTheVersionAndCommunityGiven) {
     }
 }
 
+TEST(SnmpConnection, EndsWithTheEventOfItsCaller) {
+    const HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    {
+        ScriptedAgent agent([stop](size_t, const SnmpMessage&) {
+            SetEvent(stop);
+            return Turn{};
+        });
+        SnmpOptions options = OptionsFor(agent, patient, 3);
+        options.stopEvent = stop;
+        const DisposablePtr<MIBConnection> connection(CreateSnmpConnection(options));
+        Value value;
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(connection->GetValue(descrText, &value.variant), HRESULT_FROM_WIN32(ERROR_CANCELLED));
+            EXPECT_EQ(value.variant.vt, VT_EMPTY);
+        }
+        EXPECT_EQ(agent.Received().size(), 1u) << "nothing is sent once the event is set";
+    }
+    CloseHandle(stop);
+}
+
 struct HostCase {
     const wchar_t* bound;
     const wchar_t* asked;

@@ -55,6 +55,20 @@ TEST(NetAddress, MayGoByAnotherNameThanItsHost) {
     EXPECT_STREQ(address->GetHostName(), L"192.0.2.7");
 }
 
+TEST(NetAddress, StopsItsSnmpConnectionsToo) {
+    const NetEvent stop;
+    stop.Set();
+    NetAddressOptions options = Options(L"127.0.0.71");
+    options.stopEvent = stop.Get();
+    options.snmp.retries = 0;
+    const AddressPtr address(CreateNetAddress(options));
+    Corvix::DisposablePtr<Corvix::MIBConnection> connection;
+    ASSERT_EQ(address->CreateMIBConnection(connection.Receive()), S_OK);
+    VARIANT value;
+    VariantInit(&value);
+    EXPECT_EQ(connection->GetValue(L"1.3.6.1.2.1.1.1.0", &value), HRESULT_FROM_WIN32(ERROR_CANCELLED));
+}
+
 TEST(NetAddress, KeepsTextsThatItHandedOut) {
     const AddressPtr address(CreateNetAddress(Options(L"printer", L"631")));
     const wchar_t* const port = address->GetPort();
