@@ -38,6 +38,8 @@ Canceller::~Canceller() {
 
 void Canceller::Begin(Corvix::IPPProvider& provider) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    // Nobody cancels what would begin after Cancel() found nothing.
+    StopIfInterrupted();
     provider_ = Corvix::DisposablePtr<Corvix::IPPProvider>::Share(&provider);
 }
 

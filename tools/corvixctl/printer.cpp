@@ -123,6 +123,7 @@ Printer MakePrinter(const Arguments& arguments, const UriParts& parts, HANDLE st
     if (port == httpsPort) printer.uri += L":443";
     printer.uri += parts.path;
     if (arguments.Has(L"insecure")) printer.securityFlags = acceptAnyCertificate;
+    printer.isInterruptible = stopEvent != nullptr;
     printer.device = OpenDevice(std::move(options));
     return printer;
 }
@@ -221,7 +222,7 @@ std::wstring ReasonOfIppFailure(const Printer& printer, unsigned long lastError)
 }
 
 void FailAsUnanswered(const Printer& printer, unsigned long lastError) {
-    StopIfInterrupted();
+    if (printer.isInterruptible) StopIfInterrupted();
     const ExchangeJournal& journal = *printer.device.journal;
     if (journal.Unreachable() && !journal.HasAnswered()) FailAsOutOfReach(printer, *journal.Unreachable());
     throw Failure(ExitCode::Incomplete,

@@ -22,6 +22,8 @@ struct Printer {
     bool isNamedByUri = false;
     // For the transport's TLS.
     unsigned securityFlags = 0;
+    // Whether the user's wish to stop breaks its exchanges off, so that a failure may be no more than that.
+    bool isInterruptible = true;
 };
 
 // Reads --uri and --insecure, or --device and --resource. Throws UsageError. Nothing is sent yet.
