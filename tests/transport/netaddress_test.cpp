@@ -1,4 +1,5 @@
 #include "transport/httptest.h"
+#include "transport/waiting.h"
 
 namespace CorvixTransport {
 namespace {
