@@ -68,6 +68,7 @@ void Write(const Device& device, const MapFile& file, int number) {
     target->intVal = number;
     const HRESULT result = SetValueFromSingleRequest(device.address.Get(), file.Text().c_str(), target);
     if (result == S_OK) return;
+    StopIfInterrupted();
     const auto status = static_cast<RequestStatus>(result);
     if (status == RequestStatus::SnmpWriteFailed) {
         if (const auto reason = WhyNoSnmp(*device.address)) FailAsUnreachable(device, *reason);
