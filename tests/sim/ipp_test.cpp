@@ -324,6 +324,9 @@ TEST_F(SimIpp, TakesDocumentsOneAfterTheOther) {
     EXPECT_EQ(Ask(Request(kSendDocument, Start() + JobId(id) + Last(false)) + "three").status, 0);
     EXPECT_EQ(Ask(Request(kCloseJob, Start() + JobId(id))).status, 0);
     EXPECT_EQ(Ask(Request(kSendDocument, Start() + JobId(id) + Last(true)) + "late").status, 0x0404);
+    char refused[32];
+    snprintf(refused, sizeof refused, "job-%04d-3.prn", id);
+    EXPECT_FALSE(std::filesystem::exists(spool_ / refused));
     AwaitState(id, "9");
     EXPECT_EQ(AskJob(id).Text("number-of-documents"), "2");
     EXPECT_NE(sim_->Control("GET", "/sim/jobs").find("\"octets\":8,\"attributes\":{\"copies\":\"2\"}"),

@@ -250,11 +250,13 @@ std::string IppPrinter::StoragePath(int id, size_t number, const std::string& fo
 void IppPrinter::ReceiveDocument(const IppCall& call, int id, bool last) {
     JobDocument document = DocumentOf(call);
     const std::optional<Job> job = device_.jobs.Find(id);
-    document.path = StoragePath(id, job ? job->documents.size() + 1 : 1, document.format);
-    std::ofstream file;
-    if (!document.path.empty()) file.open(std::filesystem::u8path(document.path), std::ios::binary);
-    if (!file) throw IppError(IppStatus::InternalError, "cannot write " + document.path);
+    const std::string path = StoragePath(id, job ? job->documents.size() + 1 : 1, document.format);
+    document.path = path;
+    // A job that takes no more documents refuses it here, before there is a file.
     Receipt receipt(device_.jobs, id, std::move(document));
+    std::ofstream file;
+    if (!path.empty()) file.open(std::filesystem::u8path(path), std::ios::binary);
+    if (!file) throw IppError(IppStatus::InternalError, "cannot write " + path);
     std::vector<char> piece(kPiece);
     bool wanted = true;
     while (const size_t length = call.source.ReadDocument(piece.data(), piece.size())) {
