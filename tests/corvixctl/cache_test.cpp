@@ -97,6 +97,15 @@ TEST_F(CtlCache, NoticesThatAnotherDeviceHasTakenThePlace) {
     }
 }
 
+TEST_F(CtlCache, AsksEachTimeWhoAnswersToACommunity) {
+    Get(key_, {});
+    sim_.Control("POST", "/sim/counters/reset");
+    const auto rows = ParseCsv(Get(key_, {L"--community", L"other", L"Model"}).out);
+    ASSERT_THAT(rows, SizeIs(2));
+    EXPECT_EQ(rows[1][3], "cache");
+    EXPECT_GT(Requests(), 0) << "no device is remembered by a secret";
+}
+
 TEST_F(CtlCache, KeepsTheElementsOfWalks) {
     const TempFile walks(R"(<DataMaps><OIDDataMap>
   <NextDataItem Name="Level" OID="1.3.6.1.2.1.43.11.1.1.9.1" UntilEnd="true" LifeSpan="600"/>

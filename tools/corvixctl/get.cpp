@@ -53,8 +53,10 @@ Cell SourceCell(ValueSource source) {
 // How long an address is taken to lead to the device that it led to, in tenths of a second.
 constexpr unsigned deviceLifespan = 10 * 60 * 10;
 
-// The same host has other devices behind other ports.
+// The same host has other devices behind other ports. It may have others behind another community, too: a secret
+// that is not written down, so such a device is asked each time who it is.
 std::wstring WayTo(const Device& device, const Arguments& arguments) {
+    if (arguments.Find(L"community")) return {};
     const auto ports = arguments.Find(L"port-map");
     return ports ? device.host + L" " + *ports : device.host;
 }
