@@ -46,10 +46,10 @@ start_ippeveprinter() {
 
 listens() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
-# wait_until COMMAND...: tries for ten seconds.
+# wait_until COMMAND...: tries for half a minute.
 wait_until() {
     local i
-    for i in $(seq 100); do
+    for i in $(seq 300); do
         "$@" && return 0
         sleep 0.1
     done

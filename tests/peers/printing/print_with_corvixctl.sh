@@ -20,7 +20,7 @@ lists() { ctl list jobs --format csv && grep -q "$1" "$scratch/list"; }
 unlists() { ! lists "$1"; }
 wait_for() {
     local i
-    for i in $(seq 100); do "$@" && return 0; sleep 0.1; done
+    for i in $(seq 300); do "$@" && return 0; sleep 0.1; done
     fail "waited in vain for: $*"
 }
 
