@@ -12,7 +12,12 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 
 # Every program and the DLL carry the compiler's runtime, so that only system DLLs are imported.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
+set(link "-static")
+find_program(CORVIX_LLD ld.lld)
+if(CORVIX_LLD)
+  string(APPEND link " -wrapper ${CMAKE_CURRENT_LIST_DIR}/link-with-lld")
+endif()
+set(CMAKE_EXE_LINKER_FLAGS_INIT "${link}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${link}")
 
 set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/wine-run;${CMAKE_BINARY_DIR}/wineprefix")

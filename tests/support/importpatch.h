@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -23,26 +24,34 @@ public:
     ~ImportPatch() { Exchange(original_); }
 
 private:
+    // A linker may put the tables at any address, aligned or not.
+    template <class T>
+    static T Read(const void* from) {
+        T value;
+        std::memcpy(&value, from, sizeof value);
+        return value;
+    }
     static void** FindSlot(HMODULE module, const char* name) {
         auto* base = reinterpret_cast<BYTE*>(module ? module : GetModuleHandleW(nullptr));
-        const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-        const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-        const DWORD imports = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-        for (auto* dll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports); dll->Name; ++dll) {
-            if (void** slot = FindSlotIn(base, *dll, name)) return slot;
+        const auto* nt = base + Read<IMAGE_DOS_HEADER>(base).e_lfanew;
+        const DWORD imports = Read<IMAGE_NT_HEADERS>(nt)
+                                  .OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT]
+                                  .VirtualAddress;
+        for (const BYTE* at = base + imports;; at += sizeof(IMAGE_IMPORT_DESCRIPTOR)) {
+            const auto dll = Read<IMAGE_IMPORT_DESCRIPTOR>(at);
+            if (!dll.Name) return nullptr;
+            if (void** slot = FindSlotIn(base, dll, name)) return slot;
         }
-        return nullptr;
     }
     static void** FindSlotIn(BYTE* base, const IMAGE_IMPORT_DESCRIPTOR& dll, const char* name) {
-        const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + dll.OriginalFirstThunk);
         auto** slots = reinterpret_cast<void**>(base + dll.FirstThunk);
-        for (; names->u1.AddressOfData; ++names, ++slots) {
-            if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
-            const auto* import =
-                reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-            if (std::strcmp(reinterpret_cast<const char*>(import->Name), name) == 0) return slots;
+        for (const BYTE* at = base + dll.OriginalFirstThunk;; at += sizeof(IMAGE_THUNK_DATA), ++slots) {
+            const auto thunk = Read<IMAGE_THUNK_DATA>(at);
+            if (!thunk.u1.AddressOfData) return nullptr;
+            if (IMAGE_SNAP_BY_ORDINAL(thunk.u1.Ordinal)) continue;
+            const BYTE* import = base + thunk.u1.AddressOfData + offsetof(IMAGE_IMPORT_BY_NAME, Name);
+            if (std::strcmp(reinterpret_cast<const char*>(import), name) == 0) return slots;
         }
-        return nullptr;
     }
     void* Exchange(void* function) {
         DWORD protection = 0;
