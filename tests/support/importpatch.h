@@ -56,8 +56,8 @@ private:
     void* Exchange(void* function) {
         DWORD protection = 0;
         VirtualProtect(slot_, sizeof *slot_, PAGE_READWRITE, &protection);
-        void* old = *slot_;
-        *slot_ = function;
+        void* old = Read<void*>(slot_);
+        std::memcpy(slot_, &function, sizeof function);
         VirtualProtect(slot_, sizeof *slot_, protection, &protection);
         return old;
     }
