@@ -17,6 +17,8 @@ build() {
     [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" >"build-$preset.log" 2>&1 ||
         { cat "build-$preset.log" >&2; die "cannot configure $preset"; }
     rm -f "build-$preset.log"
+    # Where editors look for how a file is compiled.
+    [ "$preset" != windows-debug ] || ln -sf build/windows-debug/compile_commands.json compile_commands.json
     cmake --build "build/$preset" ${@:+--target "$@"} >&2
 }
 
@@ -32,6 +34,35 @@ stop_wine() {
     for prefix in "$root"/build/*/wineprefix; do
         [ -d "$prefix" ] && "$root/cmake/wine-run" "$prefix" --stop >/dev/null 2>&1 || true
     done
+}
+
+# count LABEL COMMAND...: one check that is no ctest.
+passed=0
+failed=0
+count() {
+    local label=$1
+    shift
+    if "$@"; then passed=$((passed + 1)); else failed=$((failed + 1)); say "FAILED: $label"; fi
+}
+
+# ctest_preset PRESET [REGEX]: runs the tests of a preset that is built, and adds up what they say. Most of them wait,
+# so there are several for each core.
+ctest_preset() {
+    local log="build/$1/ctest.log" summary bad total
+    ctest --test-dir "build/$1" -j $((4 * $(nproc))) --output-on-failure ${2:+-R "$2"} 2>&1 | tee "$log" |
+        grep -vE ' +Start +[0-9]+:|Passed +[0-9.]+ sec$' >&2 || true
+    summary=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$log") ||
+        { grep -q 'No tests were found' "$log" && return; die "$1: no test result, see $log"; }
+    bad=$(sed -E 's/.*, ([0-9]+) tests failed.*/\1/' <<<"$summary")
+    total=$(sed -E 's/.*out of ([0-9]+).*/\1/' <<<"$summary")
+    failed=$((failed + bad))
+    passed=$((passed + total - bad))
+}
+
+# verdict: the last line, and whether all went well.
+verdict() {
+    printf '%d passed, %d failed\n' "$passed" "$failed"
+    [ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]
 }
 
 sources() {
