@@ -28,7 +28,20 @@ allow src/datamodel/binding 'datamodel/|resolver/|utilslib/|corvixdm/'
 for folder in transport examples; do
     allow $folder "$public|transport/"
 done
-allow tools "$public|transport/|[a-z]+/[a-z]+\\.h\""
+allow tools/corvixsim "$public|transport/|[a-z]+/[a-z]+\\.h\""
+
+# The rooms of corvixctl, each with those below it.
+ctl=base
+beside='corvixdm/|transport/|utilslib/|wire/'
+for room in base output device maps printing commands; do
+    case $room in
+        maps) ctl='base|output|device|maps' ;;
+        printing) ctl='base|output|device|printing' ;;
+        commands) ctl='base|output|device|maps|printing|commands' ;;
+        *) ctl="$ctl|$room" ;;
+    esac
+    allow tools/corvixctl/$room "($ctl)/|$beside"
+done
 
 # Only those that put the house together name another room's concrete classes.
 lines=$(grep -rnE '#include "datamodel/[a-z]+/[a-z]+impl\.h"' --include='*.h' --include='*.cpp' src |

@@ -5,11 +5,11 @@
 
 #include <new>
 
-#include "com.h"
-#include "commands.h"
-#include "console.h"
-#include "help.h"
-#include "systemtext.h"
+#include "base/com.h"
+#include "base/console.h"
+#include "base/systemtext.h"
+#include "commands/commands.h"
+#include "commands/help.h"
 
 namespace CorvixCtl {
 

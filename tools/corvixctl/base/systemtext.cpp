@@ -1,0 +1,33 @@
+#include "base/systemtext.h"
+
+#include <windows.h>
+
+#include <array>
+
+#include "base/text.h"
+
+namespace CorvixCtl {
+
+std::wstring SystemText(unsigned long code) {
+    std::array<wchar_t, 512> text{};
+    constexpr DWORD flags =
+        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
+    const DWORD length =
+        FormatMessageW(flags, nullptr, code, 0, text.data(), static_cast<DWORD>(text.size()), nullptr);
+    std::wstring line(text.data(), length);
+    line.erase(line.find_last_not_of(L" .\r\n") + 1);
+    if (!line.empty()) return line;
+    return L"error " + (code > 0xFFFF ? ToHex(code) : std::to_wstring(code));
+}
+
+std::wstring ToHex(unsigned long code) { return Formatted(L"0x%08lX", code); }
+
+double SecondsSince(unsigned long long fileTime) {
+    FILETIME now = {};
+    GetSystemTimeAsFileTime(&now);
+    const ULARGE_INTEGER ticks = {{now.dwLowDateTime, now.dwHighDateTime}};
+    constexpr double ticksPerSecond = 1e7;
+    return ticks.QuadPart <= fileTime ? 0 : static_cast<double>(ticks.QuadPart - fileTime) / ticksPerSecond;
+}
+
+}  // namespace CorvixCtl

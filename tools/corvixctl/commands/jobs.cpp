@@ -1,0 +1,77 @@
+// jobs: what a printer has to do, and what it has done.
+#include <algorithm>
+
+#include "base/console.h"
+#include "commands/commands.h"
+#include "output/format.h"
+#include "printing/joblist.h"
+#include "transport/text.h"
+
+namespace CorvixCtl {
+namespace {
+
+const OptionGroup jobsOptions = {
+    L"Jobs",
+    {{L"all", nullptr, L"those that have ended, too, as far as the printer remembers them"}},
+};
+
+using CorvixTransport::ToWide;
+
+Cell NumberOrNothing(const std::optional<long long>& number) { return number ? Cell(*number) : Cell(); }
+
+Cell AgeOf(const ListedJob& job) {
+    const std::optional<long long> age = job.Age();
+    return age ? Cell(Seconds{static_cast<double>(*age)}) : Cell();
+}
+
+Records ToRecords(const std::vector<ListedJob>& jobs) {
+    Records records{
+        {{L"id"}, {L"state"}, {L"reasons", true}, {L"name"}, {L"user"}, {L"kilobytes", true}, {L"age", true}},
+        {}};
+    for (const ListedJob& job : jobs) {
+        records.rows.push_back({static_cast<long long>(job.id), StateName(job.state), ToWide(job.reasons),
+                                ToWide(job.name), ToWide(job.user), NumberOrNothing(job.kilobytes),
+                                AgeOf(job)});
+    }
+    return records;
+}
+
+std::vector<ListedJob> ReadJobs(const Printer& printer, const std::string& user, bool all) {
+    std::vector<ListedJob> jobs = ListJobs(printer, user, WhichJobs::NotCompleted);
+    if (!all) return jobs;
+    const std::vector<ListedJob> ended = ListJobs(printer, user, WhichJobs::Completed);
+    jobs.insert(jobs.end(), ended.begin(), ended.end());
+    std::sort(jobs.begin(), jobs.end(),
+              [](const ListedJob& left, const ListedJob& right) { return left.id < right.id; });
+    return jobs;
+}
+
+ExitCode RunJobs(const Arguments& arguments) {
+    const Format format = ReadFormat(arguments);
+    const Printer printer = OpenPrinter(arguments);
+    const Records records = ToRecords(ReadJobs(printer, UserName(arguments), arguments.Has(L"all")));
+    PrintAs(format, FormsOf(records, JsonDocument().Add(L"printer", printer.uri), L"jobs"));
+    return ExitCode::Done;
+}
+
+}  // namespace
+
+const Command& JobsCommand() {
+    static const Command command = {
+        L"jobs",
+        L"--uri URI [--all]",
+        L"list the jobs of a printer",
+        L"Lists the jobs that have not ended, of all users, as far as the printer tells: number, state, "
+        L"reasons\n"
+        L"for the state, name, user, size and age.",
+        L"corvixctl jobs --uri ipp://192.0.2.7/ipp/print\n"
+        L"corvixctl jobs --uri ipp://192.0.2.7/ipp/print --all --format json",
+        {&jobsOptions, &printerOptions, &deviceOptions, &formatOptions},
+        0,
+        0,
+        RunJobs,
+    };
+    return command;
+}
+
+}  // namespace CorvixCtl

@@ -1,0 +1,115 @@
+#include "maps/mapdocument.h"
+
+#include <shlwapi.h>
+
+#include <optional>
+
+#include "base/files.h"
+#include "base/systemtext.h"
+#include "base/xmlfault.h"
+#include "maps/mapitems.h"
+
+namespace CorvixCtl {
+namespace {
+
+constexpr CLSID domDocumentClass = {
+    0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+
+std::string ReadMapFile(const std::wstring& path) {
+    std::string bytes = ReadFileBytes(path, ExitCode::BadMap, L"map");
+    if (bytes.empty())
+        throw BadMap(path, L"the file is empty; a map is an XML document with the root DataMaps");
+    return bytes;
+}
+
+ComPtr<IStream> StreamOver(const std::string& bytes) {
+    ComPtr<IStream> stream;
+    stream.Attach(
+        SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<UINT>(bytes.size())));
+    return stream;
+}
+
+std::wstring ReasonOf(IXMLDOMDocument& document) {
+    ComPtr<IXMLDOMParseError> error;
+    Bstr reason;
+    if (FAILED(document.get_parseError(&error)) || FAILED(error->get_reason(reason.Receive()))) return {};
+    std::wstring text(reason.View());
+    text.erase(text.find_last_not_of(L" .\r\n") + 1);
+    // Some parsers know no better.
+    return text == L"error" ? std::wstring() : text;
+}
+
+Failure NotXml(const std::wstring& path, const std::string& bytes, IXMLDOMDocument& document) {
+    const ComPtr<IStream> stream = StreamOver(bytes);
+    const std::optional<XmlFault> fault = stream ? FindXmlFault(*stream.Get()) : std::nullopt;
+    if (fault) {
+        return BadMap(path, L"not well-formed XML at line " + std::to_wstring(fault->line) + L", column " +
+                                std::to_wstring(fault->column) + L": " + fault->reason);
+    }
+    const std::wstring reason = ReasonOf(document);
+    return BadMap(path, L"not well-formed XML" + (reason.empty() ? L"" : L": " + reason));
+}
+
+ComPtr<IXMLDOMDocument> ParseMap(const std::wstring& path, const std::string& bytes) {
+    ComPtr<IXMLDOMDocument> document;
+    const HRESULT created =
+        CoCreateInstance(domDocumentClass, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument, &document);
+    if (FAILED(created))
+        throw BadMap(path, L"the system's XML parser cannot be started: " +
+                               SystemText(static_cast<unsigned long>(created)));
+    const ComPtr<IStream> stream = StreamOver(bytes);
+    VARIANT source = {};
+    source.vt = VT_UNKNOWN;
+    source.punkVal = stream.Get();
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    document->put_async(VARIANT_FALSE);
+    if (!stream || FAILED(document->load(source, &loaded)) || loaded != VARIANT_TRUE)
+        throw NotXml(path, bytes, *document.Get());
+    return document;
+}
+
+ComPtr<IXMLDOMNode> SelectDataMaps(const std::wstring& path, IXMLDOMDocument& document) {
+    ComPtr<IXMLDOMNode> root;
+    document.selectSingleNode(Bstr(L"DataMaps").Get(), &root);
+    if (root) return root;
+    ComPtr<IXMLDOMElement> element;
+    Bstr name;
+    if (document.get_documentElement(&element) == S_OK) element->get_nodeName(name.Receive());
+    throw BadMap(path, L"the root element is " + std::wstring(name.View()) + L", not DataMaps");
+}
+
+void SetPrinterPath(IXMLDOMNode& root, const std::wstring& printerPath) {
+    ComPtr<IXMLDOMNodeList> found;
+    root.selectNodes(Bstr(L"IPPDataMap/" + std::wstring(parametersItem)).Get(), &found);
+    VARIANT value = {};
+    value.vt = VT_BSTR;
+    const Bstr text(printerPath);
+    value.bstrVal = text.Get();
+    ComPtr<IXMLDOMNode> node;
+    while (found && found->nextNode(&node) == S_OK) {
+        ComPtr<IXMLDOMElement> element;
+        if (SUCCEEDED(node->QueryInterface(IID_IXMLDOMElement, &element)))
+            element->setAttribute(Bstr(L"ResourceURI").Get(), value);
+    }
+}
+
+}  // namespace
+
+Failure BadMap(const std::wstring& path, const std::wstring& reason) {
+    return Failure(ExitCode::BadMap, L"map " + path + L": " + reason);
+}
+
+ComPtr<IXMLDOMNode> LoadDataMaps(const std::wstring& path, const std::wstring& printerPath) {
+    const ComPtr<IXMLDOMDocument> document = ParseMap(path, ReadMapFile(path));
+    ComPtr<IXMLDOMNode> root = SelectDataMaps(path, *document.Get());
+    if (!printerPath.empty()) SetPrinterPath(*root.Get(), printerPath);
+    return root;
+}
+
+std::wstring XmlOf(IXMLDOMNode& node) {
+    Bstr xml;
+    node.get_xml(xml.Receive());
+    return std::wstring(xml.View());
+}
+
+}  // namespace CorvixCtl

@@ -1,0 +1,71 @@
+#include "printing/job.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cwchar>
+
+#include "base/com.h"
+#include "output/records.h"
+
+namespace CorvixCtl {
+namespace {
+
+unsigned ToNumber(const char* text) {
+    return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : 0;
+}
+
+std::wstring TextOf(const VARIANT& value) {
+    return value.vt == VT_BSTR && value.bstrVal ? std::wstring(value.bstrVal) : std::wstring();
+}
+
+}  // namespace
+
+JobRef JobOf(const Corvix::IPPResponseBase& response) {
+    const char* uri = response.GetJobURI();
+    return {ToNumber(response.GetJobID()), uri ? uri : ""};
+}
+
+std::optional<unsigned> StatusOf(const Corvix::IPPResponseBase& response) {
+    const char* status = response.GetSuccessStatus();
+    const bool isNumber = status && *status >= '0' && *status <= '9';
+    return isNumber ? std::optional(ToNumber(status)) : std::nullopt;
+}
+
+std::wstring ToText(const JobStatus& status) {
+    const std::wstring state = StateName(status.state);
+    return status.reasons.empty() ? state : state + L" (" + MakeVisible(status.reasons) + L")";
+}
+
+std::optional<JobStatus> AskForJob(Corvix::IPPProvider& provider, const JobRef& job) {
+    Variant answer;
+    if (FAILED(provider.GetIPPValue("job-state,job-state-reasons", 1, answer.Receive(), job.uri.c_str(),
+                                    nullptr, 0, 0, " ")))
+        return std::nullopt;
+    // The values in the order asked for: the state's number, then the reasons.
+    const std::wstring text = TextOf(answer.Get());
+    const size_t comma = std::min(text.find(L','), text.size());
+    const unsigned long state = std::wcstoul(text.substr(0, comma).c_str(), nullptr, 10);
+    if (state == 0) return std::nullopt;
+    JobStatus status{static_cast<JobState>(state), text.substr(std::min(comma + 1, text.size()))};
+    if (status.reasons == L"none") status.reasons.clear();
+    return status;
+}
+
+std::wstring AskForPrinterReasons(Corvix::IPPProvider& provider) {
+    Variant answer;
+    provider.GetIPPValue("printer-state-reasons", 0, answer.Receive(), nullptr, nullptr, 0, 0, " ");
+    const std::wstring reasons = TextOf(answer.Get());
+    return reasons == L"none" ? L"" : MakeVisible(reasons);
+}
+
+std::optional<unsigned> CancelJob(Corvix::IPPProvider& provider, const std::string& user, const JobRef& job) {
+    const Corvix::DisposablePtr<Corvix::IPPRequestBase> request(CreateIPPRequest());
+    const Corvix::DisposablePtr<Corvix::IPPResponseBase> response(CreateIPPResponse());
+    request->SetRequestingUserName(user.c_str());
+    request->SetJobID(job.id);
+    if (!job.uri.empty()) request->SetJobURI(job.uri.c_str());
+    provider.CancelJob(request.Get(), response.Get());
+    return StatusOf(*response);
+}
+
+}  // namespace CorvixCtl
