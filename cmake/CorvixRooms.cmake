@@ -2,6 +2,9 @@
 #
 #   corvix_room(NAME [ROOMS room...] [LIBS lib...])
 #       An object library of all sources in the current folder. ROOMS are the rooms that it may include from.
+#   corvix_wire(NAME)
+#       A static library of all sources in the current folder below src/wire: portable, and linked by the library
+#       and by programs that do not use it alike.
 #   corvix_test(NAME [ROOMS room...] [LIBS lib...] [DLL] [SOURCE_DIR])
 #       A GoogleTest program of all sources in the current folder. With ROOMS it is built from those rooms'
 #       objects and those below them; with DLL it is linked against the import library, as a caller's program would be.
@@ -79,6 +82,13 @@ function(corvix_room NAME)
   corvix_precompile(${NAME} corvix_precompiled)
   set_property(TARGET ${NAME} PROPERTY CORVIX_NEEDS "${ROOM_ROOMS}")
   set_property(GLOBAL APPEND PROPERTY CORVIX_ROOMS ${NAME})
+endfunction()
+
+function(corvix_wire NAME)
+  corvix_sources(sources)
+  add_library(${NAME} STATIC ${sources})
+  target_include_directories(${NAME} PUBLIC "${CMAKE_SOURCE_DIR}/src")
+  target_link_libraries(${NAME} PUBLIC corvix_options)
 endfunction()
 
 # The rooms given and every room that they stand on.

@@ -1,10 +1,10 @@
 // Whatever a device asks, the answer is one header line.
 #include "check.h"
-#include "transport/wire/authentication.h"
+#include "wire/http/authentication.h"
 
 namespace {
 
-using namespace CorvixTransport;
+using namespace Corvix::Http;
 
 // As a response reader hands it on.
 bool IsReadableHeader(std::string_view value) {

@@ -2,14 +2,14 @@
 #include <string>
 
 #include "check.h"
-#include "transport/wire/responsereader.h"
+#include "wire/http/responsereader.h"
 
 namespace {
 
-using CorvixTransport::ResponseLimits;
-using CorvixTransport::ResponseReader;
+using Corvix::Http::Limits;
+using Corvix::Http::ResponseReader;
 
-constexpr ResponseLimits limits = {512, 1024};
+constexpr Limits limits = {512, 1024};
 
 ResponseReader Read(std::string_view text, size_t pieceSize, bool toHead) {
     ResponseReader reader(limits, toHead);

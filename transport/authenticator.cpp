@@ -7,10 +7,10 @@ namespace CorvixTransport {
 
 namespace {
 
-std::vector<Challenge> ChallengesOf(const ResponseHead& head) {
-    std::vector<Challenge> challenges;
+std::vector<Http::Challenge> ChallengesOf(const Http::ResponseHead& head) {
+    std::vector<Http::Challenge> challenges;
     for (const std::string_view line : head.headers.FindAll("WWW-Authenticate")) {
-        for (Challenge& challenge : ParseChallenges(line))
+        for (Http::Challenge& challenge : Http::ParseChallenges(line))
             challenges.push_back(std::move(challenge));
     }
     return challenges;
@@ -26,7 +26,7 @@ std::optional<ChallengeMemory::Use> ChallengeMemory::Answer(const Endpoint& endp
     return found->second;
 }
 
-void ChallengeMemory::Remember(const Endpoint& endpoint, const Challenge& challenge) {
+void ChallengeMemory::Remember(const Endpoint& endpoint, const Http::Challenge& challenge) {
     const std::lock_guard<std::mutex> lock(mutex_);
     challenges_[endpoint] = {challenge, 0};
 }
@@ -41,14 +41,14 @@ std::string Authenticator::MakeAuthorization(const std::string& method, const st
     const std::optional<ChallengeMemory::Use> use = memory_.Answer(endpoint_);
     if (!use) return {};
     lastScheme_ = use->challenge.scheme;
-    if (lastScheme_ == "basic") return MakeBasicAuthorization(credentials_);
-    const DigestUse digest = {method, target, MakeClientNonce(), use->count};
-    return MakeDigestAuthorization(use->challenge, credentials_, digest, HashToHexadecimal);
+    if (lastScheme_ == "basic") return Http::MakeBasicAuthorization(credentials_);
+    const Http::DigestUse digest = {method, target, MakeClientNonce(), use->count};
+    return Http::MakeDigestAuthorization(use->challenge, credentials_, digest, HashToHexadecimal);
 }
 
-bool Authenticator::Learn(const ResponseHead& head) {
+bool Authenticator::Learn(const Http::ResponseHead& head) {
     if (head.status != 401 || !HasCredentials()) return false;
-    const std::optional<Challenge> challenge = ChooseChallenge(ChallengesOf(head));
+    const std::optional<Http::Challenge> challenge = Http::ChooseChallenge(ChallengesOf(head));
     if (!challenge || !MayTryAgain(*challenge)) {
         memory_.Forget(endpoint_);
         return false;
@@ -59,7 +59,7 @@ bool Authenticator::Learn(const ResponseHead& head) {
 }
 
 // The same password is not refused twice, which some devices punish: only a nonce may have been too old.
-bool Authenticator::MayTryAgain(const Challenge& challenge) const {
+bool Authenticator::MayTryAgain(const Http::Challenge& challenge) const {
     if (attempts_ == 0) return !(lastScheme_ == "basic" && challenge.scheme == "basic");
     if (attempts_ > 1 || challenge.scheme != "digest") return false;
     const std::string stale = challenge.Parameter("stale");

@@ -7,23 +7,25 @@
 #include <string>
 
 #include "transport/connectionpool.h"
-#include "transport/wire/authentication.h"
-#include "transport/wire/responsereader.h"
+#include "wire/http/authentication.h"
+#include "wire/http/responsereader.h"
 
 namespace CorvixTransport {
+
+namespace Http = Corvix::Http;
 
 // The challenges that devices have put to an address, so that later requests answer them unasked: it saves an
 // exchange, and the body of a streamed request could not be sent twice. May be used from any thread.
 class ChallengeMemory {
 public:
     struct Use {
-        Challenge challenge;
+        Http::Challenge challenge;
         // How often the challenge has been answered, this time included.
         unsigned count = 0;
     };
 
     std::optional<Use> Answer(const Endpoint& endpoint);
-    void Remember(const Endpoint& endpoint, const Challenge& challenge);
+    void Remember(const Endpoint& endpoint, const Http::Challenge& challenge);
     void Forget(const Endpoint& endpoint);
 
 private:
@@ -34,7 +36,7 @@ private:
 // Answers for one request.
 class Authenticator {
 public:
-    Authenticator(ChallengeMemory& memory, const Endpoint& endpoint, const Credentials& credentials)
+    Authenticator(ChallengeMemory& memory, const Endpoint& endpoint, const Http::Credentials& credentials)
         : memory_(memory), endpoint_(endpoint), credentials_(credentials) {}
 
     bool HasCredentials() const { return !credentials_.IsEmpty(); }
@@ -43,14 +45,14 @@ public:
     std::string MakeAuthorization(const std::string& method, const std::string& target);
 
     // Takes the challenges of a 401 response. \return whether it is worth asking again.
-    bool Learn(const ResponseHead& head);
+    bool Learn(const Http::ResponseHead& head);
 
 private:
-    bool MayTryAgain(const Challenge& challenge) const;
+    bool MayTryAgain(const Http::Challenge& challenge) const;
 
     ChallengeMemory& memory_;
     Endpoint endpoint_;
-    Credentials credentials_;
+    Http::Credentials credentials_;
     std::string lastScheme_;
     unsigned attempts_ = 0;
 };

@@ -33,7 +33,7 @@ Waiting ExchangeContext::ForResponse() const {
 }
 
 std::unique_ptr<HttpExchange> ExchangeContext::MakeExchange(std::unique_ptr<ByteStream> stream) const {
-    ResponseLimits limits;
+    Http::Limits limits;
     limits.bodyBytes = settings_.maximumBodyLength;
     return std::make_unique<HttpExchange>(std::move(stream), limits, draft_.Method() == "HEAD");
 }
@@ -53,7 +53,7 @@ void ExchangeContext::Keep(HttpExchange& exchange) const {
 }
 
 Authenticator ExchangeContext::MakeAuthenticator() const {
-    const Credentials none;
+    const Http::Credentials none;
     return Authenticator(settings_.device->challenges, endpoint_,
                          draft_.HasAuthorization() ? none : settings_.credentials);
 }
@@ -61,15 +61,15 @@ Authenticator ExchangeContext::MakeAuthenticator() const {
 std::string ExchangeContext::WriteHead(BodyFraming framing, unsigned long long length,
                                        Authenticator& authenticator, bool expectContinue) const {
     const std::string host =
-        MakeHostValue(ToUtf8(settings_.host), settings_.port, settings_.secure ? 443 : 80);
-    RequestHead head = draft_.MakeHead(host, framing, length);
+        Http::MakeHostValue(ToUtf8(settings_.host), settings_.port, settings_.secure ? 443 : 80);
+    Http::RequestHead head = draft_.MakeHead(host, framing, length);
     const std::string authorization = authenticator.MakeAuthorization(head.method, head.target);
     if (!authorization.empty()) head.headers.Add("Authorization", authorization);
     if (expectContinue) head.headers.Add("Expect", "100-continue");
-    return WriteRequestHead(head);
+    return Http::WriteHead(head);
 }
 
-void ExchangeContext::Report(ResponseReader* reader, bool reused, unsigned long long bytesSent,
+void ExchangeContext::Report(Http::ResponseReader* reader, bool reused, unsigned long long bytesSent,
                              unsigned long error) const {
     if (!settings_.observer) return;
     ExchangeRecord record;

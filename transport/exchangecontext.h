@@ -29,7 +29,7 @@ struct RequestSettings {
     bool secure = false;
     // WinINet request flags.
     unsigned long securityFlags = 0;
-    Credentials credentials;
+    Http::Credentials credentials;
     unsigned long timeoutMilliseconds = 0;
     // 0: ten times the time-out.
     unsigned long responseLimitMilliseconds = 0;
@@ -39,7 +39,7 @@ struct RequestSettings {
 };
 
 struct Response {
-    ResponseHead head;
+    Http::ResponseHead head;
     std::string body;
 };
 
@@ -69,7 +69,8 @@ public:
                           bool expectContinue) const;
 
     // Tells the observer. `reader` is null when no connection was made, `error` 0 when there is a response.
-    void Report(ResponseReader* reader, bool reused, unsigned long long bytesSent, unsigned long error) const;
+    void Report(Http::ResponseReader* reader, bool reused, unsigned long long bytesSent,
+                unsigned long error) const;
 
 private:
     std::unique_ptr<HttpExchange> MakeExchange(std::unique_ptr<ByteStream> stream) const;

@@ -38,8 +38,8 @@ private:
 
 }  // namespace
 
-std::string HashToHexadecimal(HashAlgorithm algorithm, std::string_view bytes) {
-    const bool md5 = algorithm == HashAlgorithm::Md5;
+std::string HashToHexadecimal(Http::HashAlgorithm algorithm, std::string_view bytes) {
+    const bool md5 = algorithm == Http::HashAlgorithm::Md5;
     const HashProvider provider(md5 ? BCRYPT_MD5_ALGORITHM : BCRYPT_SHA256_ALGORITHM);
     std::array<unsigned char, 32> hash = {};
     const ULONG length = md5 ? 16 : 32;

@@ -12,33 +12,29 @@ namespace {
 constexpr size_t receiveSize = 32 * 1024;
 
 struct FaultError {
-    ResponseFault fault;
+    Http::MessageFault fault;
     unsigned long error;
 };
 
 constexpr FaultError faultErrors[] = {
-    {ResponseFault::BadStatusLine, ERROR_WINHTTP_INVALID_SERVER_RESPONSE},
-    {ResponseFault::BadHeader, ERROR_WINHTTP_INVALID_SERVER_RESPONSE},
-    {ResponseFault::BadLength, ERROR_WINHTTP_INVALID_SERVER_RESPONSE},
-    {ResponseFault::UnknownTransferCoding, ERROR_WINHTTP_INVALID_SERVER_RESPONSE},
-    {ResponseFault::BadChunk, ERROR_WINHTTP_INVALID_SERVER_RESPONSE},
-    {ResponseFault::HeadTooLong, ERROR_WINHTTP_HEADER_SIZE_OVERFLOW},
-    {ResponseFault::BodyTooLong, ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW},
-    {ResponseFault::Truncated, ERROR_WINHTTP_CONNECTION_ERROR},
+    {Http::MessageFault::HeadTooLong, ERROR_WINHTTP_HEADER_SIZE_OVERFLOW},
+    {Http::MessageFault::BodyTooLong, ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW},
+    {Http::MessageFault::Truncated, ERROR_WINHTTP_CONNECTION_ERROR},
 };
 
 constexpr unsigned long brokenConnectionErrors[] = {
     WSAECONNRESET, WSAECONNABORTED, WSAENETRESET, WSAESHUTDOWN, WSAENOTCONN, ERROR_WINHTTP_CONNECTION_ERROR,
 };
 
-}  // namespace
-
-unsigned long ErrorOf(ResponseFault fault) {
+// The system error code that a faulty response is reported with.
+unsigned long ErrorOf(Http::MessageFault fault) {
     for (const FaultError& known : faultErrors) {
         if (known.fault == fault) return known.error;
     }
-    return ERROR_SUCCESS;
+    return ERROR_WINHTTP_INVALID_SERVER_RESPONSE;
 }
+
+}  // namespace
 
 bool IsBrokenConnection(unsigned long error) {
     return std::find(std::begin(brokenConnectionErrors), std::end(brokenConnectionErrors), error) !=

@@ -5,12 +5,11 @@
 #include <string_view>
 
 #include "transport/bytestream.h"
-#include "transport/wire/responsereader.h"
+#include "wire/http/responsereader.h"
 
 namespace CorvixTransport {
 
-// The system error code that a faulty response is reported with.
-unsigned long ErrorOf(ResponseFault fault);
+namespace Http = Corvix::Http;
 
 // Whether the error means that the connection was gone, as opposed to a device that is slow or talks
 // nonsense.
@@ -18,7 +17,7 @@ bool IsBrokenConnection(unsigned long error);
 
 class HttpExchange {
 public:
-    HttpExchange(std::unique_ptr<ByteStream> stream, const ResponseLimits& limits, bool toHead)
+    HttpExchange(std::unique_ptr<ByteStream> stream, const Http::Limits& limits, bool toHead)
         : stream_(std::move(stream)), reader_(limits, toHead) {}
 
     // Sends bytes of the request. Comes back without sending the rest once the device has refused the
@@ -39,8 +38,8 @@ public:
 
     // The device has answered, and not with success.
     bool IsRefused() const { return reader_.HasHead() && reader_.Head().status >= 300; }
-    ResponseReader& Reader() { return reader_; }
-    const ResponseReader& Reader() const { return reader_; }
+    Http::ResponseReader& Reader() { return reader_; }
+    const Http::ResponseReader& Reader() const { return reader_; }
 
     // The connection, when it can carry another exchange after this one; else null.
     std::unique_ptr<ByteStream> ReleaseReusable();
@@ -51,7 +50,7 @@ private:
     bool ReadSome(const Waiting& waiting);
 
     std::unique_ptr<ByteStream> stream_;
-    ResponseReader reader_;
+    Http::ResponseReader reader_;
     bool surplus_ = false;
     bool allSent_ = true;
 };

@@ -74,7 +74,7 @@ void NetRequest::ExchangeWhole(std::string_view body) {
 }
 
 // A user name without a password, such as a guest's, does not take the place of what the address knows.
-Credentials NetRequest::ChooseCredentials() const {
+Http::Credentials NetRequest::ChooseCredentials() const {
     const bool usesOwn = !ownCredentials_.password.empty() || settings_.credentials.IsEmpty();
     return usesOwn ? ownCredentials_ : settings_.credentials;
 }
@@ -83,7 +83,7 @@ void NetRequest::Begin() {
     begun_ = true;
     ThrowUnless(draft_.Error() == 0, draft_.Error());
     settings_.credentials = ChooseCredentials();
-    ThrowUnless(IsFieldValue(settings_.credentials.userName), ERROR_INVALID_PARAMETER);
+    ThrowUnless(Http::IsFieldValue(settings_.credentials.userName), ERROR_INVALID_PARAMETER);
     context_.emplace(settings_, draft_, cancellation_);
 }
 

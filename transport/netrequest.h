@@ -46,7 +46,7 @@ private:
     HRESULT Run(Work&& work);
 
     bool BeginsStream(unsigned long length) const;
-    Credentials ChooseCredentials() const;
+    Http::Credentials ChooseCredentials() const;
     void Begin();
     void BeginStream();
     void ExchangeWhole(std::string_view body);
@@ -55,7 +55,7 @@ private:
 
     RequestSettings settings_;
     RequestDraft draft_;
-    Credentials ownCredentials_;
+    Http::Credentials ownCredentials_;
     Cancellation cancellation_;
     unsigned long totalBodyLength_ = 0;
 

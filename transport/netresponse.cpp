@@ -4,7 +4,7 @@
 
 namespace CorvixTransport {
 
-NetResponse::NetResponse(const ResponseHead& head, std::string body)
+NetResponse::NetResponse(const Http::ResponseHead& head, std::string body)
     : status_(head.status), reason_(ToWide(head.reason)), body_(std::move(body)) {
     // Only the first of several headers of one name is kept.
     for (const auto& [name, value] : head.headers)

@@ -6,13 +6,15 @@
 
 #include "corvixdm/transport.h"
 #include "transport/refcounted.h"
-#include "transport/wire/responsereader.h"
+#include "wire/http/responsereader.h"
 
 namespace CorvixTransport {
 
+namespace Http = Corvix::Http;
+
 class NetResponse final : public RefCounted<Corvix::HTTPResponse> {
 public:
-    NetResponse(const ResponseHead& head, std::string body);
+    NetResponse(const Http::ResponseHead& head, std::string body);
 
     unsigned long GetStatusCode() override { return status_; }
     const wchar_t* GetHeader(const wchar_t* name) override;

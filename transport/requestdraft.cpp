@@ -17,26 +17,27 @@ void RequestDraft::Refuse(unsigned long error) {
 }
 
 void RequestDraft::SetUri(const wchar_t* path) {
-    if (!MakeTarget(TextOf(path), target_)) Refuse(ERROR_WINHTTP_INVALID_URL);
+    if (!Http::MakeTarget(TextOf(path), target_)) Refuse(ERROR_WINHTTP_INVALID_URL);
 }
 
 bool RequestDraft::SetMethod(const wchar_t* method) {
     const std::string text = TextOf(method);
-    if (!IsToken(text)) return false;
+    if (!Http::IsToken(text)) return false;
     method_ = text;
     return true;
 }
 
 void RequestDraft::SetContentType(const wchar_t* contentType) {
     const std::string text = TextOf(contentType);
-    if (!IsFieldValue(text)) return Refuse(ERROR_WINHTTP_INVALID_HEADER);
+    if (!Http::IsFieldValue(text)) return Refuse(ERROR_WINHTTP_INVALID_HEADER);
     contentType_ = text;
 }
 
 void RequestDraft::AddHeader(const wchar_t* name, const wchar_t* value) {
     const std::string nameText = TextOf(name);
     const std::string valueText = TextOf(value);
-    if (!IsToken(nameText) || !IsFieldValue(valueText)) return Refuse(ERROR_WINHTTP_INVALID_HEADER);
+    if (!Http::IsToken(nameText) || !Http::IsFieldValue(valueText))
+        return Refuse(ERROR_WINHTTP_INVALID_HEADER);
     AddChecked(nameText, valueText);
 }
 
@@ -54,9 +55,9 @@ void RequestDraft::AddChecked(const std::string& name, const std::string& value)
     }
 }
 
-RequestHead RequestDraft::MakeHead(const std::string& host, BodyFraming framing,
-                                   unsigned long long length) const {
-    RequestHead head = {method_, target_, {}};
+Http::RequestHead RequestDraft::MakeHead(const std::string& host, BodyFraming framing,
+                                         unsigned long long length) const {
+    Http::RequestHead head = {method_, target_, {}};
     const auto addDefault = [&](const char* name, const std::string& value) {
         if (!headers_.Find(name)) head.headers.Add(name, value);
     };

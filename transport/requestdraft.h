@@ -4,9 +4,11 @@
 #include <string>
 
 #include "transport/failure.h"
-#include "transport/wire/requesthead.h"
+#include "wire/http/heads.h"
 
 namespace CorvixTransport {
+
+namespace Http = Corvix::Http;
 
 // How the device is told where the body ends.
 enum class BodyFraming { None, Length, CallersChunks, OwnChunks };
@@ -30,7 +32,7 @@ public:
     bool HasAuthorization() const { return headers_.Find("Authorization") != nullptr; }
 
     // The head with the host's name and, for BodyFraming::Length, the body's length.
-    RequestHead MakeHead(const std::string& host, BodyFraming framing, unsigned long long length) const;
+    Http::RequestHead MakeHead(const std::string& host, BodyFraming framing, unsigned long long length) const;
 
 private:
     void Refuse(unsigned long error);
@@ -39,7 +41,7 @@ private:
     std::string method_ = "GET";
     std::string target_ = "/";
     std::string contentType_;
-    Headers headers_;
+    Http::Headers headers_;
     bool chunkedByCaller_ = false;
     unsigned long error_ = 0;
 };

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "transport/refcounted.h"
-#include "transport/snmpmessage.h"
 #include "transport/snmpvalue.h"
 #include "transport/text.h"
 #include "transport/udpsocket.h"
+#include "wire/snmp/message.h"
 
 namespace CorvixTransport {
 namespace {
@@ -24,42 +24,45 @@ struct StatusResult {
 
 // What an agent's error-status is to the caller; every other status is E_FAIL.
 const StatusResult statusResults[] = {
-    {SnmpErrorStatus::NoSuchName, notFound},
-    {SnmpErrorStatus::BadValue, E_INVALIDARG},
-    {SnmpErrorStatus::ReadOnly, E_ACCESSDENIED},
-    {SnmpErrorStatus::NoAccess, E_ACCESSDENIED},
-    {SnmpErrorStatus::WrongType, E_INVALIDARG},
-    {SnmpErrorStatus::WrongLength, E_INVALIDARG},
-    {SnmpErrorStatus::WrongEncoding, E_INVALIDARG},
-    {SnmpErrorStatus::WrongValue, E_INVALIDARG},
-    {SnmpErrorStatus::AuthorizationError, E_ACCESSDENIED},
-    {SnmpErrorStatus::NotWritable, E_ACCESSDENIED},
+    {Snmp::ErrorStatus::NoSuchName, notFound},
+    {Snmp::ErrorStatus::BadValue, E_INVALIDARG},
+    {Snmp::ErrorStatus::ReadOnly, E_ACCESSDENIED},
+    {Snmp::ErrorStatus::NoAccess, E_ACCESSDENIED},
+    {Snmp::ErrorStatus::WrongType, E_INVALIDARG},
+    {Snmp::ErrorStatus::WrongLength, E_INVALIDARG},
+    {Snmp::ErrorStatus::WrongEncoding, E_INVALIDARG},
+    {Snmp::ErrorStatus::WrongValue, E_INVALIDARG},
+    {Snmp::ErrorStatus::AuthorizationError, E_ACCESSDENIED},
+    {Snmp::ErrorStatus::NotWritable, E_ACCESSDENIED},
 };
 
 HRESULT ResultOfStatus(std::int32_t status) {
-    if (status == SnmpErrorStatus::NoError) return S_OK;
+    if (status == Snmp::ErrorStatus::NoError) return S_OK;
     for (const StatusResult& entry : statusResults) {
         if (entry.status == status) return entry.result;
     }
     return E_FAIL;
 }
 
-std::optional<Oid> OidOf(const wchar_t* text) { return text ? ParseOid(ToUtf8(text)) : std::nullopt; }
+std::optional<Snmp::Oid> OidOf(const wchar_t* text) {
+    return text ? Snmp::ParseOid(ToUtf8(text)) : std::nullopt;
+}
 
-bool NamesTheSameObjects(const SnmpMessage& request, const SnmpMessage& answer) {
-    return std::equal(request.variables.begin(), request.variables.end(), answer.variables.begin(),
-                      [](const VarBind& asked, const VarBind& given) { return asked.oid == given.oid; });
+bool NamesTheSameObjects(const Snmp::Message& request, const Snmp::Message& answer) {
+    return std::equal(
+        request.variables.begin(), request.variables.end(), answer.variables.begin(),
+        [](const Snmp::VarBind& asked, const Snmp::VarBind& given) { return asked.oid == given.oid; });
 }
 
 // Whether a message is the answer that is waited for. Everything else on the port is passed over: late
 // answers to earlier requests, second copies, answers that name other objects than were asked for.
-bool IsAnswerTo(const SnmpMessage& request, const SnmpMessage& answer) {
-    if (answer.type != PduType::Response || answer.version != request.version) return false;
+bool IsAnswerTo(const Snmp::Message& request, const Snmp::Message& answer) {
+    if (answer.type != Snmp::PduType::Response || answer.version != request.version) return false;
     if (answer.requestId != request.requestId) return false;
     // With an error the variables mean nothing, and some agents leave them out.
-    if (answer.errorStatus != SnmpErrorStatus::NoError) return true;
+    if (answer.errorStatus != Snmp::ErrorStatus::NoError) return true;
     if (answer.variables.size() != request.variables.size()) return false;
-    return request.type == PduType::GetNext || NamesTheSameObjects(request, answer);
+    return request.type == Snmp::PduType::GetNext || NamesTheSameObjects(request, answer);
 }
 
 // Values on their way to the caller, who gets all of them or none.
@@ -73,9 +76,9 @@ public:
             VariantClear(&value);
     }
 
-    HRESULT Add(const VarBind& variable) {
+    HRESULT Add(const Snmp::VarBind& variable) {
         VariantInit(&values_.emplace_back());
-        return ToVariant(variable, &values_.back());
+        return ToVariant(variable.value, &values_.back());
     }
 
     void MoveTo(VARIANT* destination) {
@@ -116,16 +119,16 @@ public:
     const wchar_t* GetTypeName() override { return L"CorvixTransport::SnmpConnection"; }
 
 private:
-    using Variables = std::vector<VarBind>;
+    using Variables = std::vector<Snmp::VarBind>;
 
     HRESULT ReadAll(Variables asked, Variables* given);
     HRESULT ReadHalves(const Variables& asked, Variables* given);
-    HRESULT ReadNext(Oid oid);
-    HRESULT Exchange(PduType type, Variables asked, Variables* given);
-    HRESULT SendAndWait(const SnmpMessage& request, SnmpMessage* answer);
-    int Attempt(UdpSocket& socket, const SnmpMessage& request, std::string_view datagram,
-                SnmpMessage* answer);
-    int AwaitAnswer(UdpSocket& socket, const SnmpMessage& request, SnmpMessage* answer);
+    HRESULT ReadNext(Snmp::Oid oid);
+    HRESULT Exchange(Snmp::PduType type, Variables asked, Variables* given);
+    HRESULT SendAndWait(const Snmp::Message& request, Snmp::Message* answer);
+    int Attempt(UdpSocket& socket, const Snmp::Message& request, std::string_view datagram,
+                Snmp::Message* answer);
+    int AwaitAnswer(UdpSocket& socket, const Snmp::Message& request, Snmp::Message* answer);
     void KeepOnly(size_t endpoint);
     std::int32_t NextRequestId();
 
@@ -134,9 +137,9 @@ private:
     // One for each address of the host, until one has answered; then that alone.
     std::vector<UdpSocket> endpoints_;
     std::int32_t requestId_;
-    std::int32_t lastErrorStatus_ = SnmpErrorStatus::NoError;
+    std::int32_t lastErrorStatus_ = Snmp::ErrorStatus::NoError;
     // The last answer to a get-next and what it followed: a caller whose buffer was too small asks again.
-    Oid before_;
+    Snmp::Oid before_;
     Variables next_;
 };
 
@@ -172,20 +175,20 @@ void SnmpConnection::KeepOnly(size_t endpoint) {
     endpoints_.erase(endpoints_.begin() + 1, endpoints_.end());
 }
 
-int SnmpConnection::AwaitAnswer(UdpSocket& socket, const SnmpMessage& request, SnmpMessage* answer) {
+int SnmpConnection::AwaitAnswer(UdpSocket& socket, const Snmp::Message& request, Snmp::Message* answer) {
     const auto deadline = UdpSocket::Clock::now() + std::chrono::milliseconds(options_.timeoutMilliseconds);
     for (;;) {
         std::string_view datagram;
         if (const int error = socket.Receive(deadline, options_.stopEvent, &datagram)) return error;
-        std::optional<SnmpMessage> message = DecodeSnmpMessage(datagram);
+        std::optional<Snmp::Message> message = Snmp::DecodeMessage(datagram);
         if (!message || !IsAnswerTo(request, *message)) continue;
         *answer = std::move(*message);
         return 0;
     }
 }
 
-int SnmpConnection::Attempt(UdpSocket& socket, const SnmpMessage& request, std::string_view datagram,
-                            SnmpMessage* answer) {
+int SnmpConnection::Attempt(UdpSocket& socket, const Snmp::Message& request, std::string_view datagram,
+                            Snmp::Message* answer) {
     if (options_.stopEvent && WaitForSingleObject(options_.stopEvent, 0) == WAIT_OBJECT_0)
         return ERROR_CANCELLED;
     const int error = socket.Send(datagram);
@@ -193,10 +196,10 @@ int SnmpConnection::Attempt(UdpSocket& socket, const SnmpMessage& request, std::
 }
 
 // Repeats keep the request id, so that an answer that comes late still counts.
-HRESULT SnmpConnection::SendAndWait(const SnmpMessage& request, SnmpMessage* answer) {
-    const std::string datagram = Encode(request);
+HRESULT SnmpConnection::SendAndWait(const Snmp::Message& request, Snmp::Message* answer) {
+    const std::string datagram = Snmp::Encode(request);
     if (datagram.size() > UdpSocket::maxDatagram) {
-        answer->errorStatus = SnmpErrorStatus::TooBig;
+        answer->errorStatus = Snmp::ErrorStatus::TooBig;
         return S_OK;
     }
     const size_t attempts = std::max<size_t>(size_t{options_.retries} + 1, endpoints_.size());
@@ -212,16 +215,16 @@ HRESULT SnmpConnection::SendAndWait(const SnmpMessage& request, SnmpMessage* ans
     return HRESULT_FROM_WIN32(static_cast<DWORD>(error));
 }
 
-HRESULT SnmpConnection::Exchange(PduType type, Variables asked, Variables* given) {
-    SnmpMessage request;
+HRESULT SnmpConnection::Exchange(Snmp::PduType type, Variables asked, Variables* given) {
+    Snmp::Message request;
     next_.clear();
-    request.version = options_.version;
-    request.community = type == PduType::Set ? options_.writeCommunity : options_.readCommunity;
+    request.version = static_cast<Snmp::Version>(options_.version);
+    request.community = type == Snmp::PduType::Set ? options_.writeCommunity : options_.readCommunity;
     request.type = type;
     request.requestId = NextRequestId();
     request.variables = std::move(asked);
-    lastErrorStatus_ = SnmpErrorStatus::NoError;
-    SnmpMessage answer;
+    lastErrorStatus_ = Snmp::ErrorStatus::NoError;
+    Snmp::Message answer;
     const HRESULT result = SendAndWait(request, &answer);
     if (FAILED(result)) return result;
     lastErrorStatus_ = answer.errorStatus;
@@ -233,8 +236,8 @@ HRESULT SnmpConnection::Exchange(PduType type, Variables asked, Variables* given
 // on.
 HRESULT SnmpConnection::ReadAll(Variables asked, Variables* given) {
     Variables answered;
-    const HRESULT result = Exchange(PduType::Get, asked, &answered);
-    if (lastErrorStatus_ == SnmpErrorStatus::TooBig && asked.size() > 1) return ReadHalves(asked, given);
+    const HRESULT result = Exchange(Snmp::PduType::Get, asked, &answered);
+    if (lastErrorStatus_ == Snmp::ErrorStatus::TooBig && asked.size() > 1) return ReadHalves(asked, given);
     if (FAILED(result)) return result;
     given->insert(given->end(), std::make_move_iterator(answered.begin()),
                   std::make_move_iterator(answered.end()));
@@ -256,9 +259,9 @@ HRESULT SnmpConnection::GetMultipleValues(const wchar_t** oids, VARIANT* values,
     return WithoutThrowing([&]() -> HRESULT {
         Variables asked;
         for (unsigned i = 0; i < count; ++i) {
-            std::optional<Oid> oid = OidOf(oids[i]);
+            std::optional<Snmp::Oid> oid = OidOf(oids[i]);
             if (!oid) return E_INVALIDARG;
-            asked.push_back({std::move(*oid), Ber::Null, {}});
+            asked.push_back({std::move(*oid), {}});
         }
         Variables given;
         HRESULT result = ReadAll(std::move(asked), &given);
@@ -272,24 +275,24 @@ HRESULT SnmpConnection::GetMultipleValues(const wchar_t** oids, VARIANT* values,
 }
 
 // Leaves the answer in `next_`.
-HRESULT SnmpConnection::ReadNext(Oid oid) {
+HRESULT SnmpConnection::ReadNext(Snmp::Oid oid) {
     if (!next_.empty() && before_ == oid) return S_OK;
     before_ = oid;
-    return Exchange(PduType::GetNext, {{std::move(oid), Ber::Null, {}}}, &next_);
+    return Exchange(Snmp::PduType::GetNext, {{std::move(oid), {}}}, &next_);
 }
 
 HRESULT SnmpConnection::GetNextOidAndValue(const wchar_t* oid, wchar_t* nextOid, unsigned nextOidChars,
                                            VARIANT* value) {
     if (!nextOid || !value) return E_INVALIDARG;
     return WithoutThrowing([&]() -> HRESULT {
-        std::optional<Oid> start = OidOf(oid);
+        std::optional<Snmp::Oid> start = OidOf(oid);
         if (!start) return E_INVALIDARG;
         HRESULT result = ReadNext(std::move(*start));
         Variables next = std::exchange(next_, {});
         ValueList read;
         if (SUCCEEDED(result)) result = read.Add(next.front());
         if (FAILED(result)) return result;
-        const std::wstring name = ToWide(FormatOid(next.front().oid));
+        const std::wstring name = ToWide(Snmp::FormatOid(next.front().oid));
         if (name.size() >= nextOidChars) {
             next_ = std::move(next);
             return E_OUTOFMEMORY;
@@ -302,13 +305,13 @@ HRESULT SnmpConnection::GetNextOidAndValue(const wchar_t* oid, wchar_t* nextOid,
 
 HRESULT SnmpConnection::SetValue(const wchar_t* oid, const VARIANT& value) {
     return WithoutThrowing([&]() -> HRESULT {
-        std::optional<Oid> name = OidOf(oid);
+        std::optional<Snmp::Oid> name = OidOf(oid);
         if (!name) return E_INVALIDARG;
-        VarBind variable{std::move(*name), Ber::Null, {}};
-        const HRESULT result = FromVariant(value, &variable);
+        Snmp::VarBind variable{std::move(*name), {}};
+        const HRESULT result = FromVariant(value, &variable.value);
         if (FAILED(result)) return result;
         Variables given;
-        return Exchange(PduType::Set, {std::move(variable)}, &given);
+        return Exchange(Snmp::PduType::Set, {std::move(variable)}, &given);
     });
 }
 

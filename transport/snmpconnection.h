@@ -5,9 +5,11 @@
 #include <string>
 
 #include "corvixdm/transport.h"
-#include "transport/snmpversion.h"
 
 namespace CorvixTransport {
+
+/// The versions of SNMP that are spoken; the numbers are those on the wire.
+enum class SnmpVersion : int { V1 = 0, V2c = 1 };
 
 /// Where and how to ask. An address fills in the host, and the port from its port map.
 struct SnmpOptions {

@@ -39,18 +39,18 @@ HRESULT SetBytes(std::string_view octets, VARIANT* value) {
 }
 
 HRESULT SetInteger(std::string_view content, VARIANT* value) {
-    const std::optional<std::int64_t> number = Ber::DecodeInteger(content);
+    const std::optional<std::int64_t> number = Snmp::Ber::DecodeInteger(content);
     return number ? SetNumber(static_cast<std::uint64_t>(*number), value) : invalidData;
 }
 
 HRESULT SetUnsigned(std::string_view content, VARIANT* value) {
-    const std::optional<std::uint64_t> number = Ber::DecodeUnsigned(content);
+    const std::optional<std::uint64_t> number = Snmp::Ber::DecodeUnsigned(content);
     return number ? SetNumber(*number, value) : invalidData;
 }
 
 /// Too wide for VT_I4, so it travels as its decimal text.
 HRESULT SetCounter64(std::string_view content, VARIANT* value) {
-    const std::optional<std::uint64_t> number = Ber::DecodeUnsigned(content);
+    const std::optional<std::uint64_t> number = Snmp::Ber::DecodeUnsigned(content);
     return number ? SetAscii(std::to_string(*number), value) : invalidData;
 }
 
@@ -60,8 +60,8 @@ HRESULT SetOctets(std::string_view content, VARIANT* value) {
 }
 
 HRESULT SetOid(std::string_view content, VARIANT* value) {
-    const std::optional<Oid> oid = Ber::DecodeOid(content);
-    return oid ? SetAscii(FormatOid(*oid), value) : invalidData;
+    const std::optional<Snmp::Oid> oid = Snmp::Ber::DecodeOid(content);
+    return oid ? SetAscii(Snmp::FormatOid(*oid), value) : invalidData;
 }
 
 HRESULT SetIpAddress(std::string_view content, VARIANT* value) {
@@ -77,24 +77,18 @@ HRESULT SetIpAddress(std::string_view content, VARIANT* value) {
 HRESULT RefuseAbsent(std::string_view, VARIANT*) { return notFound; }
 
 struct TagRule {
-    Ber::Tag tag;
+    Snmp::Ber::Tag tag;
     HRESULT (*set)(std::string_view content, VARIANT* value);
 };
 
 constexpr TagRule tagRules[] = {
-    {Ber::Integer, SetInteger},
-    {Ber::OctetString, SetOctets},
-    {Ber::Null, RefuseAbsent},
-    {Ber::ObjectIdentifier, SetOid},
-    {SnmpTag::IpAddress, SetIpAddress},
-    {SnmpTag::Counter32, SetUnsigned},
-    {SnmpTag::Gauge32, SetUnsigned},
-    {SnmpTag::TimeTicks, SetUnsigned},
-    {SnmpTag::Opaque, SetBytes},
-    {SnmpTag::Counter64, SetCounter64},
-    {SnmpTag::NoSuchObject, RefuseAbsent},
-    {SnmpTag::NoSuchInstance, RefuseAbsent},
-    {SnmpTag::EndOfMibView, RefuseAbsent},
+    {Snmp::Ber::Integer, SetInteger},        {Snmp::Ber::OctetString, SetOctets},
+    {Snmp::Ber::Null, RefuseAbsent},         {Snmp::Ber::ObjectIdentifier, SetOid},
+    {Snmp::Tag::IpAddress, SetIpAddress},    {Snmp::Tag::Counter32, SetUnsigned},
+    {Snmp::Tag::Gauge32, SetUnsigned},       {Snmp::Tag::TimeTicks, SetUnsigned},
+    {Snmp::Tag::Opaque, SetBytes},           {Snmp::Tag::Counter64, SetCounter64},
+    {Snmp::Tag::NoSuchObject, RefuseAbsent}, {Snmp::Tag::NoSuchInstance, RefuseAbsent},
+    {Snmp::Tag::EndOfMibView, RefuseAbsent},
 };
 
 bool IsControl(wchar_t unit) {
@@ -155,27 +149,25 @@ std::optional<std::wstring> TextOfOctets(std::string_view octets) {
     return text;
 }
 
-HRESULT ToVariant(const VarBind& variable, VARIANT* value) {
+HRESULT ToVariant(const Snmp::Value& value, VARIANT* variant) {
     for (const TagRule& rule : tagRules) {
-        if (rule.tag == variable.tag) return rule.set(variable.content, value);
+        if (rule.tag == value.tag) return rule.set(value.content, variant);
     }
     return invalidData;
 }
 
-HRESULT FromVariant(const VARIANT& value, VarBind* variable) {
-    switch (value.vt) {
+HRESULT FromVariant(const VARIANT& variant, Snmp::Value* value) {
+    switch (variant.vt) {
         case VT_INT:
         case VT_I4:
-            variable->tag = Ber::Integer;
-            variable->content = Ber::IntegerContent(value.vt == VT_INT ? value.intVal : value.lVal);
+            *value = {Snmp::Ber::Integer, Snmp::Ber::IntegerContent(variant.lVal)};
             return S_OK;
         case VT_BSTR:
-            variable->tag = Ber::OctetString;
-            variable->content = ToUtf8({value.bstrVal, SysStringLen(value.bstrVal)});
+            *value = {Snmp::Ber::OctetString, ToUtf8({variant.bstrVal, SysStringLen(variant.bstrVal)})};
             return S_OK;
         case VT_ARRAY | VT_UI1:
-            variable->tag = Ber::OctetString;
-            return BytesOf(value, &variable->content);
+            value->tag = Snmp::Ber::OctetString;
+            return BytesOf(variant, &value->content);
         default:
             return E_INVALIDARG;
     }

@@ -5,19 +5,21 @@
 
 #include <oaidl.h>
 
-#include "transport/snmpmessage.h"
+#include "wire/snmp/message.h"
 
 namespace CorvixTransport {
 
+namespace Snmp = Corvix::Snmp;
+
 /// Makes a VARIANT of a value.
-/// \param value receives a new value; untouched on failure.
+/// \param variant receives a new value; untouched on failure.
 /// \return S_OK; ERROR_NOT_FOUND (as HRESULT) for NULL, `noSuchObject`, `noSuchInstance` and `endOfMibView`;
 ///     ERROR_INVALID_DATA for a type that is unknown or a content that does not fit its type; E_OUTOFMEMORY.
-HRESULT ToVariant(const VarBind& variable, VARIANT* value);
+HRESULT ToVariant(const Snmp::Value& value, VARIANT* variant);
 
-/// Sets tag and content of a variable from a VARIANT: VT_INT and VT_I4, VT_BSTR (as UTF-8), VT_ARRAY|VT_UI1.
+/// Makes a value of a VARIANT: VT_INT and VT_I4, VT_BSTR (as UTF-8), VT_ARRAY|VT_UI1.
 /// \return S_OK, or E_INVALIDARG for every other type.
-HRESULT FromVariant(const VARIANT& value, VarBind* variable);
+HRESULT FromVariant(const VARIANT& variant, Snmp::Value* value);
 
 /// Whether the octets are text for people, and that text: UTF-8 without control characters other than
 /// tabulator and line ends, zeros at the end taken as padding. Octets that are not UTF-8 but nearly all ASCII

@@ -1,5 +1,7 @@
 #include "transport/streamedexchange.h"
 
+#include "wire/http/chunks.h"
+
 namespace CorvixTransport {
 
 namespace {
@@ -61,7 +63,7 @@ void StreamedExchange::WriteUnreported(std::string_view piece, bool last) {
     if (!piece.empty()) SendFramed(piece, waiting);
     bytesWritten_ += piece.size();
     const bool complete = framing_ == BodyFraming::Length && bytesWritten_ == length_;
-    const bool callersLast = framing_ == BodyFraming::CallersChunks && piece == lastChunk;
+    const bool callersLast = framing_ == BodyFraming::CallersChunks && piece == Http::lastChunk;
     if (last || complete || callersLast) EndBody(waiting);
     if (!exchange_->IsRefused()) return;
     ReadResponse();
@@ -70,7 +72,7 @@ void StreamedExchange::WriteUnreported(std::string_view piece, bool last) {
 
 void StreamedExchange::SendFramed(std::string_view piece, const Waiting& waiting) {
     if (framing_ != BodyFraming::OwnChunks) return exchange_->Send(piece, waiting);
-    exchange_->Send(MakeChunkFrame(piece.size()), waiting);
+    exchange_->Send(Http::MakeChunkHead(piece.size()), waiting);
     exchange_->Send(piece, waiting);
     exchange_->Send("\r\n", waiting);
 }
@@ -78,7 +80,7 @@ void StreamedExchange::SendFramed(std::string_view piece, const Waiting& waiting
 void StreamedExchange::EndBody(const Waiting& waiting) {
     if (ended_) return;
     ended_ = true;
-    if (framing_ == BodyFraming::OwnChunks) exchange_->Send(lastChunk, waiting);
+    if (framing_ == BodyFraming::OwnChunks) exchange_->Send(Http::lastChunk, waiting);
 }
 
 Response StreamedExchange::Finish() {

@@ -6,13 +6,14 @@
 #include <vector>
 
 #include "transport/resolver.h"
-#include "transport/snmpmessage.h"
 #include "transport/winsock.h"
+#include "wire/snmp/message.h"
 
 namespace CorvixBench {
 namespace {
 
 using namespace CorvixTransport;
+namespace Snmp = Corvix::Snmp;
 
 Socket Bind(const std::wstring& host) {
     const AddressList address = ResolveHost(host, 0, SOCK_DGRAM);
@@ -32,12 +33,12 @@ unsigned short PortOf(const Socket& bound) {
 }
 
 void Answer(const Socket& agent, std::string_view datagram, const sockaddr_in& client) {
-    std::optional<SnmpMessage> message = DecodeSnmpMessage(datagram);
+    std::optional<Snmp::Message> message = Snmp::DecodeMessage(datagram);
     if (!message) return;
-    message->type = PduType::Response;
-    for (VarBind& variable : message->variables)
-        variable = {std::move(variable.oid), Ber::OctetString, "a value of the device"};
-    const std::string answer = Encode(*message);
+    message->type = Snmp::PduType::Response;
+    for (Snmp::VarBind& variable : message->variables)
+        variable.value = {Snmp::Ber::OctetString, "a value of the device"};
+    const std::string answer = Snmp::Encode(*message);
     sendto(agent.Get(), answer.data(), static_cast<int>(answer.size()), 0,
            reinterpret_cast<const sockaddr*>(&client), sizeof client);
 }

@@ -25,10 +25,12 @@ done
 allow src/datamodel/ipp/codec 'datamodel/ipp/codec/'
 allow src/datamodel/ipp 'datamodel/(ipp|ipp/codec|collection|maps)/|resolver/|utilslib/|corvixdm/'
 allow src/datamodel/binding 'datamodel/|resolver/|utilslib/|corvixdm/'
-for folder in transport examples; do
-    allow $folder "$public|transport/"
+for room in http snmp; do
+    allow src/wire/$room "wire/($room/|ascii\\.h)"
 done
-allow tools/corvixsim "$public|transport/|[a-z]+/[a-z]+\\.h\""
+allow transport "$public|transport/|wire/|utilslib/"
+allow examples "$public|transport/"
+allow tools/corvixsim "$public|wire/|[a-z]+/[a-z]+\\.h\""
 
 # The rooms of corvixctl, each with those below it.
 ctl=base

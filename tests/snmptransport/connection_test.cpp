@@ -16,8 +16,8 @@ using Sender = ScriptedAgent::Sender;
 using Turn = ScriptedAgent::Turn;
 
 const wchar_t* const descrText = L"1.3.6.1.2.1.1.1.0";
-const Oid descr = {1, 3, 6, 1, 2, 1, 1, 1, 0};
-const Oid objectId = {1, 3, 6, 1, 2, 1, 1, 2, 0};
+const Snmp::Oid descr = {1, 3, 6, 1, 2, 1, 1, 1, 0};
+const Snmp::Oid objectId = {1, 3, 6, 1, 2, 1, 1, 2, 0};
 const HRESULT notFound = HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
 const HRESULT timedOut = HRESULT_FROM_WIN32(WSAETIMEDOUT);
 
@@ -53,12 +53,12 @@ struct Value {
     VARIANT variant;
 };
 
-std::string Good(const SnmpMessage& request, std::string text = "good") {
+std::string Good(const Snmp::Message& request, std::string text = "good") {
     return Encode(AnswerTo(request, {Text(request.variables.front().oid, std::move(text))}));
 }
 
 TEST(SnmpConnection, AsksInTheVersionAndCommunityGiven) {
-    ScriptedAgent agent([](size_t, const SnmpMessage& request) { return Turn{{{Good(request)}}, {}}; });
+    ScriptedAgent agent([](size_t, const Snmp::Message& request) { return Turn{{{Good(request)}}, {}}; });
     for (const SnmpVersion version : {SnmpVersion::V1, SnmpVersion::V2c}) {
         SnmpOptions options = OptionsFor(agent, patient, 0);
         options.version = version;
@@ -68,20 +68,20 @@ TEST(SnmpConnection, AsksInTheVersionAndCommunityGiven) {
         Value value;
         ASSERT_EQ(connection->GetValue(descrText, &value.variant), S_OK);
         EXPECT_EQ(value.Text(), L"good");
-        const SnmpMessage request = agent.Received().back();
-        EXPECT_EQ(request.version, version);
+        const Snmp::Message request = agent.Received().back();
+        EXPECT_EQ(static_cast<int>(request.version), static_cast<int>(version));
         EXPECT_EQ(request.community, "reader");
-        EXPECT_EQ(request.type, PduType::Get);
+        EXPECT_EQ(request.type, Snmp::PduType::Get);
         ASSERT_EQ(request.variables.size(), 1u);
         EXPECT_EQ(request.variables[0].oid, descr);
-        EXPECT_EQ(request.variables[0].tag, Ber::Null);
+        EXPECT_EQ(request.variables[0].value.tag, Snmp::Ber::Null);
     }
 }
 
 TEST(SnmpConnection, EndsWithTheEventOfItsCaller) {
     const HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     {
-        ScriptedAgent agent([stop](size_t, const SnmpMessage&) {
+        ScriptedAgent agent([stop](size_t, const Snmp::Message&) {
             SetEvent(stop);
             return Turn{};
         });
@@ -107,7 +107,7 @@ TEST(SnmpConnection, ReachesIPv4AndIPv6AndNames) {
     const HostCase cases[] = {{L"127.0.0.7", L"127.0.0.7"}, {L"::1", L"::1"}, {L"127.0.0.1", L"localhost"}};
     for (const HostCase& each : cases) {
         ScriptedAgent agent(
-            [](size_t, const SnmpMessage& request) {
+            [](size_t, const Snmp::Message& request) {
                 return Turn{{{Good(request)}}, {}};
             },
             each.bound);
@@ -133,53 +133,53 @@ TEST(SnmpConnection, TellsOfAHostThatIsNone) {
 // What an agent or somebody else may send before the answer; each must be passed over.
 struct JunkCase {
     const char* name;
-    Reply (*make)(const SnmpMessage& request);
+    Reply (*make)(const Snmp::Message& request);
 };
 
-SnmpMessage BadAnswer(const SnmpMessage& request) { return AnswerTo(request, {Text(descr, "bad")}); }
+Snmp::Message BadAnswer(const Snmp::Message& request) { return AnswerTo(request, {Text(descr, "bad")}); }
 
 const JunkCase junkCases[] = {
-    {"nothing in it", [](const SnmpMessage&) { return Reply{""}; }},
-    {"no BER", [](const SnmpMessage&) { return Reply{"hello"}; }},
+    {"nothing in it", [](const Snmp::Message&) { return Reply{""}; }},
+    {"no BER", [](const Snmp::Message&) { return Reply{"hello"}; }},
     {"cut off",
-     [](const SnmpMessage& request) {
+     [](const Snmp::Message& request) {
          const std::string whole = Encode(BadAnswer(request));
          return Reply{whole.substr(0, whole.size() - 1)};
      }},
-    {"the largest datagram", [](const SnmpMessage&) { return Reply{std::string(65000, '\x30')}; }},
+    {"the largest datagram", [](const Snmp::Message&) { return Reply{std::string(65000, '\x30')}; }},
     {"another request id",
-     [](const SnmpMessage& request) {
-         SnmpMessage answer = BadAnswer(request);
+     [](const Snmp::Message& request) {
+         Snmp::Message answer = BadAnswer(request);
          ++answer.requestId;
          return Reply{Encode(answer)};
      }},
     {"another version",
-     [](const SnmpMessage& request) {
-         SnmpMessage answer = BadAnswer(request);
-         answer.version = SnmpVersion::V1;
+     [](const Snmp::Message& request) {
+         Snmp::Message answer = BadAnswer(request);
+         answer.version = Snmp::Version::V1;
          return Reply{Encode(answer)};
      }},
-    {"the request itself", [](const SnmpMessage& request) { return Reply{Encode(request)}; }},
+    {"the request itself", [](const Snmp::Message& request) { return Reply{Encode(request)}; }},
     {"another object",
-     [](const SnmpMessage& request) { return Reply{Encode(AnswerTo(request, {Text(objectId, "bad")}))}; }},
-    {"no object", [](const SnmpMessage& request) { return Reply{Encode(AnswerTo(request, {}))}; }},
+     [](const Snmp::Message& request) { return Reply{Encode(AnswerTo(request, {Text(objectId, "bad")}))}; }},
+    {"no object", [](const Snmp::Message& request) { return Reply{Encode(AnswerTo(request, {}))}; }},
     {"two objects",
-     [](const SnmpMessage& request) {
+     [](const Snmp::Message& request) {
          return Reply{Encode(AnswerTo(request, {Text(descr, "bad"), Text(objectId, "bad")}))};
      }},
     {"from another port",
-     [](const SnmpMessage& request) {
+     [](const Snmp::Message& request) {
          return Reply{Encode(BadAnswer(request)), Sender::OtherPort};
      }},
     {"from another host",
-     [](const SnmpMessage& request) {
+     [](const Snmp::Message& request) {
          return Reply{Encode(BadAnswer(request)), Sender::OtherHost};
      }},
 };
 
 TEST(SnmpConnection, PassesOverWhatIsNoAnswer) {
     for (const JunkCase& junk : junkCases) {
-        ScriptedAgent agent([&junk](size_t, const SnmpMessage& request) {
+        ScriptedAgent agent([&junk](size_t, const Snmp::Message& request) {
             return Turn{{junk.make(request), {Good(request)}}, {}};
         });
         Value value;
@@ -189,28 +189,28 @@ TEST(SnmpConnection, PassesOverWhatIsNoAnswer) {
 }
 
 TEST(SnmpConnection, EndsAtItsDeadlineHoweverMuchJunkArrives) {
-    ScriptedAgent agent([](size_t, const SnmpMessage&) { return Turn{{}, "junk"}; });
+    ScriptedAgent agent([](size_t, const Snmp::Message&) { return Turn{{}, "junk"}; });
     Value value;
     EXPECT_EQ(Connect(agent, impatient)->GetValue(descrText, &value.variant), timedOut);
     EXPECT_EQ(value.variant.vt, VT_EMPTY);
 }
 
 TEST(SnmpConnection, RepeatsARequestThatIsNotAnswered) {
-    ScriptedAgent agent([](size_t before, const SnmpMessage& request) {
+    ScriptedAgent agent([](size_t before, const Snmp::Message& request) {
         return before < 2 ? Turn{} : Turn{{{Good(request)}}, {}};
     });
     const DisposablePtr<MIBConnection> connection = Connect(agent, patient, 0);
     connection->SetTimeout(impatient, 100);
     Value value;
     EXPECT_EQ(connection->GetValue(descrText, &value.variant), S_OK);
-    const std::vector<SnmpMessage> received = agent.Received();
+    const std::vector<Snmp::Message> received = agent.Received();
     ASSERT_GE(received.size(), 3u);
     EXPECT_EQ(received[0].requestId, received[1].requestId);
     EXPECT_EQ(received[0].requestId, received[2].requestId);
 }
 
 TEST(SnmpConnection, GivesUpAfterTheRetries) {
-    ScriptedAgent agent([](size_t, const SnmpMessage&) { return Turn{}; });
+    ScriptedAgent agent([](size_t, const Snmp::Message&) { return Turn{}; });
     const DisposablePtr<MIBConnection> connection = Connect(agent, impatient, 3);
     Value value;
     wchar_t nextOid[64] = L"before";
@@ -225,8 +225,8 @@ TEST(SnmpConnection, GivesUpAfterTheRetries) {
 }
 
 TEST(SnmpConnection, TakesTheLateAnswerToItsFirstAttempt) {
-    SnmpMessage first;
-    ScriptedAgent agent([&first](size_t before, const SnmpMessage& request) {
+    Snmp::Message first;
+    ScriptedAgent agent([&first](size_t before, const Snmp::Message& request) {
         if (before == 0) first = request;
         return before == 0 ? Turn{} : Turn{{{Good(first, "late")}}, {}};
     });
@@ -236,8 +236,8 @@ TEST(SnmpConnection, TakesTheLateAnswerToItsFirstAttempt) {
 }
 
 TEST(SnmpConnection, DoesNotTakeTheAnswersToEarlierRequests) {
-    SnmpMessage first;
-    ScriptedAgent agent([&first](size_t before, const SnmpMessage& request) {
+    Snmp::Message first;
+    ScriptedAgent agent([&first](size_t before, const Snmp::Message& request) {
         if (before == 0) first = request;
         if (before == 0) return Turn{};
         // The unanswered request's answer, and everything twice.
@@ -277,7 +277,7 @@ TEST(SnmpConnection, TellsTheAgentsErrors) {
                                 {7, E_INVALIDARG},    {10, E_INVALIDARG}, {16, E_ACCESSDENIED},
                                 {17, E_ACCESSDENIED}, {99, E_FAIL},       {-1, E_FAIL}};
     for (const StatusCase& each : cases) {
-        ScriptedAgent agent([&each](size_t before, const SnmpMessage& request) {
+        ScriptedAgent agent([&each](size_t before, const Snmp::Message& request) {
             return before == 0 ? Only(ErrorTo(request, each.status)) : Turn{{{Good(request)}}, {}};
         });
         const DisposablePtr<MIBConnection> connection = Connect(agent);
@@ -292,14 +292,14 @@ TEST(SnmpConnection, TellsTheAgentsErrors) {
 
 // Answers with each object's last arc; more objects than `most` are too big.
 ScriptedAgent::Script Numbers(size_t most) {
-    return [most](size_t, const SnmpMessage& request) {
+    return [most](size_t, const Snmp::Message& request) {
         if (request.variables.size() > most) {
-            SnmpMessage error = ErrorTo(request, SnmpErrorStatus::TooBig);
+            Snmp::Message error = ErrorTo(request, Snmp::ErrorStatus::TooBig);
             error.variables.clear();
             return Only(error);
         }
-        std::vector<VarBind> variables;
-        for (const VarBind& asked : request.variables) {
+        std::vector<Snmp::VarBind> variables;
+        for (const Snmp::VarBind& asked : request.variables) {
             variables.push_back(Integer(asked.oid, static_cast<std::int32_t>(asked.oid.back())));
         }
         return Only(AnswerTo(request, variables));
@@ -362,13 +362,13 @@ TEST(SnmpConnection, GivesUpWhereEvenOneObjectIsTooBig) {
 
 TEST(SnmpConnection, ReadsAllOfManyOrNone) {
     const ScriptedAgent::Script scripts[] = {
-        [](size_t, const SnmpMessage& request) {
-            return Only(ErrorTo(request, SnmpErrorStatus::NoSuchName));
+        [](size_t, const Snmp::Message& request) {
+            return Only(ErrorTo(request, Snmp::ErrorStatus::NoSuchName));
         },
-        [](size_t, const SnmpMessage& request) {
+        [](size_t, const Snmp::Message& request) {
             return Only(AnswerTo(request, {Text(request.variables[0].oid, "text"),
                                            Integer(request.variables[1].oid, 1),
-                                           {request.variables[2].oid, SnmpTag::NoSuchInstance, {}}}));
+                                           {request.variables[2].oid, {Snmp::Tag::NoSuchInstance, {}}}}));
         },
     };
     for (const ScriptedAgent::Script& script : scripts) {
@@ -382,19 +382,20 @@ TEST(SnmpConnection, ReadsAllOfManyOrNone) {
 
 TEST(SnmpConnection, AnswersWithTheNextObject) {
     ScriptedAgent agent(
-        [](size_t, const SnmpMessage& request) { return Only(AnswerTo(request, {Integer(objectId, 7)})); });
+        [](size_t, const Snmp::Message& request) { return Only(AnswerTo(request, {Integer(objectId, 7)})); });
     const DisposablePtr<MIBConnection> connection = Connect(agent);
     Value value;
     wchar_t nextOid[32] = L"";
     EXPECT_EQ(connection->GetNextOidAndValue(descrText, nextOid, 32, &value.variant), S_OK);
     EXPECT_STREQ(nextOid, L"1.3.6.1.2.1.1.2.0");
     EXPECT_EQ(value.Text(), L"7");
-    EXPECT_EQ(agent.Received().back().type, PduType::GetNext);
+    EXPECT_EQ(agent.Received().back().type, Snmp::PduType::GetNext);
 }
 
 TEST(SnmpConnection, KeepsTheNextObjectForALargerBuffer) {
-    ScriptedAgent agent(
-        [](size_t, const SnmpMessage& request) { return Only(AnswerTo(request, {Text(objectId, "next")})); });
+    ScriptedAgent agent([](size_t, const Snmp::Message& request) {
+        return Only(AnswerTo(request, {Text(objectId, "next")}));
+    });
     const DisposablePtr<MIBConnection> connection = Connect(agent);
     Value value;
     wchar_t nextOid[32] = L"before";
@@ -420,11 +421,11 @@ TEST(SnmpConnection, KeepsTheNextObjectForALargerBuffer) {
 
 TEST(SnmpConnection, FailsAtTheEndOfTheView) {
     const ScriptedAgent::Script scripts[] = {
-        [](size_t, const SnmpMessage& request) {
-            return Only(ErrorTo(request, SnmpErrorStatus::NoSuchName));
+        [](size_t, const Snmp::Message& request) {
+            return Only(ErrorTo(request, Snmp::ErrorStatus::NoSuchName));
         },
-        [](size_t, const SnmpMessage& request) {
-            return Only(AnswerTo(request, {{request.variables[0].oid, SnmpTag::EndOfMibView, {}}}));
+        [](size_t, const Snmp::Message& request) {
+            return Only(AnswerTo(request, {{request.variables[0].oid, {Snmp::Tag::EndOfMibView, {}}}}));
         },
     };
     for (const ScriptedAgent::Script& script : scripts) {
@@ -441,7 +442,7 @@ TEST(SnmpConnection, FailsAtTheEndOfTheView) {
 
 TEST(SnmpConnection, Writes) {
     ScriptedAgent agent(
-        [](size_t, const SnmpMessage& request) { return Only(AnswerTo(request, request.variables)); });
+        [](size_t, const Snmp::Message& request) { return Only(AnswerTo(request, request.variables)); });
     SnmpOptions options = OptionsFor(agent, patient, 0);
     options.writeCommunity = "writer";
     const DisposablePtr<MIBConnection> connection(CreateSnmpConnection(options));
@@ -449,17 +450,17 @@ TEST(SnmpConnection, Writes) {
     value.vt = VT_INT;
     value.intVal = 300;
     EXPECT_EQ(connection->SetValue(descrText, value), S_OK);
-    const SnmpMessage request = agent.Received().back();
-    EXPECT_EQ(request.type, PduType::Set);
+    const Snmp::Message request = agent.Received().back();
+    EXPECT_EQ(request.type, Snmp::PduType::Set);
     EXPECT_EQ(request.community, "writer");
     ASSERT_EQ(request.variables.size(), 1u);
     EXPECT_EQ(request.variables[0].oid, descr);
-    EXPECT_EQ(request.variables[0].tag, Ber::Integer);
-    EXPECT_EQ(request.variables[0].content, "\x01\x2C");
+    EXPECT_EQ(request.variables[0].value.tag, Snmp::Ber::Integer);
+    EXPECT_EQ(request.variables[0].value.content, "\x01\x2C");
 }
 
 TEST(SnmpConnection, RefusesBadArgumentsWithoutATrace) {
-    ScriptedAgent agent([](size_t, const SnmpMessage&) { return Turn{}; });
+    ScriptedAgent agent([](size_t, const Snmp::Message&) { return Turn{}; });
     const DisposablePtr<MIBConnection> connection = Connect(agent);
     Value value;
     wchar_t nextOid[8] = L"";

@@ -58,7 +58,7 @@ ScriptedAgent::~ScriptedAgent() {
     thread_.join();
 }
 
-std::vector<SnmpMessage> ScriptedAgent::Received() const {
+std::vector<Snmp::Message> ScriptedAgent::Received() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return received_;
 }
@@ -76,8 +76,8 @@ void ScriptedAgent::Serve() {
         const int length = recvfrom(agent_.Get(), buffer.data(), static_cast<int>(buffer.size()), 0,
                                     reinterpret_cast<sockaddr*>(&client), &clientLength);
         if (length < 0) continue;
-        const std::optional<SnmpMessage> request =
-            DecodeSnmpMessage({buffer.data(), static_cast<size_t>(length)});
+        const std::optional<Snmp::Message> request =
+            Snmp::DecodeMessage({buffer.data(), static_cast<size_t>(length)});
         if (!request) continue;
         size_t before = 0;
         {
@@ -103,26 +103,28 @@ unsigned short UnusedPort() {
     return PortOf(Bind(L"127.0.0.7"));
 }
 
-SnmpMessage AnswerTo(const SnmpMessage& request, std::vector<VarBind> variables) {
-    SnmpMessage answer = request;
-    answer.type = PduType::Response;
+Snmp::Message AnswerTo(const Snmp::Message& request, std::vector<Snmp::VarBind> variables) {
+    Snmp::Message answer = request;
+    answer.type = Snmp::PduType::Response;
     answer.variables = std::move(variables);
     return answer;
 }
 
-SnmpMessage ErrorTo(const SnmpMessage& request, std::int32_t status) {
-    SnmpMessage answer = AnswerTo(request, request.variables);
+Snmp::Message ErrorTo(const Snmp::Message& request, std::int32_t status) {
+    Snmp::Message answer = AnswerTo(request, request.variables);
     answer.errorStatus = status;
     answer.errorIndex = 1;
     return answer;
 }
 
-ScriptedAgent::Turn Only(const SnmpMessage& answer) { return {{{Encode(answer)}}, {}}; }
+ScriptedAgent::Turn Only(const Snmp::Message& answer) { return {{{Snmp::Encode(answer)}}, {}}; }
 
-VarBind Integer(const Oid& oid, std::int32_t number) {
-    return {oid, Ber::Integer, Ber::IntegerContent(number)};
+Snmp::VarBind Integer(const Snmp::Oid& oid, std::int32_t number) {
+    return {oid, {Snmp::Ber::Integer, Snmp::Ber::IntegerContent(number)}};
 }
 
-VarBind Text(const Oid& oid, std::string text) { return {oid, Ber::OctetString, std::move(text)}; }
+Snmp::VarBind Text(const Snmp::Oid& oid, std::string text) {
+    return {oid, {Snmp::Ber::OctetString, std::move(text)}};
+}
 
 }  // namespace CorvixTransport

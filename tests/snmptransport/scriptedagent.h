@@ -8,10 +8,12 @@
 #include <thread>
 #include <vector>
 
-#include "transport/snmpmessage.h"
 #include "transport/winsock.h"
+#include "wire/snmp/message.h"
 
 namespace CorvixTransport {
+
+namespace Snmp = Corvix::Snmp;
 
 class ScriptedAgent {
 public:
@@ -26,7 +28,7 @@ public:
         std::string flood;
     };
     // Called with each request and the number of those before it.
-    using Script = std::function<Turn(size_t before, const SnmpMessage& request)>;
+    using Script = std::function<Turn(size_t before, const Snmp::Message& request)>;
 
     explicit ScriptedAgent(Script script, const wchar_t* host = L"127.0.0.7");
     ~ScriptedAgent();
@@ -34,7 +36,7 @@ public:
     ScriptedAgent& operator=(const ScriptedAgent&) = delete;
 
     unsigned short Port() const { return port_; }
-    std::vector<SnmpMessage> Received() const;
+    std::vector<Snmp::Message> Received() const;
 
 private:
     void Serve();
@@ -48,7 +50,7 @@ private:
     Socket otherHost_;
     unsigned short port_ = 0;
     mutable std::mutex mutex_;
-    std::vector<SnmpMessage> received_;
+    std::vector<Snmp::Message> received_;
     std::atomic<bool> ending_{false};
     std::thread thread_;
 };
@@ -57,12 +59,12 @@ private:
 unsigned short UnusedPort();
 
 // The ordinary answer to a request.
-SnmpMessage AnswerTo(const SnmpMessage& request, std::vector<VarBind> variables);
-SnmpMessage ErrorTo(const SnmpMessage& request, std::int32_t status);
+Snmp::Message AnswerTo(const Snmp::Message& request, std::vector<Snmp::VarBind> variables);
+Snmp::Message ErrorTo(const Snmp::Message& request, std::int32_t status);
 // A turn of one ordinary reply.
-ScriptedAgent::Turn Only(const SnmpMessage& answer);
+ScriptedAgent::Turn Only(const Snmp::Message& answer);
 
-VarBind Integer(const Oid& oid, std::int32_t number);
-VarBind Text(const Oid& oid, std::string text);
+Snmp::VarBind Integer(const Snmp::Oid& oid, std::int32_t number);
+Snmp::VarBind Text(const Snmp::Oid& oid, std::string text);
 
 }  // namespace CorvixTransport

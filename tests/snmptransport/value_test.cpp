@@ -4,7 +4,7 @@
 
 #include <cwchar>
 
-#include "snmpcodec/hex.h"
+#include "wiresnmp/hex.h"
 
 namespace CorvixTransport {
 namespace {
@@ -26,32 +26,32 @@ std::wstring Describe(const VARIANT& value) {
 }
 
 struct ReadCase {
-    Ber::Tag tag;
+    Snmp::Ber::Tag tag;
     const char* content;
     const wchar_t* value;
 };
 
 TEST(SnmpValue, BecomesAVariantOfItsType) {
     const ReadCase cases[] = {
-        {Ber::Integer, "05", L"I4 5"},
-        {Ber::Integer, "FE", L"I4 -2"},
-        {Ber::Integer, "00 00 00 00 2A", L"I4 42"},
-        {Ber::Integer, "00 FF FF FF FF", L"I4 -1"},
-        {SnmpTag::Counter32, "00 FF FF FF FE", L"I4 -2"},
-        {SnmpTag::Counter32, "7F FF FF FF", L"I4 2147483647"},
-        {SnmpTag::Gauge32, "80 00 00 00", L"I4 -2147483648"},
-        {SnmpTag::TimeTicks, "01 00", L"I4 256"},
-        {SnmpTag::Counter64, "01 00 00 00 00", L"BSTR 4294967296"},
-        {SnmpTag::IpAddress, "C0 00 02 07", L"BSTR 192.0.2.7"},
-        {SnmpTag::IpAddress, "C0 00 02", L"UI1 C0 00 02"},
-        {SnmpTag::Opaque, "41 42", L"UI1 41 42"},
-        {Ber::ObjectIdentifier, "2B 06 01 02 01 19", L"BSTR 1.3.6.1.2.1.25"},
-        {Ber::ObjectIdentifier, "", L"BSTR 0.0"},
+        {Snmp::Ber::Integer, "05", L"I4 5"},
+        {Snmp::Ber::Integer, "FE", L"I4 -2"},
+        {Snmp::Ber::Integer, "00 00 00 00 2A", L"I4 42"},
+        {Snmp::Ber::Integer, "00 FF FF FF FF", L"I4 -1"},
+        {Snmp::Tag::Counter32, "00 FF FF FF FE", L"I4 -2"},
+        {Snmp::Tag::Counter32, "7F FF FF FF", L"I4 2147483647"},
+        {Snmp::Tag::Gauge32, "80 00 00 00", L"I4 -2147483648"},
+        {Snmp::Tag::TimeTicks, "01 00", L"I4 256"},
+        {Snmp::Tag::Counter64, "01 00 00 00 00", L"BSTR 4294967296"},
+        {Snmp::Tag::IpAddress, "C0 00 02 07", L"BSTR 192.0.2.7"},
+        {Snmp::Tag::IpAddress, "C0 00 02", L"UI1 C0 00 02"},
+        {Snmp::Tag::Opaque, "41 42", L"UI1 41 42"},
+        {Snmp::Ber::ObjectIdentifier, "2B 06 01 02 01 19", L"BSTR 1.3.6.1.2.1.25"},
+        {Snmp::Ber::ObjectIdentifier, "", L"BSTR 0.0"},
     };
     for (const ReadCase& each : cases) {
         VARIANT value;
         VariantInit(&value);
-        EXPECT_EQ(ToVariant({{}, each.tag, FromHex(each.content)}, &value), S_OK) << each.content;
+        EXPECT_EQ(ToVariant({each.tag, FromHex(each.content)}, &value), S_OK) << each.content;
         EXPECT_EQ(Describe(value), each.value) << each.content;
         VariantClear(&value);
     }
@@ -59,39 +59,39 @@ TEST(SnmpValue, BecomesAVariantOfItsType) {
 
 TEST(SnmpValue, IsTextWhereTheOctetsAre) {
     const ReadCase cases[] = {
-        {Ber::OctetString, "", L"BSTR "},
-        {Ber::OctetString, "48 65 6C 6C 6F", L"BSTR Hello"},
-        {Ber::OctetString, "41 09 42 0D 0A", L"BSTR A\tB\r\n"},
-        {Ber::OctetString, "50 72 C3 AA 74", L"BSTR Pr\u00EAt"},
-        {Ber::OctetString, "E5 8D B0 E5 88 B7", L"BSTR \u5370\u5237"},
-        {Ber::OctetString, "50 72 EA 74", L"BSTR Pr\u00EAt"},
-        {Ber::OctetString, "53 4E 31 32 00 00 00", L"BSTR SN12"},
+        {Snmp::Ber::OctetString, "", L"BSTR "},
+        {Snmp::Ber::OctetString, "48 65 6C 6C 6F", L"BSTR Hello"},
+        {Snmp::Ber::OctetString, "41 09 42 0D 0A", L"BSTR A\tB\r\n"},
+        {Snmp::Ber::OctetString, "50 72 C3 AA 74", L"BSTR Pr\u00EAt"},
+        {Snmp::Ber::OctetString, "E5 8D B0 E5 88 B7", L"BSTR \u5370\u5237"},
+        {Snmp::Ber::OctetString, "50 72 EA 74", L"BSTR Pr\u00EAt"},
+        {Snmp::Ber::OctetString, "53 4E 31 32 00 00 00", L"BSTR SN12"},
         // Bits and addresses stay octets.
-        {Ber::OctetString, "00", L"UI1 00"},
-        {Ber::OctetString, "00 00 00 00", L"UI1 00 00 00 00"},
-        {Ber::OctetString, "40 00", L"UI1 40 00"},
-        {Ber::OctetString, "80", L"UI1 80"},
-        {Ber::OctetString, "6A B8 71 21 47 21", L"UI1 6A B8 71 21 47 21"},
-        {Ber::OctetString, "6A C8 71 21 47 21", L"UI1 6A C8 71 21 47 21"},
-        {Ber::OctetString, "6A B8 71 21", L"UI1 6A B8 71 21"},
-        {Ber::OctetString, "A4 5E 60 C1 B2 D3", L"UI1 A4 5E 60 C1 B2 D3"},
-        {Ber::OctetString, "07 E8 01 02 03 04 05 00", L"UI1 07 E8 01 02 03 04 05 00"},
-        {Ber::OctetString, "41 42 43 00 44", L"UI1 41 42 43 00 44"},
-        {Ber::OctetString, "41 42 43 44 1B", L"UI1 41 42 43 44 1B"},
-        {Ber::OctetString, "41 42 43 44 90", L"UI1 41 42 43 44 90"},
-        {Ber::OctetString, "41 42 43 7F", L"UI1 41 42 43 7F"},
+        {Snmp::Ber::OctetString, "00", L"UI1 00"},
+        {Snmp::Ber::OctetString, "00 00 00 00", L"UI1 00 00 00 00"},
+        {Snmp::Ber::OctetString, "40 00", L"UI1 40 00"},
+        {Snmp::Ber::OctetString, "80", L"UI1 80"},
+        {Snmp::Ber::OctetString, "6A B8 71 21 47 21", L"UI1 6A B8 71 21 47 21"},
+        {Snmp::Ber::OctetString, "6A C8 71 21 47 21", L"UI1 6A C8 71 21 47 21"},
+        {Snmp::Ber::OctetString, "6A B8 71 21", L"UI1 6A B8 71 21"},
+        {Snmp::Ber::OctetString, "A4 5E 60 C1 B2 D3", L"UI1 A4 5E 60 C1 B2 D3"},
+        {Snmp::Ber::OctetString, "07 E8 01 02 03 04 05 00", L"UI1 07 E8 01 02 03 04 05 00"},
+        {Snmp::Ber::OctetString, "41 42 43 00 44", L"UI1 41 42 43 00 44"},
+        {Snmp::Ber::OctetString, "41 42 43 44 1B", L"UI1 41 42 43 44 1B"},
+        {Snmp::Ber::OctetString, "41 42 43 44 90", L"UI1 41 42 43 44 90"},
+        {Snmp::Ber::OctetString, "41 42 43 7F", L"UI1 41 42 43 7F"},
     };
     for (const ReadCase& each : cases) {
         VARIANT value;
         VariantInit(&value);
-        EXPECT_EQ(ToVariant({{}, each.tag, FromHex(each.content)}, &value), S_OK) << each.content;
+        EXPECT_EQ(ToVariant({each.tag, FromHex(each.content)}, &value), S_OK) << each.content;
         EXPECT_EQ(Describe(value), each.value) << each.content;
         VariantClear(&value);
     }
 }
 
 struct RefusedCase {
-    Ber::Tag tag;
+    Snmp::Ber::Tag tag;
     const char* content;
     HRESULT result;
 };
@@ -100,33 +100,33 @@ TEST(SnmpValue, ThatIsNoneIsRefusedAndTheVariantStays) {
     const HRESULT notFound = HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
     const HRESULT invalid = HRESULT_FROM_WIN32(ERROR_INVALID_DATA);
     const RefusedCase cases[] = {
-        {Ber::Null, "", notFound},
-        {SnmpTag::NoSuchObject, "", notFound},
-        {SnmpTag::NoSuchInstance, "", notFound},
-        {SnmpTag::EndOfMibView, "", notFound},
-        {Ber::Integer, "", invalid},
-        {Ber::Integer, "01 00 00 00 00 00 00 00 00", invalid},
-        {SnmpTag::Counter32, "", invalid},
-        {SnmpTag::Counter64, "", invalid},
-        {Ber::ObjectIdentifier, "2B 86", invalid},
-        {Ber::Sequence, "02 01 05", invalid},
+        {Snmp::Ber::Null, "", notFound},
+        {Snmp::Tag::NoSuchObject, "", notFound},
+        {Snmp::Tag::NoSuchInstance, "", notFound},
+        {Snmp::Tag::EndOfMibView, "", notFound},
+        {Snmp::Ber::Integer, "", invalid},
+        {Snmp::Ber::Integer, "01 00 00 00 00 00 00 00 00", invalid},
+        {Snmp::Tag::Counter32, "", invalid},
+        {Snmp::Tag::Counter64, "", invalid},
+        {Snmp::Ber::ObjectIdentifier, "2B 86", invalid},
+        {Snmp::Ber::Sequence, "02 01 05", invalid},
         {0x47, "05", invalid},
     };
     for (const RefusedCase& each : cases) {
         VARIANT value;
         VariantInit(&value);
-        EXPECT_EQ(ToVariant({{}, each.tag, FromHex(each.content)}, &value), each.result) << int{each.tag};
+        EXPECT_EQ(ToVariant({each.tag, FromHex(each.content)}, &value), each.result) << int{each.tag};
         EXPECT_EQ(Describe(value), L"EMPTY") << int{each.tag};
     }
 }
 
 TEST(SnmpValue, IsWrittenFromAVariant) {
-    VarBind variable;
+    Snmp::Value variable;
     VARIANT value;
     value.vt = VT_INT;
     value.intVal = 1;
     ASSERT_EQ(FromVariant(value, &variable), S_OK);
-    EXPECT_EQ(variable.tag, Ber::Integer);
+    EXPECT_EQ(variable.tag, Snmp::Ber::Integer);
     EXPECT_EQ(variable.content, FromHex("01"));
 
     value.vt = VT_I4;
@@ -137,11 +137,11 @@ TEST(SnmpValue, IsWrittenFromAVariant) {
     value.vt = VT_BSTR;
     value.bstrVal = SysAllocString(L"Pr\u00EAt");
     ASSERT_EQ(FromVariant(value, &variable), S_OK);
-    EXPECT_EQ(variable.tag, Ber::OctetString);
+    EXPECT_EQ(variable.tag, Snmp::Ber::OctetString);
     EXPECT_EQ(variable.content, FromHex("50 72 C3 AA 74"));
     VariantClear(&value);
 
-    ASSERT_EQ(ToVariant({{}, SnmpTag::Opaque, FromHex("00 FF")}, &value), S_OK);
+    ASSERT_EQ(ToVariant({Snmp::Tag::Opaque, FromHex("00 FF")}, &value), S_OK);
     ASSERT_EQ(FromVariant(value, &variable), S_OK);
     EXPECT_EQ(variable.content, FromHex("00 FF"));
     VariantClear(&value);

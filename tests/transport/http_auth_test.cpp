@@ -19,11 +19,11 @@ TEST(Digest, AgreesWithTheStandardsExample) {
         {"SHA-256", "753927fa0e85d155564e2e272a28d1802ca10daf4496794697cf8db5856cb6c1"},
     };
     for (const auto& test : cases) {
-        const auto challenges =
-            ParseChallenges("Digest realm=\"http-auth@example.org\", qop=\"auth, auth-int\", algorithm=" +
-                            std::string(test.algorithm) +
-                            ", nonce=\"7ypf/xlj9XXwfDPEoM4URrv/xwf94BcCAzFZH4GiTo0v\", "
-                            "opaque=\"FQhe/qaU925kfnzjCev0ciny7QMkPqMAFRtzCUYo5tdS\"");
+        const auto challenges = Http::ParseChallenges(
+            "Digest realm=\"http-auth@example.org\", qop=\"auth, auth-int\", algorithm=" +
+            std::string(test.algorithm) +
+            ", nonce=\"7ypf/xlj9XXwfDPEoM4URrv/xwf94BcCAzFZH4GiTo0v\", "
+            "opaque=\"FQhe/qaU925kfnzjCev0ciny7QMkPqMAFRtzCUYo5tdS\"");
         const std::string answer = MakeDigestAuthorization(
             challenges.at(0), {"Mufasa", "Circle of Life"},
             {"GET", "/dir/index.html", "f2/wE4q74E6zIJEtWaHKaf5wv/H5QzzpXusqGemxURZJ", 1}, HashToHexadecimal);

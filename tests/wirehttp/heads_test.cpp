@@ -1,8 +1,10 @@
-#include "transport/wire/requesthead.h"
+#include "wire/http/heads.h"
 
 #include <gmock/gmock.h>
 
-namespace CorvixTransport {
+#include "wire/http/chunks.h"
+
+namespace Corvix::Http {
 namespace {
 
 TEST(RequestHead, IsWrittenToTheByte) {
@@ -11,8 +13,7 @@ TEST(RequestHead, IsWrittenToTheByte) {
     head.target = "/ipp/print";
     head.headers.Add("Host", "printer:631");
     head.headers.Add("Content-Length", "0");
-    EXPECT_EQ(WriteRequestHead(head),
-              "POST /ipp/print HTTP/1.1\r\nHost: printer:631\r\nContent-Length: 0\r\n\r\n");
+    EXPECT_EQ(WriteHead(head), "POST /ipp/print HTTP/1.1\r\nHost: printer:631\r\nContent-Length: 0\r\n\r\n");
 }
 
 TEST(RequestHead, TargetsArePathsInAscii) {
@@ -51,9 +52,23 @@ TEST(RequestHead, HostsNameThePortThatIsNotTheUsualOne) {
     EXPECT_EQ(MakeHostValue("2001:db8::1", 631, 443), "[2001:db8::1]:631");
 }
 
-TEST(RequestHead, FramesChunksInHexadecimal) {
-    EXPECT_EQ(MakeChunkFrame(5), "5\r\n");
-    EXPECT_EQ(MakeChunkFrame(65536 + 10), "1000A\r\n");
+TEST(ResponseHead, IsWrittenToTheByte) {
+    ResponseHead head;
+    head.status = 404;
+    head.headers.Add("Content-Length", "0");
+    EXPECT_EQ(WriteHead(head), "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
+    head.reason = "Gone fishing";
+    EXPECT_EQ(WriteHead(head), "HTTP/1.1 404 Gone fishing\r\nContent-Length: 0\r\n\r\n");
+    EXPECT_STREQ(ReasonOf(299), "Status");
+}
+
+TEST(Chunks, AreFramedInHexadecimal) {
+    EXPECT_EQ(MakeChunkHead(65536 + 10), "1000A\r\n");
+    std::string chunk;
+    FormChunk("hello, print", chunk);
+    EXPECT_EQ(chunk, "C\r\nhello, print\r\n");
+    FormChunk("", chunk);
+    EXPECT_EQ(chunk, lastChunk);
 }
 
 TEST(Headers, KnowsTokensAndFieldValues) {
@@ -75,4 +90,4 @@ TEST(Headers, FindsTokensInLists) {
 }
 
 }  // namespace
-}  // namespace CorvixTransport
+}  // namespace Corvix::Http

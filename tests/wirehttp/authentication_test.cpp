@@ -1,8 +1,8 @@
-#include "transport/wire/authentication.h"
+#include "wire/http/authentication.h"
 
 #include <gmock/gmock.h>
 
-namespace CorvixTransport {
+namespace Corvix::Http {
 namespace {
 
 using testing::ElementsAre;
@@ -102,4 +102,4 @@ TEST(Authorization, QuotesWhatTheDeviceSaid) {
 }
 
 }  // namespace
-}  // namespace CorvixTransport
+}  // namespace Corvix::Http

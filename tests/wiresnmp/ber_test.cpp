@@ -1,10 +1,10 @@
-#include "transport/ber.h"
+#include "wire/snmp/ber.h"
 
 #include <gmock/gmock.h>
 
-#include "snmpcodec/hex.h"
+#include "wiresnmp/hex.h"
 
-namespace CorvixTransport {
+namespace Corvix::Snmp {
 namespace {
 
 TEST(Oid, ReadsDottedTexts) {
@@ -16,6 +16,14 @@ TEST(Oid, ReadsDottedTexts) {
         longest += ".7";
     EXPECT_TRUE(ParseOid(longest));
     EXPECT_FALSE(ParseOid(longest + ".7"));
+}
+
+TEST(Oid, MayBeAPart) {
+    EXPECT_EQ(ParseArcs("7"), Oid{7});
+    EXPECT_EQ(ParseArcs(".3.99"), (Oid{3, 99}));
+    EXPECT_FALSE(ParseArcs("7."));
+    EXPECT_EQ(Ber::OidContent({}), FromHex("00"));
+    EXPECT_EQ(Ber::OidContent({7}), FromHex("00"));
 }
 
 TEST(Oid, RefusesTextsThatAreNone) {
@@ -107,6 +115,13 @@ TEST(BerInteger, RefusesWhatDoesNotFit) {
     EXPECT_FALSE(Ber::Reader(FromHex("04 01 05")).NextInteger()) << "another tag";
 }
 
+TEST(BerUnsigned, IsWrittenWithoutASign) {
+    EXPECT_EQ(Ber::UnsignedContent(0), FromHex("00"));
+    EXPECT_EQ(Ber::UnsignedContent(128), FromHex("00 80"));
+    EXPECT_EQ(Ber::UnsignedContent(0xFFFFFFFF), FromHex("00 FF FF FF FF"));
+    EXPECT_EQ(Ber::UnsignedContent(~std::uint64_t{0}), FromHex("00 FF FF FF FF FF FF FF FF"));
+}
+
 TEST(BerUnsigned, IsReadWithAndWithoutItsLeadingZero) {
     EXPECT_EQ(Ber::DecodeUnsigned(FromHex("00 FF FF FF FE")), 0xFFFFFFFEu);
     EXPECT_EQ(Ber::DecodeUnsigned(FromHex("FF FF FF FE")), 0xFFFFFFFEu);
@@ -163,4 +178,4 @@ TEST(BerReader, LeavesAnElementOfAnotherTagInPlace) {
 }
 
 }  // namespace
-}  // namespace CorvixTransport
+}  // namespace Corvix::Snmp

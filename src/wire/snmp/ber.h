@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace CorvixTransport {
+namespace Corvix::Snmp {
 
 /// The arcs of an object identifier.
 using Oid = std::vector<std::uint32_t>;
@@ -18,6 +18,8 @@ using Oid = std::vector<std::uint32_t>;
 /// "1.3.6.1" to its arcs; a leading dot is allowed. Nothing for a text that is no object identifier of at
 /// least two and at most 128 arcs.
 std::optional<Oid> ParseOid(std::string_view text);
+/// The same for a part of an identifier, such as the index of a row: one arc is enough, and any may come first.
+std::optional<Oid> ParseArcs(std::string_view text);
 std::string FormatOid(const Oid& oid);
 
 namespace Ber {
@@ -64,9 +66,12 @@ std::optional<Oid> DecodeOid(std::string_view content);
 std::string Encode(Tag tag, std::string_view content);
 /// The shortest two's complement of the number.
 std::string IntegerContent(std::int64_t number);
+/// The same for a number without sign: a leading zero keeps a set top bit from being one.
+std::string UnsignedContent(std::uint64_t number);
+/// One of fewer than two arcs is written as 0.0.
+std::string OidContent(const Oid& oid);
 std::string EncodeInteger(std::int64_t number);
-/// \pre the identifier has at least two arcs and they are in range, as those of ParseOid() are.
 std::string EncodeOid(const Oid& oid);
 
 }  // namespace Ber
-}  // namespace CorvixTransport
+}  // namespace Corvix::Snmp

@@ -1,17 +1,12 @@
-#include "transport/snmpmessage.h"
+#include "wire/snmp/message.h"
 
-namespace CorvixTransport {
+namespace Corvix::Snmp {
 namespace {
 
-std::string EncodeVariable(const VarBind& variable) {
-    return Ber::Encode(Ber::Sequence,
-                       Ber::EncodeOid(variable.oid) + Ber::Encode(variable.tag, variable.content));
-}
-
-std::string EncodePdu(const SnmpMessage& message) {
+std::string EncodePdu(const Message& message) {
     std::string variables;
     for (const VarBind& variable : message.variables)
-        variables += EncodeVariable(variable);
+        variables += Encode(variable);
     std::string fields = Ber::EncodeInteger(message.requestId);
     fields += Ber::EncodeInteger(message.errorStatus);
     fields += Ber::EncodeInteger(message.errorIndex);
@@ -19,14 +14,15 @@ std::string EncodePdu(const SnmpMessage& message) {
     return Ber::Encode(static_cast<Ber::Tag>(message.type), fields);
 }
 
-std::optional<SnmpVersion> DecodeVersion(std::optional<std::int32_t> number) {
-    if (number == static_cast<std::int32_t>(SnmpVersion::V1)) return SnmpVersion::V1;
-    if (number == static_cast<std::int32_t>(SnmpVersion::V2c)) return SnmpVersion::V2c;
+std::optional<Version> DecodeVersion(std::optional<std::int32_t> number) {
+    if (number == static_cast<std::int32_t>(Version::V1)) return Version::V1;
+    if (number == static_cast<std::int32_t>(Version::V2c)) return Version::V2c;
     return std::nullopt;
 }
 
 std::optional<PduType> DecodeType(Ber::Tag tag) {
-    for (const PduType type : {PduType::Get, PduType::GetNext, PduType::Response, PduType::Set}) {
+    for (const PduType type :
+         {PduType::Get, PduType::GetNext, PduType::Response, PduType::Set, PduType::GetBulk}) {
         if (tag == static_cast<Ber::Tag>(type)) return type;
     }
     return std::nullopt;
@@ -39,7 +35,7 @@ std::optional<VarBind> DecodeVariable(std::string_view content) {
     if (!name || name->empty() || !value || !reader.AtEnd()) return std::nullopt;
     std::optional<Oid> oid = Ber::DecodeOid(*name);
     if (!oid) return std::nullopt;
-    return VarBind{std::move(*oid), value->tag, std::string(value->content)};
+    return VarBind{std::move(*oid), {value->tag, std::string(value->content)}};
 }
 
 bool DecodeVariables(std::string_view content, std::vector<VarBind>& variables) {
@@ -53,7 +49,7 @@ bool DecodeVariables(std::string_view content, std::vector<VarBind>& variables) 
     return true;
 }
 
-bool DecodePdu(const Ber::Element& pdu, SnmpMessage& message) {
+bool DecodePdu(const Ber::Element& pdu, Message& message) {
     Ber::Reader reader(pdu.content);
     const std::optional<PduType> type = DecodeType(pdu.tag);
     const std::optional<std::int32_t> requestId = reader.NextInteger();
@@ -70,26 +66,32 @@ bool DecodePdu(const Ber::Element& pdu, SnmpMessage& message) {
 
 }  // namespace
 
-std::string Encode(const SnmpMessage& message) {
+std::string Encode(const VarBind& variable) {
+    const Value& value = variable.value;
+    return Ber::Encode(Ber::Sequence, Ber::EncodeOid(variable.oid) + Ber::Encode(value.tag, value.content));
+}
+
+std::string Encode(const Message& message) {
     std::string fields = Ber::EncodeInteger(static_cast<std::int32_t>(message.version));
     fields += Ber::Encode(Ber::OctetString, message.community);
     fields += EncodePdu(message);
     return Ber::Encode(Ber::Sequence, fields);
 }
 
-std::optional<SnmpMessage> DecodeSnmpMessage(std::string_view datagram) {
+std::optional<Message> DecodeMessage(std::string_view datagram) {
     const std::optional<std::string_view> content = Ber::Reader(datagram).Next(Ber::Sequence);
     if (!content) return std::nullopt;
     Ber::Reader reader(*content);
-    const std::optional<SnmpVersion> version = DecodeVersion(reader.NextInteger());
+    const std::optional<Version> version = DecodeVersion(reader.NextInteger());
     const std::optional<std::string_view> community = reader.Next(Ber::OctetString);
     const std::optional<Ber::Element> pdu = reader.Next();
     if (!version || !community || !pdu || !reader.AtEnd()) return std::nullopt;
-    SnmpMessage message;
+    Message message;
     message.version = *version;
     message.community = std::string(*community);
     if (!DecodePdu(*pdu, message)) return std::nullopt;
+    if (message.type == PduType::GetBulk && message.version == Version::V1) return std::nullopt;
     return message;
 }
 
-}  // namespace CorvixTransport
+}  // namespace Corvix::Snmp

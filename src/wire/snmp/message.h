@@ -1,4 +1,4 @@
-/// SNMP messages of versions 1 and 2c: request writer and answer reader. Pure C++, knows no sockets.
+/// SNMP messages of versions 1 and 2c, written and read by managers and agents alike. Knows no sockets.
 #pragma once
 
 #include <cstdint>
@@ -7,13 +7,12 @@
 #include <string_view>
 #include <vector>
 
-#include "transport/ber.h"
-#include "transport/snmpversion.h"
+#include "wire/snmp/ber.h"
 
-namespace CorvixTransport {
+namespace Corvix::Snmp {
 
 /// The tags of the values that SNMP adds to the universal ones.
-namespace SnmpTag {
+namespace Tag {
 constexpr Ber::Tag IpAddress = 0x40;
 constexpr Ber::Tag Counter32 = 0x41;
 constexpr Ber::Tag Gauge32 = 0x42;
@@ -23,14 +22,15 @@ constexpr Ber::Tag Counter64 = 0x46;
 constexpr Ber::Tag NoSuchObject = 0x80;
 constexpr Ber::Tag NoSuchInstance = 0x81;
 constexpr Ber::Tag EndOfMibView = 0x82;
-}  // namespace SnmpTag
+}  // namespace Tag
 
-namespace SnmpErrorStatus {
+namespace ErrorStatus {
 constexpr std::int32_t NoError = 0;
 constexpr std::int32_t TooBig = 1;
 constexpr std::int32_t NoSuchName = 2;
 constexpr std::int32_t BadValue = 3;
 constexpr std::int32_t ReadOnly = 4;
+constexpr std::int32_t GenErr = 5;
 constexpr std::int32_t NoAccess = 6;
 constexpr std::int32_t WrongType = 7;
 constexpr std::int32_t WrongLength = 8;
@@ -38,31 +38,41 @@ constexpr std::int32_t WrongEncoding = 9;
 constexpr std::int32_t WrongValue = 10;
 constexpr std::int32_t AuthorizationError = 16;
 constexpr std::int32_t NotWritable = 17;
-}  // namespace SnmpErrorStatus
+}  // namespace ErrorStatus
 
-enum class PduType : Ber::Tag { Get = 0xA0, GetNext = 0xA1, Response = 0xA2, Set = 0xA3 };
+/// The numbers are those on the wire.
+enum class Version : std::int32_t { V1 = 0, V2c = 1 };
 
-/// An object and its value, as it stands on the wire.
-struct VarBind {
-    Oid oid;
+/// GetBulk is of version 2c only.
+enum class PduType : Ber::Tag { Get = 0xA0, GetNext = 0xA1, Response = 0xA2, Set = 0xA3, GetBulk = 0xA5 };
+
+/// A value as it stands on the wire.
+struct Value {
     Ber::Tag tag = Ber::Null;
     std::string content;
 };
 
-struct SnmpMessage {
-    SnmpVersion version = SnmpVersion::V2c;
+/// An object and its value.
+struct VarBind {
+    Oid oid;
+    Value value;
+};
+
+struct Message {
+    Version version = Version::V2c;
     std::string community;
     PduType type = PduType::Get;
     std::int32_t requestId = 0;
-    std::int32_t errorStatus = 0;
-    std::int32_t errorIndex = 0;
+    std::int32_t errorStatus = 0;  ///< of a GetBulk: the number of non-repeaters
+    std::int32_t errorIndex = 0;   ///< of a GetBulk: the number of repetitions
     std::vector<VarBind> variables;
 };
 
-std::string Encode(const SnmpMessage& message);
+std::string Encode(const VarBind& variable);
+std::string Encode(const Message& message);
 
 /// Reads one datagram. Nothing when it is not a whole, well-formed message of a version and a type known
 /// here; bytes after the message are ignored, since some agents pad.
-std::optional<SnmpMessage> DecodeSnmpMessage(std::string_view datagram);
+std::optional<Message> DecodeMessage(std::string_view datagram);
 
-}  // namespace CorvixTransport
+}  // namespace Corvix::Snmp

@@ -1,10 +1,10 @@
-#include "transport/snmpmessage.h"
+#include "wire/snmp/message.h"
 
 #include <gmock/gmock.h>
 
-#include "snmpcodec/hex.h"
+#include "wiresnmp/hex.h"
 
-namespace CorvixTransport {
+namespace Corvix::Snmp {
 namespace {
 
 // Version 2c, "public"; a response with request id 0x12345678 and no error; 1.3.6.1.2.1.1.1.0 is "Hello".
@@ -22,20 +22,20 @@ const char* const requestHex =
 
 const Oid sysDescr = {1, 3, 6, 1, 2, 1, 1, 1, 0};
 
-TEST(SnmpMessage, IsWrittenByteByByte) {
-    SnmpMessage request;
-    request.version = SnmpVersion::V1;
+TEST(Message, IsWrittenByteByByte) {
+    Message request;
+    request.version = Version::V1;
     request.community = "public";
     request.type = PduType::Get;
     request.requestId = 0x12345678;
-    request.variables = {{sysDescr, Ber::Null, {}}, {sysDescr, Ber::Null, {}}};
+    request.variables = {{sysDescr, {}}, {sysDescr, {}}};
     EXPECT_EQ(Encode(request), FromHex(requestHex));
 }
 
-TEST(SnmpMessage, IsReadFieldByField) {
-    const std::optional<SnmpMessage> answer = DecodeSnmpMessage(FromHex(answerHex));
+TEST(Message, IsReadFieldByField) {
+    const std::optional<Message> answer = DecodeMessage(FromHex(answerHex));
     ASSERT_TRUE(answer);
-    EXPECT_EQ(answer->version, SnmpVersion::V2c);
+    EXPECT_EQ(answer->version, Version::V2c);
     EXPECT_EQ(answer->community, "public");
     EXPECT_EQ(answer->type, PduType::Response);
     EXPECT_EQ(answer->requestId, 0x12345678);
@@ -43,21 +43,34 @@ TEST(SnmpMessage, IsReadFieldByField) {
     EXPECT_EQ(answer->errorIndex, 0);
     ASSERT_EQ(answer->variables.size(), 1u);
     EXPECT_EQ(answer->variables[0].oid, sysDescr);
-    EXPECT_EQ(answer->variables[0].tag, Ber::OctetString);
-    EXPECT_EQ(answer->variables[0].content, "Hello");
+    EXPECT_EQ(answer->variables[0].value.tag, Ber::OctetString);
+    EXPECT_EQ(answer->variables[0].value.content, "Hello");
 }
 
-TEST(SnmpMessage, TakesWhatAgentsGetAwayWith) {
+TEST(Message, OfAGetBulkIsOfTheSecondVersion) {
+    Message request;
+    request.type = PduType::GetBulk;
+    request.errorIndex = 10;
+    request.variables = {{sysDescr, {}}};
+    const std::optional<Message> read = DecodeMessage(Encode(request));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->type, PduType::GetBulk);
+    EXPECT_EQ(read->errorIndex, 10);
+    request.version = Version::V1;
+    EXPECT_FALSE(DecodeMessage(Encode(request)));
+}
+
+TEST(Message, TakesWhatAgentsGetAwayWith) {
     const std::string padded = FromHex(answerHex) + std::string(20, '\0');
-    EXPECT_TRUE(DecodeSnmpMessage(padded)) << "zeros after the message";
+    EXPECT_TRUE(DecodeMessage(padded)) << "zeros after the message";
     const std::string wasteful = FromHex(
         "30 82 00 2E 02 02 00 01 04 81 00"
         "A2 84 00 00 00 21 02 05 00 12 34 56 78 02 02 00 02 02 01 01"
         "30 81 10 30 81 0D 06 08 2B 06 01 02 01 01 01 00 05 81 00");
-    const std::optional<SnmpMessage> answer = DecodeSnmpMessage(wasteful);
+    const std::optional<Message> answer = DecodeMessage(wasteful);
     ASSERT_TRUE(answer) << "needless octets in lengths and integers";
     EXPECT_EQ(answer->requestId, 0x12345678);
-    EXPECT_EQ(answer->errorStatus, SnmpErrorStatus::NoSuchName);
+    EXPECT_EQ(answer->errorStatus, ErrorStatus::NoSuchName);
     EXPECT_EQ(answer->errorIndex, 1);
 }
 
@@ -67,7 +80,7 @@ struct Damage {
     const char* octets;
 };
 
-TEST(SnmpMessage, IsRefusedWhenDamaged) {
+TEST(Message, IsRefusedWhenDamaged) {
     const Damage damages[] = {
         {"no sequence", 0, "31"},
         {"a length beyond the datagram", 1, "2F"},
@@ -94,30 +107,30 @@ TEST(SnmpMessage, IsRefusedWhenDamaged) {
         std::string message = FromHex(answerHex);
         const std::string octets = FromHex(damage.octets);
         message.replace(damage.offset, octets.size(), octets);
-        EXPECT_FALSE(DecodeSnmpMessage(message)) << damage.name;
+        EXPECT_FALSE(DecodeMessage(message)) << damage.name;
     }
 }
 
-TEST(SnmpMessage, IsRefusedWhenCutOffAnywhere) {
+TEST(Message, IsRefusedWhenCutOffAnywhere) {
     const std::string whole = FromHex(answerHex);
     for (size_t length = 0; length < whole.size(); ++length) {
-        EXPECT_FALSE(DecodeSnmpMessage(whole.substr(0, length))) << length;
+        EXPECT_FALSE(DecodeMessage(whole.substr(0, length))) << length;
     }
 }
 
 // Nothing to compare with: the sanitizers and the library's assertions are what this is for.
-TEST(SnmpMessage, SurvivesEveryChangedOctet) {
+TEST(Message, SurvivesEveryChangedOctet) {
     const std::string whole = FromHex(answerHex);
     size_t read = 0;
     for (size_t offset = 0; offset < whole.size(); ++offset) {
         for (int octet = 0; octet < 256; ++octet) {
             std::string changed = whole;
             changed[offset] = static_cast<char>(octet);
-            if (DecodeSnmpMessage(changed)) ++read;
+            if (DecodeMessage(changed)) ++read;
         }
     }
     EXPECT_GT(read, whole.size()) << "the changes of community, numbers and text do no harm";
 }
 
 }  // namespace
-}  // namespace CorvixTransport
+}  // namespace Corvix::Snmp

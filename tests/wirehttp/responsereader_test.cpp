@@ -1,14 +1,14 @@
-#include "transport/wire/responsereader.h"
+#include "wire/http/responsereader.h"
 
 #include <gmock/gmock.h>
 
-namespace CorvixTransport {
+namespace Corvix::Http {
 namespace {
 
 constexpr size_t atOnce = std::string::npos;
 
 // Feeds the text in pieces of the given size, then ends the connection if asked.
-ResponseReader Read(const std::string& text, size_t pieceSize, bool end, const ResponseLimits& limits = {},
+ResponseReader Read(const std::string& text, size_t pieceSize, bool end, const Limits& limits = {},
                     bool toHead = false) {
     ResponseReader reader(limits, toHead);
     std::string_view rest = text;
@@ -37,7 +37,7 @@ TEST_P(GoodResponse, IsReadHoweverItIsCut) {
     const GoodCase& test = GetParam();
     for (const size_t pieceSize : {atOnce, size_t{1}, size_t{3}, size_t{7}}) {
         const ResponseReader reader = Read(test.text, pieceSize, test.endsConnection);
-        ASSERT_EQ(reader.Fault(), ResponseFault::None) << pieceSize;
+        ASSERT_EQ(reader.Fault(), MessageFault::None) << pieceSize;
         ASSERT_TRUE(reader.IsComplete()) << pieceSize;
         EXPECT_EQ(reader.Head().status, test.status);
         EXPECT_EQ(reader.Body(), test.body);
@@ -89,13 +89,13 @@ INSTANTIATE_TEST_SUITE_P(
 struct BadCase {
     const char* name;
     std::string text;
-    ResponseFault fault;
+    MessageFault fault;
 };
 
 class BadResponse : public testing::TestWithParam<BadCase> {};
 
 TEST_P(BadResponse, IsRefusedHoweverItIsCut) {
-    ResponseLimits limits;
+    Limits limits;
     limits.headBytes = 200;
     limits.bodyBytes = 20;
     for (const size_t pieceSize : {atOnce, size_t{1}, size_t{5}}) {
@@ -112,22 +112,21 @@ const std::string chunkedHead = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r
 INSTANTIATE_TEST_SUITE_P(
     , BadResponse,
     testing::Values(
-        BadCase{"Nothing", "", ResponseFault::Truncated},
-        BadCase{"OtherProtocol", "SSH-2.0-device\r\n", ResponseFault::BadStatusLine},
-        BadCase{"NextVersion", "HTTP/2.0 200 OK\r\n\r\n", ResponseFault::BadStatusLine},
-        BadCase{"ShortStatus", "HTTP/1.1 20\r\n\r\n", ResponseFault::BadStatusLine},
-        BadCase{"LongStatus", "HTTP/1.1 2000 OK\r\n\r\n", ResponseFault::BadStatusLine},
-        BadCase{"ZeroStatus", "HTTP/1.1 000 OK\r\n\r\n", ResponseFault::BadStatusLine},
-        BadCase{"SwitchingProtocols", "HTTP/1.1 101 Switching\r\n\r\n", ResponseFault::BadStatusLine},
-        BadCase{"HeaderWithoutColon", "HTTP/1.1 200 OK\r\nContent-Length 5\r\n\r\n",
-                ResponseFault::BadHeader},
-        BadCase{"HeaderWithoutName", "HTTP/1.1 200 OK\r\n: 5\r\n\r\n", ResponseFault::BadHeader},
-        BadCase{"FoldBeforeAnyHeader", "HTTP/1.1 200 OK\r\n more\r\n\r\n", ResponseFault::BadHeader},
-        BadCase{"CarriageReturnInValue", "HTTP/1.1 200 OK\r\nX: a\rb\r\n\r\n", ResponseFault::BadHeader},
+        BadCase{"Nothing", "", MessageFault::Truncated},
+        BadCase{"OtherProtocol", "SSH-2.0-device\r\n", MessageFault::BadStartLine},
+        BadCase{"NextVersion", "HTTP/2.0 200 OK\r\n\r\n", MessageFault::BadStartLine},
+        BadCase{"ShortStatus", "HTTP/1.1 20\r\n\r\n", MessageFault::BadStartLine},
+        BadCase{"LongStatus", "HTTP/1.1 2000 OK\r\n\r\n", MessageFault::BadStartLine},
+        BadCase{"ZeroStatus", "HTTP/1.1 000 OK\r\n\r\n", MessageFault::BadStartLine},
+        BadCase{"SwitchingProtocols", "HTTP/1.1 101 Switching\r\n\r\n", MessageFault::BadStartLine},
+        BadCase{"HeaderWithoutColon", "HTTP/1.1 200 OK\r\nContent-Length 5\r\n\r\n", MessageFault::BadHeader},
+        BadCase{"HeaderWithoutName", "HTTP/1.1 200 OK\r\n: 5\r\n\r\n", MessageFault::BadHeader},
+        BadCase{"FoldBeforeAnyHeader", "HTTP/1.1 200 OK\r\n more\r\n\r\n", MessageFault::BadHeader},
+        BadCase{"CarriageReturnInValue", "HTTP/1.1 200 OK\r\nX: a\rb\r\n\r\n", MessageFault::BadHeader},
         BadCase{"ZeroByteInValue", std::string("HTTP/1.1 200 OK\r\nX: a\0b\r\n\r\n", 28),
-                ResponseFault::BadHeader},
-        BadCase{"EndlessStatusLine", "HTTP/1.1 200 " + std::string(500, 'x'), ResponseFault::HeadTooLong},
-        BadCase{"EndlessHeaders", "HTTP/1.1 200 OK\r\n" + std::string(500, 'x'), ResponseFault::HeadTooLong},
+                MessageFault::BadHeader},
+        BadCase{"EndlessStatusLine", "HTTP/1.1 200 " + std::string(500, 'x'), MessageFault::HeadTooLong},
+        BadCase{"EndlessHeaders", "HTTP/1.1 200 OK\r\n" + std::string(500, 'x'), MessageFault::HeadTooLong},
         BadCase{"EndlessInterimResponses",
                 [] {
                     std::string text;
@@ -135,33 +134,32 @@ INSTANTIATE_TEST_SUITE_P(
                         text += "HTTP/1.1 100 Continue\r\n\r\n";
                     return text;
                 }(),
-                ResponseFault::HeadTooLong},
-        BadCase{"EndlessTrailers", chunkedHead + "0\r\n" + std::string(500, 'x'), ResponseFault::HeadTooLong},
-        BadCase{"NegativeLength", "HTTP/1.1 200 OK\r\nContent-Length: -1\r\n\r\n", ResponseFault::BadLength},
-        BadCase{"EmptyLength", "HTTP/1.1 200 OK\r\nContent-Length:\r\n\r\n", ResponseFault::BadLength},
+                MessageFault::HeadTooLong},
+        BadCase{"EndlessTrailers", chunkedHead + "0\r\n" + std::string(500, 'x'), MessageFault::HeadTooLong},
+        BadCase{"NegativeLength", "HTTP/1.1 200 OK\r\nContent-Length: -1\r\n\r\n", MessageFault::BadLength},
+        BadCase{"EmptyLength", "HTTP/1.1 200 OK\r\nContent-Length:\r\n\r\n", MessageFault::BadLength},
         BadCase{"DifferentLengths", "HTTP/1.1 200 OK\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n",
-                ResponseFault::BadLength},
+                MessageFault::BadLength},
         BadCase{"HugeLength", "HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999999\r\n\r\n",
-                ResponseFault::BadLength},
+                MessageFault::BadLength},
         BadCase{"LengthAboveLimit", "HTTP/1.1 200 OK\r\nContent-Length: 21\r\n\r\n",
-                ResponseFault::BodyTooLong},
+                MessageFault::BodyTooLong},
         BadCase{"UndelimitedBodyAboveLimit", "HTTP/1.1 200 OK\r\n\r\n" + std::string(21, 'x'),
-                ResponseFault::BodyTooLong},
+                MessageFault::BodyTooLong},
         BadCase{"CompressedTransfer", "HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip, chunked\r\n\r\n",
-                ResponseFault::UnknownTransferCoding},
-        BadCase{"TruncatedHead", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n", ResponseFault::Truncated},
-        BadCase{"TruncatedBody", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhell",
-                ResponseFault::Truncated},
-        BadCase{"TruncatedChunk", chunkedHead + "5\r\nhell", ResponseFault::Truncated},
-        BadCase{"MissingLastChunk", chunkedHead + "5\r\nhello\r\n", ResponseFault::Truncated},
-        BadCase{"NoChunkSize", chunkedHead + "\r\nhello", ResponseFault::BadChunk},
-        BadCase{"ChunkSizeIsNoNumber", chunkedHead + "5x\r\nhello", ResponseFault::BadChunk},
-        BadCase{"NegativeChunkSize", chunkedHead + "-5\r\nhello", ResponseFault::BadChunk},
-        BadCase{"HugeChunkSize", chunkedHead + "FFFFFFFFFFFFFFFFFF\r\n", ResponseFault::BadChunk},
-        BadCase{"ChunkAboveLimit", chunkedHead + "15\r\n", ResponseFault::BodyTooLong},
+                MessageFault::UnknownTransferCoding},
+        BadCase{"TruncatedHead", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n", MessageFault::Truncated},
+        BadCase{"TruncatedBody", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhell", MessageFault::Truncated},
+        BadCase{"TruncatedChunk", chunkedHead + "5\r\nhell", MessageFault::Truncated},
+        BadCase{"MissingLastChunk", chunkedHead + "5\r\nhello\r\n", MessageFault::Truncated},
+        BadCase{"NoChunkSize", chunkedHead + "\r\nhello", MessageFault::BadChunk},
+        BadCase{"ChunkSizeIsNoNumber", chunkedHead + "5x\r\nhello", MessageFault::BadChunk},
+        BadCase{"NegativeChunkSize", chunkedHead + "-5\r\nhello", MessageFault::BadChunk},
+        BadCase{"HugeChunkSize", chunkedHead + "FFFFFFFFFFFFFFFFFF\r\n", MessageFault::BadChunk},
+        BadCase{"ChunkAboveLimit", chunkedHead + "15\r\n", MessageFault::BodyTooLong},
         BadCase{"ChunksAboveLimitTogether", chunkedHead + "14\r\n" + std::string(20, 'x') + "\r\n1\r\n",
-                ResponseFault::BodyTooLong},
-        BadCase{"ChunkLongerThanItsSize", chunkedHead + "2\r\nhello\r\n", ResponseFault::BadChunk}),
+                MessageFault::BodyTooLong},
+        BadCase{"ChunkLongerThanItsSize", chunkedHead + "2\r\nhello\r\n", MessageFault::BadChunk}),
     [](const auto& test) { return test.param.name; });
 
 TEST(ResponseReader, HasNoBodyAfterHead) {
@@ -196,10 +194,10 @@ TEST(ResponseReader, CountsManySmallChunksAsBody) {
     std::string text = chunkedHead;
     for (int i = 0; i < 1000; ++i)
         text += "1\r\nx\r\n";
-    ResponseLimits limits;
+    Limits limits;
     limits.headBytes = 200;
     const ResponseReader reader = Read(text + "0\r\n\r\n", atOnce, false, limits);
-    EXPECT_EQ(reader.Fault(), ResponseFault::None);
+    EXPECT_EQ(reader.Fault(), MessageFault::None);
     EXPECT_EQ(reader.Body().size(), 1000u);
 }
 
@@ -214,4 +212,4 @@ TEST(ResponseReader, TellsContinueFromTheFinalResponse) {
 }
 
 }  // namespace
-}  // namespace CorvixTransport
+}  // namespace Corvix::Http

@@ -1,12 +1,12 @@
-#include "transport/wire/authentication.h"
+#include "wire/http/authentication.h"
 
 #include <algorithm>
 #include <cstdio>
 
-#include "transport/text.h"
-#include "transport/wire/headers.h"
+#include "wire/ascii.h"
+#include "wire/http/headers.h"
 
-namespace CorvixTransport {
+namespace Corvix::Http {
 
 namespace {
 
@@ -71,7 +71,7 @@ bool TakeParameterValue(Scanner& scanner, std::string_view name, std::vector<Cha
     }
     std::string value;
     if (!scanner.TakeValue(value)) return false;
-    challenges.back().parameters.emplace(ToLower(std::string(name)), value);
+    challenges.back().parameters.emplace(Ascii::ToLower(name), value);
     return true;
 }
 
@@ -92,7 +92,7 @@ constexpr DigestAlgorithm digestAlgorithms[] = {
 const DigestAlgorithm* FindAlgorithm(const Challenge& challenge) {
     const std::string name = challenge.Parameter("algorithm");
     for (const DigestAlgorithm& algorithm : digestAlgorithms) {
-        if (EqualsIgnoringCase(name.empty() ? "MD5" : name, algorithm.name)) return &algorithm;
+        if (Ascii::EqualsIgnoringCase(name.empty() ? "MD5" : name, algorithm.name)) return &algorithm;
     }
     return nullptr;
 }
@@ -101,7 +101,7 @@ bool OffersQop(const Challenge& challenge, std::string_view wanted) {
     const std::string offered = challenge.Parameter("qop");
     const std::vector<std::string_view> qops = SplitList(offered);
     return std::any_of(qops.begin(), qops.end(),
-                       [&](std::string_view qop) { return EqualsIgnoringCase(qop, wanted); });
+                       [&](std::string_view qop) { return Ascii::EqualsIgnoringCase(qop, wanted); });
 }
 
 // 0 for a challenge that we cannot answer; the higher the better.
@@ -157,7 +157,7 @@ std::vector<Challenge> ParseChallenges(std::string_view headerValue) {
         }
         scanner.SkipBlanks();
         if (!scanner.Take('=')) {
-            challenges.push_back({ToLower(std::string(word)), {}});
+            challenges.push_back({Ascii::ToLower(word), {}});
         } else if (!TakeParameterValue(scanner, word, challenges)) {
             break;
         }
@@ -202,4 +202,4 @@ std::string MakeDigestAuthorization(const Challenge& challenge, const Credential
     return text;
 }
 
-}  // namespace CorvixTransport
+}  // namespace Corvix::Http

@@ -1,10 +1,10 @@
-#include "transport/wire/headers.h"
+#include "wire/http/headers.h"
 
 #include <algorithm>
 
-#include "transport/text.h"
+#include "wire/ascii.h"
 
-namespace CorvixTransport {
+namespace Corvix::Http {
 
 void Headers::Continue(std::string_view text) {
     std::string& value = lines_.back().second;
@@ -14,7 +14,7 @@ void Headers::Continue(std::string_view text) {
 
 const std::string* Headers::Find(std::string_view name) const {
     for (const auto& [lineName, value] : lines_) {
-        if (EqualsIgnoringCase(lineName, name)) return &value;
+        if (Ascii::EqualsIgnoringCase(lineName, name)) return &value;
     }
     return nullptr;
 }
@@ -22,7 +22,7 @@ const std::string* Headers::Find(std::string_view name) const {
 std::vector<std::string_view> Headers::FindAll(std::string_view name) const {
     std::vector<std::string_view> values;
     for (const auto& [lineName, value] : lines_) {
-        if (EqualsIgnoringCase(lineName, name)) values.push_back(value);
+        if (Ascii::EqualsIgnoringCase(lineName, name)) values.push_back(value);
     }
     return values;
 }
@@ -30,7 +30,7 @@ std::vector<std::string_view> Headers::FindAll(std::string_view name) const {
 bool Headers::HasToken(std::string_view name, std::string_view token) const {
     for (const std::string_view value : FindAll(name)) {
         for (const std::string_view element : SplitList(value)) {
-            if (EqualsIgnoringCase(element, token)) return true;
+            if (Ascii::EqualsIgnoringCase(element, token)) return true;
         }
     }
     return false;
@@ -56,11 +56,11 @@ std::vector<std::string_view> SplitList(std::string_view text) {
     std::vector<std::string_view> elements;
     for (size_t begin = 0; begin <= text.size();) {
         const size_t end = std::min(text.find(',', begin), text.size());
-        const std::string_view element = Trim(text.substr(begin, end - begin));
+        const std::string_view element = Ascii::Trim(text.substr(begin, end - begin));
         if (!element.empty()) elements.push_back(element);
         begin = end + 1;
     }
     return elements;
 }
 
-}  // namespace CorvixTransport
+}  // namespace Corvix::Http

@@ -1,9 +1,9 @@
-#include "transport/ber.h"
+#include "wire/snmp/ber.h"
 
 #include <charconv>
 #include <limits>
 
-namespace CorvixTransport {
+namespace Corvix::Snmp {
 namespace {
 
 constexpr size_t maxArcs = 128;
@@ -62,18 +62,22 @@ std::string EncodeLength(size_t length) {
 
 }  // namespace
 
-std::optional<Oid> ParseOid(std::string_view text) {
+std::optional<Oid> ParseArcs(std::string_view text) {
     if (!text.empty() && text.front() == '.') text.remove_prefix(1);
     Oid oid;
     for (;;) {
         const std::optional<std::uint32_t> arc = TakeArc(text);
         if (!arc || oid.size() == maxArcs) return std::nullopt;
         oid.push_back(*arc);
-        if (text.empty()) break;
+        if (text.empty()) return oid;
         if (text.front() != '.') return std::nullopt;
         text.remove_prefix(1);
     }
-    if (!HasEncodableRoot(oid)) return std::nullopt;
+}
+
+std::optional<Oid> ParseOid(std::string_view text) {
+    std::optional<Oid> oid = ParseArcs(text);
+    if (oid && !HasEncodableRoot(*oid)) return std::nullopt;
     return oid;
 }
 
@@ -196,15 +200,28 @@ std::string IntegerContent(std::int64_t number) {
     return content;
 }
 
-std::string EncodeInteger(std::int64_t number) { return Encode(Integer, IntegerContent(number)); }
+std::string UnsignedContent(std::uint64_t number) {
+    std::string content;
+    do {
+        content.insert(content.begin(), static_cast<char>(number & 0xFF));
+        number >>= 8;
+    } while (number != 0);
+    if (OctetAt(content, 0) >= 0x80) content.insert(content.begin(), '\0');
+    return content;
+}
 
-std::string EncodeOid(const Oid& oid) {
+std::string OidContent(const Oid& oid) {
+    if (oid.size() < 2) return std::string(1, '\0');
     std::string content;
     AppendSubIdentifier(content, oid[0] * 40 + oid[1]);
     for (size_t i = 2; i < oid.size(); ++i)
         AppendSubIdentifier(content, oid[i]);
-    return Encode(ObjectIdentifier, content);
+    return content;
 }
 
+std::string EncodeInteger(std::int64_t number) { return Encode(Integer, IntegerContent(number)); }
+
+std::string EncodeOid(const Oid& oid) { return Encode(ObjectIdentifier, OidContent(oid)); }
+
 }  // namespace Ber
-}  // namespace CorvixTransport
+}  // namespace Corvix::Snmp
