@@ -76,7 +76,7 @@ public:
         printer_.hangs = false;
         printer_.hangsDuringJobs = true;
         Begin(Bytes(pieceLength), 1);
-        while (printer_.hanging == 0)
+        while (printer_.device->hanging == 0)
             Sleep(1);
         return CorvixBench::SecondsOf([&] { provider_->StopAllThreadsRunning(); });
     }
@@ -94,7 +94,7 @@ private:
     }
 
     CorvixBench::DiscardingPrinter printer_;
-    const DisposablePtr<Corvix::KyNetAddress> address_{new CorvixBench::DiscardingAddress(printer_)};
+    const DisposablePtr<Corvix::KyNetAddress> address_{new CorvixTest::FakeAddress(printer_.device)};
     const DisposablePtr<IPPProvider> provider_;
     const Records records_;
 };

@@ -23,6 +23,11 @@ for room in caches snmp xml; do
     allow src/datamodel/$room "datamodel/($room|collection|maps)/|utilslib/|corvixdm/"
 done
 allow src/datamodel/ipp/codec 'datamodel/ipp/codec/'
+allow src/datamodel/ipp/target 'datamodel/ipp/target/|utilslib/|corvixdm/'
+allow src/datamodel/ipp/exchange 'datamodel/ipp/(codec|exchange|target)/|utilslib/|corvixdm/'
+for folder in printing following; do
+    allow src/datamodel/ipp/$folder "datamodel/ipp/($folder|codec|exchange|target)/|utilslib/|corvixdm/"
+done
 allow src/datamodel/ipp 'datamodel/(ipp|ipp/codec|collection|maps)/|resolver/|utilslib/|corvixdm/'
 allow src/datamodel/binding 'datamodel/|resolver/|utilslib/|corvixdm/'
 for room in http snmp; do

@@ -1,7 +1,6 @@
 // Print jobs from their first piece to their end, over a printer that the test plays.
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <functional>
@@ -13,14 +12,16 @@
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/ipprequestattributes.h"
 #include "datamodel/ipp/ippresponseattribute.h"
-#include "ippjobs/scriptedprinter.h"
+#include "ippjobs/jobs.h"
+#include "support/fakeprinter.h"
 #include "support/jobeventturn.h"
 #include "support/processresources.h"
 #include "utilslib/com.h"
 
 namespace {
 
-using namespace Corvix::Ipp::Testing;  // NOLINT: it spells messages
+using namespace CorvixTest;       // NOLINT: the printer and what it answers
+using namespace Corvix::Testing;  // NOLINT
 namespace Operation = Corvix::Ipp::Operation;
 using Corvix::DisposablePtr;
 using Corvix::IPPProviderImpl;
@@ -31,47 +32,19 @@ constexpr DWORD badAnswer = 1280;
 constexpr DWORD jobFateUnknown = 1291;
 constexpr DWORD stateUnknown = 0x20000010;
 constexpr HRESULT stillRunning = 1;
-const std::string brokenConnection;
-
-std::string Status(unsigned status) { return Header(status) + endTag; }
-
-std::string PrinterIn(unsigned state, std::string_view reasons) {
-    return Body(Value(0x45, "printer-uri-supported", "ipp://localhost:631/ipp/print") +
-                Value(0x23, "printer-state", Int(state)) + Keyword("printer-state-reasons", reasons));
-}
-
-struct Job {
-    unsigned id;
-    unsigned state;
-    std::string_view reasons;
-};
-
-std::string JobUri(unsigned id) { return "ipp://localhost/jobs/" + std::to_string(id); }
-
-std::string Jobs(const std::vector<Job>& jobs) {
-    std::string body = Header();
-    for (const Job& job : jobs) {
-        body += Byte(2) + Integer("job-id", job.id) + Value(0x45, "job-uri", JobUri(job.id)) +
-                Value(0x23, "job-state", Int(job.state)) + Keyword("job-state-reasons", job.reasons);
-    }
-    return body + endTag;
-}
-
-const std::string noJobs = Status(0);
-const std::string jobAccepted = Jobs({{7, 5, "job-printing"}});
 
 /// A provider at its printer, with everything that a print job takes.
-class PrintPipeline : public testing::Test {
+class PrintPipeline : public PrinterTest {
 protected:
     PrintPipeline() { Play(); }
 
     /// What a printer without troubles answers.
     void Play() {
-        printer_.Answer(Operation::GetPrinterAttributes, {PrinterIn(3, "none")});
+        Printer().Script(Operation::GetPrinterAttributes, {PrinterIn(3, "none")});
         for (const int operation :
              {Operation::PrintJob, Operation::PrintUri, Operation::CreateJob, Operation::SendDocument,
               Operation::SendUri, Operation::CancelJob, Operation::GetJobs})
-            printer_.Answer(operation, {jobAccepted});
+            Printer().Script(operation, {jobAccepted});
     }
 
     static IPPProviderImpl::Settings Settings() {
@@ -81,8 +54,7 @@ protected:
         return settings;
     }
     void Open() {
-        address_ = DisposablePtr<Corvix::Address>::Share(new CorvixTest::ScriptedAddress(printer_));
-        provider_ = IPPProviderImpl::Create(address_.Get(), Settings());
+        provider_ = IPPProviderImpl::Create(Printer().address.Get(), Settings());
         request_ = DisposablePtr<Corvix::IPPRequestBase>(Corvix::IPPRequestAttributes::Create());
         response_ = DisposablePtr<Corvix::IPPResponseBase>(Corvix::IPPResponseAttributes::Create());
         request_->SetRequestingUserName("ann");
@@ -95,29 +67,33 @@ protected:
         request_->SetDocumentUri("http://localhost/a.pdf");
     }
 
-    static const unsigned char* Bytes(const char* text) {
+    static const unsigned char* Data(const char* text) {
         return reinterpret_cast<const unsigned char*>(text);
     }
+    std::string Streamed() { return IppRequest::WithoutFrames(Printer().device->written); }
     HRESULT Print(const char* text, bool wait = false) {
-        return provider_->PrintJob(request_.Get(), response_.Get(), Bytes(text),
+        return provider_->PrintJob(request_.Get(), response_.Get(), Data(text),
                                    static_cast<int>(strlen(text)), wait ? 1 : 0);
     }
     HRESULT PrintMore(const char* text) {
-        return provider_->PrintJobWrite(request_.Get(), response_.Get(), Bytes(text),
+        return provider_->PrintJobWrite(request_.Get(), response_.Get(), Data(text),
                                         static_cast<int>(strlen(text)));
     }
     HRESULT Send(const char* text) {
-        return provider_->SendDocument(request_.Get(), response_.Get(), Bytes(text),
+        return provider_->SendDocument(request_.Get(), response_.Get(), Data(text),
                                        static_cast<int>(strlen(text)));
     }
     HRESULT SendMore(const char* text) {
-        return provider_->SendDocumentWrite(request_.Get(), response_.Get(), Bytes(text),
+        return provider_->SendDocumentWrite(request_.Get(), response_.Get(), Data(text),
                                             static_cast<int>(strlen(text)));
     }
 
-    CorvixTest::JobEventTurn turn_;
-    CorvixTest::ScriptedPrinter printer_;
-    DisposablePtr<Corvix::Address> address_;
+    void TearDown() override {
+        provider_.Reset(), request_.Reset(), response_.Reset();
+        PrinterTest::TearDown();
+    }
+
+    JobEventTurn turn_;
     DisposablePtr<Corvix::IPPRequestBase> request_;
     DisposablePtr<Corvix::IPPResponseBase> response_;
     DisposablePtr<Corvix::IPPProvider> provider_;
@@ -131,7 +107,7 @@ TEST_F(PrintPipeline, StreamsAJobAndReadsWhatBecameOfIt) {
     ASSERT_EQ(PrintMore("two "), S_OK);
     ASSERT_EQ(PrintMore("three"), S_OK);
     ASSERT_EQ(PrintMore(""), S_OK);
-    EXPECT_THAT(printer_.LastBody(Operation::PrintJob), EndsWith("\x03one two three"));
+    EXPECT_THAT(Printer().LastBody(Operation::PrintJob), EndsWith("\x03one two three"));
     EXPECT_STREQ(response_->GetSuccessStatus(), "0");
     EXPECT_STREQ(response_->GetJobID(), "7");
     EXPECT_STREQ(response_->GetJobState(), "Processing");
@@ -140,9 +116,9 @@ TEST_F(PrintPipeline, StreamsAJobAndReadsWhatBecameOfIt) {
 }
 
 TEST_F(PrintPipeline, WaitsForAPrinterThatIsIdleWithRoom) {
-    printer_.Answer(Operation::GetPrinterAttributes,
-                    {PrinterIn(3, "none"), PrinterIn(4, "none"), PrinterIn(3, "spool-area-full"),
-                     PrinterIn(5, "paused"), PrinterIn(3, "none")});
+    Printer().Script(Operation::GetPrinterAttributes,
+                     {PrinterIn(3, "none"), PrinterIn(4, "none"), PrinterIn(3, "spool-area-full"),
+                      PrinterIn(5, "paused"), PrinterIn(3, "none")});
     Open();
     ASSERT_EQ(Print("one", true), S_OK);
     EXPECT_NE(provider_->GetPrintReadyStatusEventHandle(), nullptr);
@@ -150,18 +126,19 @@ TEST_F(PrintPipeline, WaitsForAPrinterThatIsIdleWithRoom) {
 }
 
 TEST_F(PrintPipeline, GivesUpWaitingWhenToldTo) {
-    printer_.Answer(Operation::GetPrinterAttributes, {PrinterIn(3, "none"), PrinterIn(3, "spool-area-full")});
+    Printer().Script(Operation::GetPrinterAttributes,
+                     {PrinterIn(3, "none"), PrinterIn(3, "spool-area-full")});
     Open();
     int asked = 0;
-    printer_.OnOperation([&](int) {
+    Printer().watch = [&](int) {
         if (++asked == 3) provider_->StopWaiting();
-    });
+    };
     EXPECT_EQ(Print("one", true), E_FAIL);
-    EXPECT_EQ(printer_.LastBody(Operation::PrintJob), "");
+    EXPECT_EQ(Printer().LastBody(Operation::PrintJob), "");
 }
 
 TEST_F(PrintPipeline, FailsWhenThePrinterDoesNotTellItsState) {
-    printer_.Answer(Operation::GetPrinterAttributes, {PrinterIn(3, "none"), brokenConnection});
+    Printer().Script(Operation::GetPrinterAttributes, {PrinterIn(3, "none"), brokenConnection});
     Open();
     EXPECT_EQ(Print("one", true), E_FAIL);
     EXPECT_EQ(GetLastError(), stateUnknown);
@@ -177,20 +154,20 @@ TEST_F(PrintPipeline, JudgesAnEarlyAnswer) {
         {Status(0x0400), E_FAIL, false},   {"not IPP", E_FAIL, false},
         {brokenConnection, E_FAIL, false},
     };
-    printer_.AnswerEarly();
+    Printer().device->earlyStatus = 200;
     for (const auto& known : cases) {
-        printer_.Answer(Operation::PrintJob, {known.answer});
+        Printer().Script(Operation::PrintJob, {known.answer});
         Open();
         EXPECT_EQ(Print("one"), known.result);
         EXPECT_EQ(provider_->GetPrintStatusEventHandle() != nullptr, known.followed);
         // The job cannot be gone on with, and above all its rest is not printed as another one.
         EXPECT_NE(PrintMore("two"), S_OK);
-        EXPECT_EQ(printer_.Streamed().find("two"), std::string::npos);
+        EXPECT_EQ(Streamed().find("two"), std::string::npos);
     }
 }
 
 TEST_F(PrintPipeline, GoesOnWithAJobThatWasAcceptedBeforeItsEnd) {
-    printer_.AnswerEarly();
+    Printer().device->earlyStatus = 200;
     Open();
     ASSERT_EQ(Print("one "), S_OK);
     EXPECT_STREQ(response_->GetJobID(), "7");
@@ -199,21 +176,21 @@ TEST_F(PrintPipeline, GoesOnWithAJobThatWasAcceptedBeforeItsEnd) {
     ASSERT_EQ(PrintMore("two "), S_OK);
     ASSERT_EQ(PrintMore("three"), S_OK);
     ASSERT_EQ(PrintMore(""), S_OK);
-    EXPECT_THAT(printer_.Streamed(), EndsWith("\x03one two three"));
+    EXPECT_THAT(Streamed(), EndsWith("\x03one two three"));
     EXPECT_STREQ(response_->GetJobID(), "7");
     EXPECT_NE(PrintMore("late"), S_OK);
-    EXPECT_THAT(printer_.Streamed(), EndsWith("three"));
+    EXPECT_THAT(Streamed(), EndsWith("three"));
 }
 
 TEST_F(PrintPipeline, StopsAtAJobThatTheDeviceCancelled) {
-    for (const Job& cancelled : {Job{7, 7, "none"}, Job{7, 8, "aborted-by-system"},
-                                 Job{7, 5, "processing-to-stop-point,job-canceled-at-device"}}) {
-        printer_.Answer(Operation::GetJobs, {jobAccepted, Jobs({cancelled})});
+    for (const Job& cancelled : {Job{7, 7, {"none"}}, Job{7, 8, {"aborted-by-system"}},
+                                 Job{7, 5, {"processing-to-stop-point", "job-canceled-at-device"}}}) {
+        Printer().Script(Operation::GetJobs, {jobAccepted, Jobs({cancelled})});
         Open();
         ASSERT_EQ(Print("one"), S_OK);
         WaitForSingleObject(provider_->GetPrintStatusEventHandle(), INFINITE);
         EXPECT_EQ(PrintMore("two"), S_DEVICECANCELED);
-        EXPECT_EQ(printer_.LastBody(Operation::PrintJob), "");
+        EXPECT_EQ(Printer().LastBody(Operation::PrintJob), "");
     }
 }
 
@@ -221,7 +198,7 @@ TEST_F(PrintPipeline, ACallerMayGiveUpOnAPrinterThatStaysFull) {
     Open();
     ASSERT_EQ(Print("one", true), S_OK);
     const HANDLE ready = provider_->GetPrintReadyStatusEventHandle();
-    printer_.Answer(Operation::GetPrinterAttributes, {PrinterIn(5, "spool-area-full")});
+    Printer().Script(Operation::GetPrinterAttributes, {PrinterIn(5, "spool-area-full")});
     while (WaitForSingleObject(ready, 0) == WAIT_OBJECT_0)
         Sleep(1);
     request_->SetJobID(7);
@@ -231,21 +208,21 @@ TEST_F(PrintPipeline, ACallerMayGiveUpOnAPrinterThatStaysFull) {
 }
 
 TEST_F(PrintPipeline, FollowsAJobOfWhichThePrinterTellsNothing) {
-    printer_.Answer(Operation::GetJobs,
-                    {Header() + Byte(2) + Integer("job-id", 7) + endTag, noJobs, Jobs({{7, 9, "none"}})});
+    Printer().Script(Operation::GetJobs,
+                     {Bytes::Header() + Bytes::Byte(2) + Bytes::Integer("job-id", 7) + Bytes::endTag, noJobs,
+                      Jobs({{7, 9, {"none"}}})});
     Open();
     ASSERT_EQ(Print("one"), S_OK);
     WaitForSingleObject(provider_->GetPrintStatusEventHandle(), INFINITE);
-    const std::vector<int> asked = printer_.Operations();
-    EXPECT_EQ(std::count(asked.begin(), asked.end(), Operation::GetJobs), 3);
+    EXPECT_EQ(Printer().Count(Operation::GetJobs), 3u);
 }
 
 TEST_F(PrintPipeline, SurvivesAPrinterThatVanishesWhileItIsFollowed) {
     Open();
     request_->SetJobID(7);
     ASSERT_EQ(Print("one", true), S_OK);
-    printer_.FailAt(printer_.NextCall(), true);
-    while (!printer_.HasFailed())
+    Printer().FailAt(1, true);
+    while (!Printer().HasFailed())
         Sleep(1);
     EXPECT_EQ(PrintMore("two"), E_FAIL);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NETNAME_DELETED});
@@ -262,7 +239,7 @@ TEST_F(PrintPipeline, AsksWhatBecameOfAJobThatCouldNotBegin) {
     } const cases[] = {
         {0, {}, S_OK, 0},
         {7, {noJobs}, 0, 1},
-        {7, {Jobs({{7, 9, "none"}})}, 0, 1},
+        {7, {Jobs({{7, 9, {"none"}}})}, 0, 1},
         {7, {brokenConnection}, E_FAIL, 1},
         {7, {jobAccepted, noJobs}, 0, 2},
         {7, {jobAccepted, jobAccepted, jobAccepted}, 0, 3},
@@ -270,17 +247,17 @@ TEST_F(PrintPipeline, AsksWhatBecameOfAJobThatCouldNotBegin) {
     };
     for (const auto& known : cases) {
         Play();
-        printer_.Answer(Operation::GetJobs, known.answers);
+        Printer().Script(Operation::GetJobs, known.answers);
         Open();
         request_->SetJobID(known.jobId);
-        const size_t before = printer_.Operations().size();
-        printer_.FailAt(printer_.NextCall(), false);
+        const size_t before = Printer().Exchanges();
+        Printer().FailAt(1);
         SetLastError(0);
         EXPECT_EQ(Print("one"), known.result);
         EXPECT_EQ(GetLastError() == jobFateUnknown, known.result == stillRunning);
-        EXPECT_EQ(printer_.Operations().size() - before, known.questions);
+        EXPECT_EQ(Printer().Exchanges() - before, known.questions);
         EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
-        printer_.FailAt(-1, false);
+        Printer().Heal();
     }
 }
 
@@ -298,10 +275,10 @@ TEST_F(PrintPipeline, AsksWhatBecameOfAJobWhosePieceWasNotTaken) {
         for (const auto& known : cases) {
             OpenForDocuments();
             ASSERT_EQ(Send("one"), S_OK);
-            printer_.Answer(Operation::GetJobs, known.answers);
-            printer_.FailAt(printer_.NextCall(), false);
+            Printer().Script(Operation::GetJobs, known.answers);
+            Printer().FailAt(1);
             EXPECT_EQ(SendMore(piece), known.result);
-            printer_.FailAt(-1, false);
+            Printer().Heal();
         }
     }
 }
@@ -316,13 +293,13 @@ TEST_F(PrintPipeline, JudgesTheAnswerToADocument) {
         {Status(0x0500), E_FAIL}, {"not IPP", E_FAIL},
     };
     for (const auto& known : cases) {
-        printer_.Answer(Operation::SendDocument, {known.answer});
+        Printer().Script(Operation::SendDocument, {known.answer});
         OpenForDocuments();
         ASSERT_EQ(provider_->CreateJob(request_.Get(), response_.Get()), S_OK);
         ASSERT_EQ(Send("one "), S_OK);
         ASSERT_EQ(SendMore("two"), S_OK);
         EXPECT_EQ(SendMore(""), known.result);
-        EXPECT_THAT(printer_.LastBody(Operation::SendDocument), EndsWith("\x03one two"));
+        EXPECT_THAT(Printer().LastBody(Operation::SendDocument), EndsWith("\x03one two"));
         EXPECT_NE(SendMore("late"), S_OK);
     }
 }
@@ -334,8 +311,8 @@ TEST_F(PrintPipeline, PrintsByReference) {
     EXPECT_EQ(provider_->SendURI(request_.Get(), response_.Get()), S_OK);
     EXPECT_STREQ(response_->GetJobID(), "7");
     for (const int operation : {Operation::PrintUri, Operation::SendUri})
-        EXPECT_NE(printer_.LastBody(operation).find("http://localhost/a.pdf"), std::string::npos);
-    printer_.Answer(Operation::PrintUri, {Status(0x0508)});
+        EXPECT_NE(Printer().LastBody(operation).find("http://localhost/a.pdf"), std::string::npos);
+    Printer().Script(Operation::PrintUri, {Status(0x0508)});
     EXPECT_EQ(provider_->PrintUri(request_.Get(), response_.Get()), S_DEVICECANCELED);
     EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
 }
@@ -355,47 +332,44 @@ TEST_F(PrintPipeline, CancelsAJob) {
     ASSERT_EQ(Print("one"), S_OK);
     EXPECT_EQ(provider_->CancelJob(request_.Get(), response_.Get()), S_OK);
     EXPECT_EQ(provider_->GetPrintStatusEventHandle(), nullptr);
-    EXPECT_NE(printer_.LastBody(Operation::CancelJob).find(JobUri(7)), std::string::npos);
+    EXPECT_NE(Printer().LastBody(Operation::CancelJob).find(JobUri(7)), std::string::npos);
     EXPECT_EQ(response_->GetJobID(), nullptr) << "a cancellation tells of no job";
     EXPECT_EQ(PrintMore("two"), S_DEVICECANCELED);
 }
 
 TEST_F(PrintPipeline, CancelsAJobThatIsKnownByItsNumber) {
-    const std::string others = Jobs({{6, 5, "none"}, {8, 5, "none"}});
+    const std::string others = Jobs({{6, 5, {"none"}}, {8, 5, {"none"}}});
     struct {
         std::vector<std::string> answers;
         std::string uri;
     } const cases[] = {
         {{jobAccepted}, JobUri(7)},
-        {{Jobs({{6, 5, "a"}, {7, 5, "none"}})}, JobUri(7)},
+        {{Jobs({{6, 5, {"a"}}, {7, 5, {"none"}}})}, JobUri(7)},
         {{noJobs, jobAccepted}, JobUri(7)},
         {{others, others}, "ipp://localhost:631/ipp/print/7"},
         {{brokenConnection}, "ipp://localhost:631/ipp/print/7"},
     };
     for (const auto& known : cases) {
-        printer_.Answer(Operation::GetJobs, known.answers);
+        Printer().Script(Operation::GetJobs, known.answers);
         Open();
         request_->SetJobID(7);
+        const size_t before = Printer().Count(Operation::GetJobs);
         EXPECT_EQ(provider_->CancelJob(request_.Get(), response_.Get()), S_OK);
-        EXPECT_THAT(printer_.LastBody(Operation::CancelJob),
-                    EndsWith(Value(0x45, "job-uri", known.uri) + Value(0x42, "requesting-user-name", "ann") +
-                             endTag));
-        const std::vector<int> operations = printer_.Operations();
-        EXPECT_EQ(
-            static_cast<size_t>(std::count(operations.end() - 1 - static_cast<int>(known.answers.size()),
-                                           operations.end(), Operation::GetJobs)),
-            known.answers.size());
+        EXPECT_THAT(Printer().LastBody(Operation::CancelJob),
+                    EndsWith(Bytes::Value(0x45, "job-uri", known.uri) +
+                             Bytes::Value(0x42, "requesting-user-name", "ann") + Bytes::endTag));
+        EXPECT_EQ(Printer().Count(Operation::GetJobs) - before, known.answers.size());
     }
 }
 
 TEST_F(PrintPipeline, IsToldToStopByItsOwnPolls) {
     Open();
     std::atomic<int> stops{0};
-    printer_.OnOperation([&](int operation) {
+    Printer().watch = [&](int operation) {
         if (operation != Operation::GetJobs) return;
         provider_->StopAllThreadsRunning();
         ++stops;
-    });
+    };
     ASSERT_EQ(Print("one"), S_OK);
     WaitForSingleObject(provider_->GetPrintStatusEventHandle(), INFINITE);
     EXPECT_EQ(PrintMore("two"), S_DEVICECANCELED);
@@ -407,11 +381,11 @@ TEST_F(PrintPipeline, IsToldToStopByItsOwnPolls) {
 TEST_F(PrintPipeline, StopsAfterAPollThatRanOutOfMemory) {
     Open();
     std::atomic<int> polls{0};
-    printer_.OnOperation([&](int operation) {
+    Printer().watch = [&](int operation) {
         if (operation != Operation::GetJobs) return;
         ++polls;
         throw std::bad_alloc();
-    });
+    };
     constexpr int rounds = 20;
     for (int round = 1; round <= rounds; ++round) {
         ASSERT_EQ(Print("one"), S_OK);
@@ -428,23 +402,23 @@ TEST_F(PrintPipeline, TellsFromTheJobsOfAUserWhetherOneRuns) {
         std::string answer;
         HRESULT result;
     } const cases[] = {
-        {Jobs({{7, 5, "job-printing"}}), stillRunning},
-        {Jobs({{7, 9, "job-completed-successfully"}}), 0},
-        {Jobs({{7, 3, "job-canceled-by-user"}}), 0},
+        {Jobs({{7, 5, {"job-printing"}}}), stillRunning},
+        {Jobs({{7, 9, {"job-completed-successfully"}}}), 0},
+        {Jobs({{7, 3, {"job-canceled-by-user"}}}), 0},
         {noJobs, stillRunning},
         {"not IPP", E_FAIL},
         {brokenConnection, E_FAIL},
     };
     Open();
     for (const auto& known : cases) {
-        printer_.Answer(Operation::GetJobs, {known.answer});
+        Printer().Script(Operation::GetJobs, {known.answer});
         EXPECT_EQ(provider_->GetJobs(1u), known.result);
         EXPECT_EQ(provider_->GetJobs(0u), known.result);
     }
 }
 
 TEST_F(PrintPipeline, FindsOneJobAmongSeveral) {
-    const std::string several = Jobs({{6, 9, "none"}, {7, 5, "none"}, {8, 7, "none"}});
+    const std::string several = Jobs({{6, 9, {"none"}}, {7, 5, {"none"}}, {8, 7, {"none"}}});
     struct {
         unsigned id;
         const char* uri;
@@ -460,7 +434,7 @@ TEST_F(PrintPipeline, FindsOneJobAmongSeveral) {
         {7, nullptr, "completed", 0},
         {9, nullptr, "completed", stillRunning},
     };
-    printer_.Answer(Operation::GetJobs, {several});
+    Printer().Script(Operation::GetJobs, {several});
     for (const auto& known : cases) {
         Open();
         request_->SetJobID(known.id);
@@ -491,7 +465,7 @@ TEST_F(PrintPipeline, RefusesWhatIsIncomplete) {
         [&] { return provider_->PrintUri(request, response); },
         [&] { return provider_->SendURI(request, response); },
     };
-    const size_t before = printer_.Operations().size();
+    const size_t before = Printer().Exchanges();
     for (const auto& call : calls) {
         SetLastError(0);
         EXPECT_EQ(call(), E_FAIL) << &call - calls;
@@ -501,12 +475,12 @@ TEST_F(PrintPipeline, RefusesWhatIsIncomplete) {
     request->SetRequestingUserName("");
     EXPECT_EQ(provider_->CreateJob(request, response), E_FAIL);
     EXPECT_EQ(provider_->CancelJob(request, response), E_FAIL);
-    EXPECT_EQ(printer_.Operations().size(), before) << "nothing was sent";
+    EXPECT_EQ(Printer().Exchanges(), before) << "nothing was sent";
 }
 
 TEST_F(PrintPipeline, ReportsAnAnswerThatCannotBeRead) {
     OpenForDocuments();
-    printer_.Answer(Operation::CreateJob, {"not IPP"});
+    Printer().Script(Operation::CreateJob, {"not IPP"});
     EXPECT_EQ(provider_->CreateJob(request_.Get(), response_.Get()), E_FAIL);
     EXPECT_EQ(GetLastError(), badAnswer);
 }
@@ -540,11 +514,11 @@ protected:
     }
     void PrintAmidst() {
         Open();
-        reader_ = IPPProviderImpl::Create(address_.Get(), Settings());
+        reader_ = IPPProviderImpl::Create(Printer().address.Get(), Settings());
         // Every poll stops the polling as well, out of the transport, even while its provider goes.
-        printer_.OnOperation([provider = provider_.Get()](int operation) {
+        Printer().watch = [provider = provider_.Get()](int operation) {
             if (operation == Operation::GetJobs) provider->StopAllThreadsRunning();
-        });
+        };
         for (int i = 0; i < stoppers; ++i)
             Beside([this] { provider_->StopAllThreadsRunning(); });
         Beside([this] { ReadState(); });
@@ -557,7 +531,7 @@ protected:
             thread.join();
         threads_.clear();
         Print("left running");
-        provider_.Reset(), reader_.Reset(), address_.Reset(), request_.Reset(), response_.Reset();
+        provider_.Reset(), reader_.Reset(), request_.Reset(), response_.Reset();
         done_ = false;
     }
 
@@ -571,13 +545,13 @@ private:
 TEST_F(BusyPrinting, LeavesNothingBehind) {
     PrintAmidst();  // what is made once and kept is made here
     const size_t objects = KyUtils::LiveObjectCount();
-    const size_t threads = CorvixTest::ThreadsOfProcess();
-    const size_t handles = CorvixTest::HandlesOfProcess();
+    const size_t threads = ThreadsOfProcess();
+    const size_t handles = HandlesOfProcess();
     for (int provider = 0; provider < 10; ++provider)
         PrintAmidst();
     EXPECT_EQ(KyUtils::LiveObjectCount(), objects);
-    EXPECT_EQ(CorvixTest::ThreadsOfProcess(), threads);
-    EXPECT_LE(CorvixTest::HandlesOfProcess(), handles + CorvixTest::handlesOfLivingLocks);
+    EXPECT_EQ(ThreadsOfProcess(), threads);
+    EXPECT_LE(HandlesOfProcess(), handles + handlesOfLivingLocks);
 }
 
 /// What a caller does; run over and over with a transport that fails somewhere.
@@ -600,18 +574,18 @@ public:
 
     /// \return whether the fault was reached.
     bool RunWithFault(void (PrintPipelineFaults::*scenario)(), int call, bool forGood) {
-        printer_.FailAt(printer_.NextCall() + call, forGood);
+        Printer().FailAt(1 + call, forGood);
         OpenForDocuments();
         if (provider_) (this->*scenario)();
         provider_.Reset();
-        return printer_.HasFailed();
+        return Printer().HasFailed();
     }
 };
 
 TEST_F(PrintPipelineFaults, EndWithoutLossWhereverTheTransportFails) {
     constexpr int mostCalls = 500;
     const size_t objects = KyUtils::LiveObjectCount();
-    const size_t threads = CorvixTest::ThreadsOfProcess();
+    const size_t threads = ThreadsOfProcess();
     for (const auto scenario :
          {&PrintPipelineFaults::PrintWaiting, &PrintPipelineFaults::PrintAndCancel,
           &PrintPipelineFaults::SendDocuments, &PrintPipelineFaults::PrintByReference}) {
@@ -621,9 +595,9 @@ TEST_F(PrintPipelineFaults, EndWithoutLossWhereverTheTransportFails) {
                 ++call;
             EXPECT_GT(call, 5);
             EXPECT_LT(call, mostCalls);
-            address_.Reset(), request_.Reset(), response_.Reset();
+            request_.Reset(), response_.Reset();
             EXPECT_EQ(KyUtils::LiveObjectCount(), objects);
-            EXPECT_EQ(CorvixTest::ThreadsOfProcess(), threads);
+            EXPECT_EQ(ThreadsOfProcess(), threads);
         }
     }
 }

@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "corvixdm/ippprovider.h"
-#include "fakeprinter.h"
+#include "support/fakeprinter.h"
 #include "utilslib/com.h"
 
 namespace Corvix {
@@ -141,7 +141,7 @@ TEST_F(AnswerTest, AsksThePrinterOnce) {
         ASSERT_TRUE(answer);
         EXPECT_EQ(NamesOf(*answer), names);
         ASSERT_EQ(Printer().Exchanges(), 1u);
-        EXPECT_EQ(Printer().LastRequest().operation, 11u);
+        EXPECT_EQ(Printer().LastRequest().operation, 11);
         EXPECT_EQ(Printer().LastRequest().Wanted(), wanted);
         EXPECT_EQ(Printer().device->exchanges.back().port, port);
         const bool secure = std::wstring(uri).rfind(L"ipps", 0) == 0;

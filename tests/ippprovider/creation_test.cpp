@@ -3,7 +3,7 @@
 
 #include "corvixdm/ippprovider.h"
 #include "datamodel/ipp/ippproviderimpl.h"
-#include "fakeprinter.h"
+#include "support/fakeprinter.h"
 #include "support/logsandbox.h"
 #include "utilslib/com.h"
 
@@ -162,7 +162,7 @@ TEST_F(CreationTest, TellsTheStatusOfARefusal) {
 }
 
 TEST_F(CreationTest, FailsWithTheTransportAtEveryCall) {
-    const int callsNeeded = [&] {
+    const int callsNeeded = [&]() -> int {
         EXPECT_TRUE(Printer().Provider());
         return Printer().device->calls;
     }();
@@ -230,7 +230,7 @@ TEST_F(CreationTest, AsksAsItsFactorySays) {
         SCOPED_TRACE(&expected - cases);
         ASSERT_TRUE(DisposablePtr<IPPProvider>(expected.make()));
         const IppRequest request = Printer().LastRequest();
-        EXPECT_EQ(request.operation, 11u);
+        EXPECT_EQ(request.operation, 11);
         EXPECT_EQ(request.Wanted(), expected.requested);
         EXPECT_EQ(request["attributes-natural-language"], expected.language);
         EXPECT_EQ(request["printer-uri"], expected.uri);

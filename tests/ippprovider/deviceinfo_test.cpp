@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "datamodel/api/stringsmap.h"
-#include "fakeprinter.h"
+#include "support/fakeprinter.h"
 
 namespace Corvix {
 namespace {

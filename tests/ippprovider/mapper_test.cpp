@@ -2,8 +2,8 @@
 #include "datamodel/ipp/ippdatamapper.h"
 
 #include "corvixdm/datamapspec.h"
-#include "fakeprinter.h"
 #include "support/dom.h"
+#include "support/fakeprinter.h"
 #include "support/testclock.h"
 #include "utilslib/com.h"
 
@@ -103,7 +103,7 @@ TEST_F(IPPDataMapperTest, AnswersEachItemWithTheExchangesItNeeds) {
 TEST_F(IPPDataMapperTest, AsksAfreshWhereItemAndParametersSay) {
     const struct {
         const wchar_t* name;
-        unsigned operation;
+        int operation;
         const char* jobUri;
         const wchar_t* path;
     } cases[] = {{L"state", 11, "", L"/q/params"},

@@ -1,8 +1,8 @@
 // The probe for a device, against real ports. Each test has a loopback address of its own: they run side by side.
 #include "listener.h"
 // Winsock's header comes before every other that includes windows.h.
-#include "datamodel/ipp/deviceprobe.h"
-#include "fakeprinter.h"
+#include "datamodel/ipp/target/deviceprobe.h"
+#include "support/fakeprinter.h"
 #include "utilslib/sync.h"
 
 namespace Corvix {

@@ -1,7 +1,7 @@
 // Printer URIs: their classes, their parts, USB port names.
 #include <gmock/gmock.h>
 
-#include "datamodel/ipp/printeruri.h"
+#include "datamodel/ipp/target/printeruri.h"
 
 namespace Corvix {
 namespace {

@@ -1,7 +1,7 @@
 // Attribute queries of a provider: its cache, alternatives, every parameter, authorisation.
 #include "corvixdm/ipprequest.h"
 #include "corvixdm/ippresponse.h"
-#include "fakeprinter.h"
+#include "support/fakeprinter.h"
 #include "utilslib/com.h"
 
 namespace Corvix {
@@ -86,7 +86,7 @@ TEST_F(ValuesTest, AnswersFromCreationElseAsks) {
         EXPECT_EQ(Get(name), value);
         std::vector<std::string> requested;
         for (const auto& exchange : Printer().device->exchanges)
-            requested.push_back(IppRequest(exchange.body).Wanted());
+            requested.push_back(IppRequest(exchange).Wanted());
         EXPECT_EQ(requested, asked);
     }
 }
@@ -108,7 +108,7 @@ TEST_F(ValuesTest, AsksWithTheCallersParameters) {
         const wchar_t* resource;
         const char* key;
         const wchar_t* value;
-        unsigned operation;
+        int operation;
         const char* printerUri;
         const char* sentJobUri;
         const wchar_t* path;
@@ -162,7 +162,7 @@ TEST_F(ValuesTest, ReadsSeveralAttributesOfAJobFromAPrinterThatTakesTheListForOn
                   c.value);
         std::vector<std::string> asked;
         for (const auto& exchange : Printer().device->exchanges)
-            asked.push_back(IppRequest(exchange.body)["requested-attributes"]);
+            asked.push_back(IppRequest(exchange)["requested-attributes"]);
         EXPECT_EQ(asked, c.asked);
     }
     // One that does is asked once.
@@ -240,7 +240,7 @@ TEST_F(AuthorizationTest, KeepsTheAnswerOfASecurePrinter) {
         HttpAnswer{200, Bytes::Body(Text("x", "y")), S_OK, true, {{L"Authorization", L"Bearer 77"}}});
     ASSERT_EQ(Authorize(*provider), S_OK);
     EXPECT_STREQ(request->GetAuthorization(), L"Bearer 77");
-    EXPECT_EQ(Printer().LastRequest().operation, 2u) << "it goes out as a print job";
+    EXPECT_EQ(Printer().LastRequest().operation, 2) << "it goes out as a print job";
     EXPECT_TRUE(Printer().address->IsSecure());
 }
 

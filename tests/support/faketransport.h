@@ -1,12 +1,14 @@
-// A device of the test's own: answers HTTP requests from a table, writes down what it was asked, and fails at
-// any call that it is told to.
+// A device of the test's own, and the one transport to it: answers HTTP requests from a table or a script, writes
+// down what it was asked, and fails at any call that it is told to. Several threads may use it at once.
 #pragma once
 
 #include <windows.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,7 +18,7 @@
 namespace CorvixTest {
 
 /// The fakes alive in this program. A test that ends with another number than it began with leaked one.
-inline int liveFakes = 0;
+inline std::atomic<int> liveFakes = 0;
 
 /// Reference counting for a fake of any interface; begins with one reference.
 template <class Interface>
@@ -34,7 +36,7 @@ public:
     const wchar_t* GetTypeName() override { return L"fake"; }
 
 private:
-    long count_ = 1;
+    std::atomic<long> count_ = 1;
 };
 
 struct HttpAnswer {
@@ -53,7 +55,8 @@ struct HttpExchange {
     std::wstring userName;
     std::wstring password;
     std::wstring contentType;
-    std::string body;
+    std::string body;  ///< all that was sent or written, chunk frames included
+    bool streamed = false;
     std::vector<std::string> calls;  ///< the operations called on the request, in order
 };
 
@@ -63,12 +66,37 @@ struct FakeDevice {
     bool hasWebServicePort = true;
     std::map<std::wstring, HttpAnswer> resources;           ///< by URI; others are answered with 404
     std::function<HttpAnswer(const HttpExchange&)> answer;  ///< instead of the table
+    std::function<bool(const HttpExchange&)> hangs;         ///< which requests are answered only by Cancel()
     std::function<Corvix::MIBConnection*()> connectMib;     ///< see fakemib.h; none has no SNMP
-    std::vector<HttpExchange> exchanges;
-    int calls = 0;
-    int failingCall = 0;  ///< which call with a result fails, counted from 1; 0 is none
+    /// Takes the pieces of streamed bodies, which are then neither kept nor noted.
+    std::function<HRESULT(const unsigned char*, unsigned long)> takePiece;
+    bool isExtended = true;  ///< whether requests can be written piece by piece
+    unsigned long earlyStatus =
+        0;  ///< with which a streamed body is answered before its end; 0 is not at all
 
-    HRESULT NextResult() { return ++calls == failingCall ? HRESULT_FROM_WIN32(ERROR_NETNAME_DELETED) : S_OK; }
+    std::vector<HttpExchange> exchanges;
+    std::string written;           ///< the last streamed body, as far as it came
+    std::vector<std::string> log;  ///< every call of address and requests with its argument
+    std::atomic<int> calls = 0;
+    std::atomic<int> failingCall = 0;  ///< which call with a result fails, counted from 1; 0 is none
+    std::atomic<bool> failsForGood = false;
+    std::atomic<int> hanging = 0;  ///< those that wait to be cancelled
+    std::mutex lock;               ///< held while the lists above are written to
+
+    HRESULT NextResult() {
+        const int call = ++calls;
+        const int failing = failingCall;
+        const bool fails = failing > 0 && (failsForGood ? call >= failing : call == failing);
+        return fails ? HRESULT_FROM_WIN32(ERROR_NETNAME_DELETED) : S_OK;
+    }
+    void Note(std::string call) {
+        const std::lock_guard<std::mutex> guard(lock);
+        log.push_back(std::move(call));
+    }
+    void Keep(const HttpExchange& exchange) {
+        const std::lock_guard<std::mutex> guard(lock);
+        exchanges.push_back(exchange);
+    }
     HttpAnswer AnswerTo(const HttpExchange& exchange) const {
         if (answer) return answer(exchange);
         const auto found = resources.find(exchange.uri);
@@ -103,49 +131,100 @@ private:
     HttpAnswer answer_;
 };
 
-class FakeRequest final : public Counted<Corvix::HTTPRequest> {
+template <class Interface>
+class FakeRequestOf : public Counted<Interface> {
 public:
-    FakeRequest(FakeDevicePtr device, unsigned long port) : device_(std::move(device)) {
+    FakeRequestOf(FakeDevicePtr device, unsigned long port) : device_(std::move(device)) {
         exchange_.port = port;
     }
+    ~FakeRequestOf() override {
+        device_->Note("~request");
+        CloseHandle(cancelled_);
+    }
 
-    void SetURI(const wchar_t* path) override { Note("SetURI", exchange_.uri, path); }
-    void SetUserName(const wchar_t* userName) override { Note("SetUserName", exchange_.userName, userName); }
-    void SetPassword(const wchar_t* password) override { Note("SetPassword", exchange_.password, password); }
+    void SetURI(const wchar_t* path) override { Note("SetURI", exchange_.uri = path); }
+    void SetUserName(const wchar_t* name) override { Note("SetUserName", exchange_.userName = name); }
+    void SetPassword(const wchar_t* password) override { Note("SetPassword", exchange_.password = password); }
     HRESULT SetMethod(const wchar_t* method) override {
-        Note("SetMethod", exchange_.method, method);
+        Note("SetMethod", exchange_.method = method);
         return device_->NextResult();
     }
-    void AddHeader(const wchar_t*, const wchar_t*) override { exchange_.calls.emplace_back("AddHeader"); }
-    void SetContentType(const wchar_t* type) override { Note("SetContentType", exchange_.contentType, type); }
+    void AddHeader(const wchar_t* name, const wchar_t* value) override {
+        Note("AddHeader", std::wstring(name) + L": " + value);
+    }
+    void SetContentType(const wchar_t* type) override {
+        Note("SetContentType", exchange_.contentType = type);
+    }
     HRESULT Send(const unsigned char* body, unsigned long length) override {
-        exchange_.calls.emplace_back("Send");
+        Note("Send");
         exchange_.body.assign(reinterpret_cast<const char*>(body), length);
         return device_->NextResult();
     }
     HRESULT GetResponse(Corvix::HTTPResponse** response) override {
-        exchange_.calls.emplace_back("GetResponse");
+        Note("GetResponse");
         const HRESULT result = device_->NextResult();
         if (FAILED(result)) return result;
-        device_->exchanges.push_back(exchange_);
+        if (device_->hangs && device_->hangs(exchange_)) return Hang();
+        device_->Keep(exchange_);
         HttpAnswer answer = device_->AnswerTo(exchange_);
         if (FAILED(answer.result)) return answer.result;
         if (answer.hasResponse) *response = new FakeResponse(std::move(answer));
         return S_OK;
     }
-    void SetRequestParameter(unsigned long) override { exchange_.calls.emplace_back("SetRequestParameter"); }
+    void SetRequestParameter(unsigned long value) override {
+        Note("SetRequestParameter", std::to_wstring(value));
+    }
     unsigned long GetLastErrorCode() override { return ERROR_NETNAME_DELETED; }
-    void Cancel() override {}
-    void SetTimeout(unsigned long) override {}
+    void Cancel() override { SetEvent(cancelled_); }
+    void SetTimeout(unsigned long milliseconds) override {
+        Note("SetTimeout", std::to_wstring(milliseconds));
+    }
 
-private:
-    void Note(const char* call, std::wstring& field, const wchar_t* text) {
+protected:
+    void Note(const char* call, const std::wstring& argument = {}) {
         exchange_.calls.emplace_back(call);
-        field = text;
+        device_->Note(argument.empty() ? call : call + (" " + std::string(argument.begin(), argument.end())));
     }
 
     FakeDevicePtr device_;
     HttpExchange exchange_;
+
+private:
+    HRESULT Hang() {
+        ++device_->hanging;
+        WaitForSingleObject(cancelled_, INFINITE);
+        --device_->hanging;
+        return E_ABORT;
+    }
+
+    const HANDLE cancelled_ = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+};
+
+using FakeRequest = FakeRequestOf<Corvix::HTTPRequest>;
+
+class FakeStreamRequest final : public FakeRequestOf<Corvix::KyHTTPRequestEx> {
+public:
+    using FakeRequestOf::FakeRequestOf;
+    unsigned long long GetBytesWritten() override { return exchange_.body.size(); }
+    HRESULT GetResult() override {
+        Note("GetResult");
+        return device_->NextResult();
+    }
+    HRESULT Write(const unsigned char* piece, unsigned long length, bool last) override {
+        exchange_.streamed = true;
+        if (device_->takePiece) return device_->takePiece(piece, length);
+        Note(last ? "Write last" : "Write", std::to_wstring(length));
+        const HRESULT result = device_->NextResult();
+        if (FAILED(result) || length == 0) return result;
+        exchange_.body.append(reinterpret_cast<const char*>(piece), length);
+        const std::lock_guard<std::mutex> guard(device_->lock);
+        device_->written = exchange_.body;
+        return S_OK;
+    }
+    unsigned long GetResponseStatus() override { return device_->earlyStatus; }
+    void SetTotalBodyLength(unsigned long length) override {
+        Note("SetTotalBodyLength", std::to_wstring(length));
+    }
 };
 
 /// An address of either kind: Corvix::KyNetAddress, or Corvix::Address alone.
@@ -154,14 +233,20 @@ class FakeAddressOf : public Counted<Interface> {
 public:
     explicit FakeAddressOf(FakeDevicePtr device) : device_(std::move(device)) {}
 
-    unsigned long long GetConnectionParameter() override { return 0; }
+    unsigned long long GetConnectionParameter() override { return 0x7777; }
     const wchar_t* GetHostName() override { return device_->host.c_str(); }
     void SetHostName(const wchar_t* host) override { device_->host = host; }
     const wchar_t* GetDisplayName() override { return nullptr; }
     HRESULT CreateHTTPRequest(Corvix::HTTPRequest** request, unsigned long port) override {
+        device_->Note("CreateHTTPRequest " + std::to_string(port));
         const HRESULT result = device_->NextResult();
-        if (SUCCEEDED(result)) *request = new FakeRequest(device_, port);
-        return result;
+        if (FAILED(result)) return result;
+        if (device_->isExtended) {
+            *request = new FakeStreamRequest(device_, port);
+        } else {
+            *request = new FakeRequest(device_, port);
+        }
+        return S_OK;
     }
     HRESULT CreateMIBConnection(Corvix::MIBConnection** connection) override {
         if (!device_->connectMib) return E_NOTIMPL;
@@ -174,7 +259,10 @@ public:
     unsigned long GetTimeout() override { return 0; }
     void SetPort(const wchar_t* port) override { port_ = port; }
     const wchar_t* GetPort() override { return port_.c_str(); }
-    void SetSecure(bool secure) override { secure_ = secure; }
+    void SetSecure(bool secure) override {
+        device_->Note(secure ? "SetSecure 1" : "SetSecure 0");
+        secure_ = secure;
+    }
     bool IsSecure() override { return secure_; }
     void SetMaximumBodyLength(unsigned long) override {}
     bool IsSameDevice(Corvix::Address* other) override { return other == this; }
@@ -185,7 +273,7 @@ protected:
 private:
     FakeDevicePtr device_;
     std::wstring port_;
-    bool secure_ = false;
+    std::atomic<bool> secure_ = false;
 };
 
 using FakeLocalAddress = FakeAddressOf<Corvix::Address>;

@@ -10,7 +10,7 @@
 #include "corvixdm/ippprovider.h"
 #include "corvixdm/transport.h"
 #include "datamodel/api/stringsmap.h"
-#include "datamodel/ipp/printeruri.h"
+#include "datamodel/ipp/target/printeruri.h"
 #include "utilslib/boundary.h"
 #include "utilslib/com.h"
 #include "utilslib/logging.h"

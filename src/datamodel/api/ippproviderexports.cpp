@@ -1,7 +1,7 @@
 // The exported factories of IPP providers, and the query that does without one.
 #include "datamodel/ipp/ippattributesimpl.h"
 #include "datamodel/ipp/ippproviderimpl.h"
-#include "datamodel/ipp/printeruri.h"
+#include "datamodel/ipp/target/printeruri.h"
 #include "utilslib/com.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"

@@ -1,9 +1,8 @@
 // What an answer says: its attributes as values, and the outcome of a job.
-#include "datamodel/ipp/codec/responsereader.h"
 #include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippattributecache.h"
 #include "datamodel/ipp/ippoperations.h"
-#include "datamodel/ipp/ippwire.h"
+#include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 
 namespace Corvix {
@@ -54,45 +53,36 @@ std::string GetJobState(std::string_view number) {
 
 /// The attribute that a parse answers: the one requested, or of several the one that the key names.
 std::string_view IPPOperations::TargetName() const {
-    const bool single = requestedAttributes_.find(',') == std::string::npos;
-    return single && !requestedAttributes_.empty() ? requestedAttributes_ : attributeKey_;
+    const bool single = values_.requestedAttributes.find(',') == std::string::npos;
+    return single && !values_.requestedAttributes.empty() ? values_.requestedAttributes : attributeKey_;
 }
 
 HRESULT IPPOperations::ParseIPPContent(const unsigned char* body, unsigned long length, VARIANT* value) {
     const std::string_view bytes(reinterpret_cast<const char*>(body), body ? length : 0);
-    response_ =
-        std::make_shared<const Ipp::Response>(Ipp::ReadResponse(bytes, Ipp::ReadOptions{failOnErrorStatus_}));
-    if (response_->HasHeader() && response_->StatusCode() != Ipp::Status::Ok)
-        logSource.Error(L"IPP status is not success %d", static_cast<int>(response_->StatusCode()));
-    if (const auto& fault = response_->GetFault()) {
-        logSource.Error(L"The IPP response is malformed at byte %lu: %hs",
-                        static_cast<unsigned long>(fault->offset), fault->reason);
-        SetLastError(unreadableAnswerError);
-        return E_FAIL;
-    }
-    if (value && response_->HasEndTag()) GetValueFromIPPMap(TargetName(), value);
-    return S_OK;
+    const HRESULT read = answer_.Read(bytes, failOnErrorStatus_);
+    if (SUCCEEDED(read) && value && LastResponse()->HasEndTag()) GetValueFromIPPMap(TargetName(), value);
+    return read;
 }
 
 HRESULT IPPOperations::ParseIPPResponse(HTTPResponse* response, VARIANT* value) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::ParseIPPResponse");
-    if (!response) return FailForNullArgument();
+    if (!response) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
     const unsigned long length = response->GetBodyLength();
     return ParseIPPContent(response->GetBody(), length, value);
 }
 
 HRESULT IPPOperations::GetValueFromIPPMap(std::string_view name, VARIANT* value) const {
-    if (!value) return FailForNullArgument();
-    return response_ ? CopyAttributeText(*response_, name, value) : S_FALSE;
+    if (!value) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
+    return LastResponse() ? CopyAttributeText(*LastResponse(), name, value) : S_FALSE;
 }
 
 HRESULT IPPOperations::FormResponseStructure(int operation, IPPResponseBase* record) const {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::FormResponseStructure");
-    if (!record) return FailForNullArgument();
-    if (!response_) return E_FAIL;
-    record->SetSuccess(response_->ValueText("status-code").value_or("NOT_SET_ERROR").c_str());
+    if (!record) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
+    if (!LastResponse()) return E_FAIL;
+    record->SetSuccess(LastResponse()->ValueText("status-code").value_or("NOT_SET_ERROR").c_str());
     record->SetRequestID(requestId);
-    if (operation != Ipp::Operation::CancelJob) CopyJob(*response_, *record);
+    if (operation != Ipp::Operation::CancelJob) CopyJob(*LastResponse(), *record);
     return S_OK;
 }
 

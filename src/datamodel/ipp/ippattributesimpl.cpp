@@ -6,7 +6,7 @@
 #include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippattributecache.h"
 #include "datamodel/ipp/ippoperations.h"
-#include "datamodel/ipp/printeruri.h"
+#include "datamodel/ipp/target/printeruri.h"
 #include "utilslib/boundary.h"
 #include "utilslib/logging.h"
 

@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "datamodel/ipp/codec/tags.h"
-#include "datamodel/ipp/deviceprobe.h"
 #include "datamodel/ipp/ippproviderimpl.h"
-#include "datamodel/ipp/printeruri.h"
+#include "datamodel/ipp/target/deviceprobe.h"
+#include "datamodel/ipp/target/printeruri.h"
 #include "utilslib/com.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
@@ -49,9 +49,16 @@ bool IsIppUri(const std::wstring& text) {
 
 bool HoldsUri(std::wstring_view text) { return text.find(L"://") != std::wstring_view::npos; }
 
-/// Where on the device a resource is; it may be a whole URI. "ipp/print" only begins like one.
-std::wstring ResourceOf(const std::wstring& resource) {
-    return IsIppUri(resource) && HoldsUri(resource) ? std::wstring(PathOfUri(resource)) : resource;
+/// The printer as the caller names it.
+IppTarget NamedTarget(Address& address, const IPPProviderImpl::Settings& settings) {
+    const bool isUri = IsIppUri(settings.resource);
+    IppTarget target;
+    target.printerUri =
+        isUri ? settings.resource : CreatePrinterURIAttribute(address, settings.resource, settings.secure);
+    // "ipp/print" only begins like a URI.
+    target.resource = isUri && HoldsUri(settings.resource) ? PathOfUri(settings.resource) : settings.resource;
+    if (settings.secure) target.securityFlags = settings.securityFlags;
+    return target;
 }
 
 /// A Get-Printer-Attributes exchange; what it brought stays in the operations.
@@ -82,16 +89,14 @@ std::wstring ChooseUri(Address& address, const IPPOperations& operations, bool s
 
 IPPProvider::~IPPProvider() = default;
 
-IPPProviderImpl::IPPProviderImpl(Address* address, Operations operations, std::wstring resource,
-                                 std::wstring printerUri, const PollingIntervals& intervals)
+IPPProviderImpl::IPPProviderImpl(Address* address, Operations operations, IppTarget target,
+                                 const PollingIntervals& intervals)
     : address_(DisposablePtr<Address>::Share(address)),
+      target_(std::move(target)),
       operations_(std::move(operations)),
-      resource_(std::move(resource)),
-      printerUri_(std::move(printerUri)),
-      secure_(IsSecureUri(printerUri_)),
-      securityFlags_(operations_->SecurityFlags()),
+      jobOperations_(MakeOperations()),
       intervals_(intervals),
-      polling_(*this, intervals_) {
+      follower_(address, intervals) {
     cache_.Merge(operations_->LastResponse());
 }
 
@@ -101,25 +106,19 @@ DisposablePtr<IPPProvider> IPPProviderImpl::Create(Address* address, const Setti
     const wchar_t* host = address->GetHostName();
     if (!IsReachable(host ? host : L"")) return nullptr;
 
-    auto operations = std::make_unique<IPPOperations>(address);
-    std::wstring uri = IsIppUri(settings.resource)
-                           ? settings.resource
-                           : CreatePrinterURIAttribute(*address, settings.resource, settings.secure);
-    logSource.Debug(L"IPP Resource URI %ls", uri.c_str());
-    const std::wstring resource = ResourceOf(settings.resource);
-
-    if (settings.secure) operations->SetSecurityFlags(settings.securityFlags);
+    IppTarget target = NamedTarget(*address, settings);
+    logSource.Debug(L"IPP Resource URI %ls", target.printerUri.c_str());
+    auto operations = std::make_unique<IPPOperations>(address, target);
     operations->SetAttributeName(settings.requestedAttributes);
-    operations->SetResourceURI(resource);
-    operations->SetPrinterURI(uri);
     if (FAILED(operations->SetAttributeLanguage(settings.language))) return nullptr;
     if (!ReadPrinter(*operations, settings.secure)) return nullptr;
 
-    uri = ChooseUri(*address, *operations, settings.secure, std::move(uri));
-    if (uri.empty()) return nullptr;
-    if (resource.empty()) return FailWith(IPPError::PathMissing);
+    target.printerUri = ChooseUri(*address, *operations, settings.secure, std::move(target.printerUri));
+    if (target.printerUri.empty()) return nullptr;
+    if (target.resource.empty()) return FailWith(IPPError::PathMissing);
+    target.secure = IsSecureUri(target.printerUri);
     return DisposablePtr<IPPProvider>::Share(
-        new IPPProviderImpl(address, std::move(operations), resource, std::move(uri), settings.intervals));
+        new IPPProviderImpl(address, std::move(operations), std::move(target), settings.intervals));
 }
 
 DisposablePtr<IPPProvider> IPPProviderImpl::Create2(Address* address, const wchar_t* printerUri,
@@ -142,17 +141,10 @@ DisposablePtr<IPPProvider> IPPProviderImpl::Create2(Address* address, const wcha
     return provider;
 }
 
-IPPProviderImpl::Operations IPPProviderImpl::MakeOperations() const {
-    auto operations = std::make_unique<IPPOperations>(address_.Get());
-    operations->SetResourceURI(resource_);
-    operations->SetPrinterURI(printerUri_);
-    if (secure_) operations->SetSecurityFlags(securityFlags_);
-    return operations;
-}
-
-IPPOperations& IPPProviderImpl::RenewJobOperations() {
-    jobOperations_ = MakeOperations();
-    return *jobOperations_;
+IppTarget IPPProviderImpl::OwnTarget() const {
+    IppTarget target = target_;
+    if (!target.secure) target.securityFlags = 0;
+    return target;
 }
 
 void IPPProviderImpl::SetTimeouts(unsigned connect, unsigned send, unsigned receive) {

@@ -1,20 +1,19 @@
-/// The IPP provider. One source per concern: creation, values, jobs, polling.
+/// The IPP provider: a front of the exchange, the print stream and the follower.
 #pragma once
 
 #include <windows.h>
 
 #include <array>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "corvixdm/disposableptr.h"
 #include "corvixdm/ippprovider.h"
+#include "datamodel/ipp/following/jobfollower.h"
+#include "datamodel/ipp/following/jobstate.h"
 #include "datamodel/ipp/ippattributecache.h"
 #include "datamodel/ipp/ippoperations.h"
-#include "datamodel/ipp/jobpolling.h"
+#include "datamodel/ipp/jobrecords.h"
 #include "utilslib/disposable.h"
 
 namespace Corvix {
@@ -24,7 +23,8 @@ namespace Corvix {
 constexpr unsigned long defaultSecurityFlags = 0x803100;
 constexpr const char* defaultPrinterResource = "/ipp/printer";
 
-class IPPProviderImpl final : public IPPProvider, public KyUtils::IDisposableImpl, private PollingSource {
+/// One source per concern: creation, values, jobs, printing. It owns what it hands the calls on to.
+class IPPProviderImpl final : public IPPProvider, public KyUtils::IDisposableImpl {
 public:
     /// What Create() is told beside the address.
     struct Settings {
@@ -41,9 +41,6 @@ public:
     /// The same for a whole printer URI.
     static DisposablePtr<IPPProvider> Create2(Address* address, const wchar_t* printerUri,
                                               unsigned long securityFlags);
-
-    /// Stops the polling while all that it uses is still whole.
-    ~IPPProviderImpl() override { polling_.StopAllThreadsRunning(); }
 
     HRESULT GetValue(const char* name, VARIANT* value) override;
     HRESULT GetIPPValue(const char* requestedAttributes, int jobQuery, VARIANT* value, const char* jobUri,
@@ -66,26 +63,24 @@ public:
     HRESULT GetJobs(unsigned flag) override;
     HRESULT GetJobs(IPPRequestBase* request, const char* whichJobs) override;
     void StopWaiting() override;
-    HANDLE GetPrintStatusEventHandle() const override { return polling_.GetPrintStatusEventHandle(); }
+    HANDLE GetPrintStatusEventHandle() const override { return follower_.GetPrintStatusEventHandle(); }
     HANDLE GetPrintReadyStatusEventHandle() const override {
-        return polling_.GetPrintReadyStatusEventHandle();
+        return follower_.GetPrintReadyStatusEventHandle();
     }
-    void StopAllThreadsRunning() override { polling_.StopAllThreadsRunning(); }
+    void StopAllThreadsRunning() override { follower_.StopAllThreadsRunning(); }
 
 private:
     using Operations = std::unique_ptr<IPPOperations>;
     enum class ReadyState { NotReady = 0, Ready = 1, Failed = 2 };
-    /// Sends one piece of a streamed body: IPPOperations::SendPrintJobRequest or SendDocumentRequest.
-    using SendPiece = HRESULT (IPPOperations::*)(IPPRequestBase*, bool, const unsigned char*, unsigned long,
-                                                 bool, bool);
 
-    IPPProviderImpl(Address* address, Operations operations, std::wstring resource, std::wstring printerUri,
+    IPPProviderImpl(Address* address, Operations operations, IppTarget target,
                     const PollingIntervals& intervals);
 
-    /// A connection of its own for one exchange, to the provider's printer.
-    Operations MakeOperations() const;
+    /// The printer, as exchanges of their own reach it.
+    IppTarget OwnTarget() const;
+    IppExchange MakeExchange() const { return IppExchange(address_.Get(), OwnTarget()); }
+    Operations MakeOperations() const { return std::make_unique<IPPOperations>(address_.Get(), OwnTarget()); }
     IPPOperations& RenewJobOperations();
-    bool IsSecure() const { return secure_; }
 
     bool ReadCached(const std::string& name, VARIANT* value) const;
     HRESULT ReadAlternative(const std::string& name, VARIANT* value);
@@ -93,57 +88,33 @@ private:
     HRESULT QueryJob(IPPOperations& operations, const std::string& names, const char* jobUri, VARIANT* value);
     HRESULT SendJobQuery(IPPOperations& operations, const std::string& names, VARIANT* value);
 
-    HRESULT Exchange(IPPOperations& operations, int operation, IPPRequestBase* request,
-                     IPPResponseBase* response, bool secure) const;
-    HRESULT JobExchange(int operation, IPPRequestBase* request, IPPResponseBase* response, bool secure) const;
+    static HRESULT Exchange(IPPOperations& operations, int operation, const JobRecords& records, bool secure);
+    static HRESULT ReadJobAnswer(IPPOperations& operations, HTTPResponse& answer, int operation,
+                                 IPPResponseBase* response);
+    HRESULT JobExchange(int operation, const JobRecords& records) const;
+    JobFate AskAbout(const IPPRequestBase& request, const char* whichJobs, const std::string& userName) const;
+    std::wstring UriOfJob(const IPPRequestBase& request, const JobFate& amongOwn) const;
+
+    void BeginJobOf(const IPPRequestBase& request);
     ReadyState CheckForPrinterReadyState();
     HRESULT WaitUntilReady();
-    HRESULT StartPrintJob(IPPRequestBase* request, IPPResponseBase* response, const unsigned char* data,
-                          int length, bool waitForReady);
+    HRESULT AfterStart(IPPResponseBase* response);
     HRESULT AnsweredEarly(IPPResponseBase* response);
     HRESULT JobAfterFailedStart(IPPRequestBase* request);
-    HRESULT Continue(SendPiece send, IPPRequestBase* request, const unsigned char* data, int length);
-    HRESULT WritePiece(SendPiece send, IPPRequestBase* request, const unsigned char* data, int length);
-    HRESULT EndBody(SendPiece send, int operation, IPPRequestBase* request, IPPResponseBase* response);
-    HRESULT ReadStreamedAnswer(int operation, IPPResponseBase* response);
-    HRESULT ReadJobAnswer(HTTPResponse* answer, int operation, IPPResponseBase* response);
-    std::wstring UriOfJob(const IPPRequestBase& request, HRESULT asked);
-    HRESULT JobAfterFailedPiece(IPPRequestBase* request);
-
-    HRESULT PollJob(unsigned flag) override;
-    HRESULT PollPrinter(std::wstring& state, std::wstring& reasons) override;
-    void InterruptPolls() override;
-    /// Runs one poll over a connection that InterruptPolls() can cut.
-    template <class Poll>
-    HRESULT RunPoll(Poll poll);
-    HRESULT AskJobs(IPPOperations& operations, const std::string& userName, const wchar_t* form);
-    /// What GetJobs(request, whichJobs) answers, among the jobs of one user or, without one, of all; and the
-    /// job's URI where it is listed.
-    HRESULT AskAboutJob(const IPPRequestBase& request, const char* whichJobs, const std::string& userName,
-                        std::wstring& uri);
-    HRESULT AskJobState(IPPOperations& operations, unsigned flag);
-    /// `interrupt` ends the wait for the device to wake up.
-    HRESULT RetrievePrinterState(IPPOperations& operations, HANDLE interrupt, std::wstring& state,
-                                 std::wstring& reasons);
-    /// 0 and the end of the job signalled when it is over, else 1.
-    HRESULT JudgeJob(const std::wstring& state, const std::wstring& reasons);
+    HRESULT EndBody(int operation, const JobRecords& records);
+    HRESULT JobAfterFailure(const wchar_t* failure, IPPRequestBase* request);
 
     DisposablePtr<Address> address_;
+    IppTarget target_;
     Operations operations_;     ///< the exchange of creation
-    Operations jobOperations_;  ///< the running job, or the last authorised exchange
+    Operations jobOperations_;  ///< the running job, or the last authorised exchange; never null
     std::array<unsigned, 3> timeouts_{30000, 30000, 30000};
     KyUtils::Handle stopWaiting_ =
         KyUtils::CreateManualResetEvent();  ///< signalled for good by StopWaiting()
     IPPAttributeCache cache_;
-    std::wstring resource_;
-    std::wstring printerUri_;
-    bool secure_;
-    unsigned long securityFlags_;
-    std::string userName_;  ///< whose jobs are asked for; set while no polling thread runs
+    std::string userName_;  ///< whose jobs are asked for
     const PollingIntervals intervals_;
-    std::mutex pollsLock_;
-    std::vector<IPPOperations*> polls_;  ///< those that wait for the printer right now
-    JobPolling polling_;                 ///< last: its threads use everything above
+    JobFollower follower_;  ///< last: its threads use the address
 };
 
 }  // namespace Corvix

@@ -3,9 +3,9 @@
 
 #include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippproviderimpl.h"
-#include "datamodel/ipp/ippwire.h"
 #include "utilslib/boundary.h"
 #include "utilslib/com.h"
+#include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
 
@@ -74,8 +74,8 @@ bool IPPProviderImpl::ReadCached(const std::string& name, VARIANT* value) const 
 HRESULT IPPProviderImpl::ReadAlternative(const std::string& name, VARIANT* value) {
     if (ReadCached(name, value)) return S_OK;
     KyUtils::Variant fresh;
-    const HRESULT result =
-        GetIPPValue(name.c_str(), 0, fresh.Receive(), nullptr, resource_.c_str(), securityFlags_, 0, " ");
+    const HRESULT result = GetIPPValue(name.c_str(), 0, fresh.Receive(), nullptr, target_.resource.c_str(),
+                                       target_.securityFlags, 0, " ");
     if (FAILED(result)) return result;
     if (!HasText(fresh)) return E_FAIL;
     *value = fresh.Release();
@@ -105,7 +105,7 @@ HRESULT IPPProviderImpl::GetIPPValue(const char* requestedAttributes, int jobQue
         const Operations operations = MakeOperations();
         operations->SetAttributeName(requestedAttributes);
         if (resource && *resource) operations->SetResourceURI(resource);
-        if (!secure_ || securityFlags != 0) operations->SetSecurityFlags(securityFlags);
+        if (!target_.secure || securityFlags != 0) operations->SetSecurityFlags(securityFlags);
         if (NamesAttribute(attributeKey)) operations->SetAttributeKey(attributeKey);
         KyUtils::Variant answer;
         const HRESULT result = jobQuery ? QueryJob(*operations, requestedAttributes, jobUri, answer.Receive())
@@ -124,7 +124,7 @@ HRESULT IPPProviderImpl::QueryPrinter(IPPOperations& operations, const char* pri
     if (printerUri && *printerUri) operations.SetPrinterURI(KyUtils::ToWide(printerUri));
     DisposablePtr<HTTPResponse> response;
     if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetPrinterAttributes, response.Receive(), nullptr,
-                                         secure_)))
+                                         target_.secure)))
         return E_FAIL;
     const HRESULT parsed = operations.ParseIPPResponse(response.Get(), value);
     logSource.Debug(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) GetIPPValue done");
@@ -148,7 +148,7 @@ HRESULT IPPProviderImpl::QueryJob(IPPOperations& operations, const std::string& 
 HRESULT IPPProviderImpl::SendJobQuery(IPPOperations& operations, const std::string& names, VARIANT* value) {
     DisposablePtr<HTTPResponse> response;
     if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetJobAttributes, response.Receive(), nullptr,
-                                         secure_)))
+                                         target_.secure)))
         return E_FAIL;
     operations.SetAttributeName(names);
     return operations.ParseIPPResponse(response.Get(), value);
@@ -159,17 +159,16 @@ HRESULT IPPProviderImpl::RequestAuthorization(IPPRequestBase* request, IPPRespon
     if (!request || !response) return E_FAIL;
     return KyUtils::RaisingComErrors([&]() -> HRESULT {
         IPPOperations& operations = RenewJobOperations();
-        if (printerUri_.find(L"ipps") == std::wstring::npos) return E_FAIL;
+        if (target_.printerUri.find(L"ipps") == std::wstring::npos) return E_FAIL;
         DisposablePtr<HTTPResponse> answer;
         // A refused exchange leaves the HTTP status, such as 401, in the last error.
-        const HRESULT sent =
-            operations.SendIPPRequest(Ipp::Operation::StreamedPrintJob, answer.Receive(), request, secure_);
+        const HRESULT sent = operations.SendIPPRequest(Ipp::Operation::StreamedPrintJob, answer.Receive(),
+                                                       request, target_.secure);
         if (FAILED(sent)) return sent;
         KyUtils::Variant value;
         if (FAILED(operations.ParseIPPResponse(answer.Get(), value.Receive())) ||
             FAILED(operations.FormResponseStructure(Ipp::Operation::StreamedPrintJob, response))) {
-            SetLastError(unreadableAnswerError);
-            return E_FAIL;
+            return KyUtils::FailWith(unreadableAnswerError);
         }
         if (const wchar_t* authorization = answer->GetHeader(L"Authorization"))
             request->SetAuthorization(authorization);

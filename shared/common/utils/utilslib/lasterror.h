@@ -22,4 +22,10 @@ private:
     DWORD error_;
 };
 
+/// Sets the last error. \return E_FAIL
+inline HRESULT FailWith(DWORD error) noexcept {
+    SetLastError(error);
+    return E_FAIL;
+}
+
 }  // namespace KyUtils

@@ -4,9 +4,12 @@
 #include <windows.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <string>
 
+#include "datamodel/ipp/exchange/ippexchange.h"
+#include "datamodel/ipp/following/printerstate.h"
 #include "utilslib/sync.h"
 
 namespace Corvix {
@@ -18,40 +21,27 @@ struct PollingIntervals {
     unsigned printerReady = 2000;
 };
 
-/// What is asked about the job and the printer; called from the polling threads.
-class PollingSource {
+/// Follows one job after the other. It owns the threads, the events, and a connection to the printer for each
+/// thread; of whoever has the job followed it knows nothing. Start and stop from any thread.
+class JobFollower {
 public:
-    /// 1 the job runs on, 0 it is finished or cancelled, E_FAIL the exchange failed. `flag` alternates 0
-    /// and 1.
-    virtual HRESULT PollJob(unsigned flag) = 0;
-    virtual HRESULT PollPrinter(std::wstring& state, std::wstring& reasons) = 0;
-    /// Makes a poll that waits for the printer come back soon. Called from the thread that stops the polling.
-    virtual void InterruptPolls() = 0;
-
-protected:
-    ~PollingSource() = default;
-};
-
-/// The threads, events and flags of one provider. Start and stop from any thread.
-class JobPolling {
-public:
-    JobPolling(PollingSource& source, const PollingIntervals& intervals)
-        : source_(source), intervals_(intervals) {}
-    ~JobPolling() { StopAllThreadsRunning(); }
-    JobPolling(const JobPolling&) = delete;
-    JobPolling& operator=(const JobPolling&) = delete;
+    /// \param address stays the caller's and outlives the object.
+    JobFollower(Address* address, const PollingIntervals& intervals)
+        : address_(address), intervals_(intervals) {}
+    ~JobFollower() { StopAllThreadsRunning(); }
+    JobFollower(const JobFollower&) = delete;
+    JobFollower& operator=(const JobFollower&) = delete;
 
     /// Stops what runs and clears the flags for the next job. Not from a polling thread.
     void Reset();
     /// (Re)creates the print-ready event, signalled.
     void CreatePrintReadyEvent();
-    /// Begins to follow the job; the printer's state as well where the print-ready event exists.
-    void Start();
-    /// From a polling thread itself, out of a poll, it only tells both to end: the next stop from elsewhere
-    /// waits for them and closes the events.
+    /// Begins to follow the jobs of a user; the printer's state as well where the print-ready event exists. After
+    /// a Reset(), and not if it was stopped since.
+    void Start(const IppTarget& target, const std::string& userName);
+    /// Ends both threads, whatever they wait for, and closes the events. From a polling thread itself, out of a
+    /// poll, it only tells both to end: the next stop from elsewhere waits for them and closes the events.
     void StopAllThreadsRunning();
-    /// Signalled from a stop to the next Reset(); for waits that a stop is to end.
-    HANDLE StopEvent() const { return stop_.Get(); }
 
     /// The job ended or must stop.
     void SetPrintStatus();
@@ -66,19 +56,20 @@ public:
     HANDLE GetPrintReadyStatusEventHandle() const;
 
 private:
-    static unsigned __stdcall GetJobsPollingThread(void* polling);
-    static unsigned __stdcall GetPrinterStatusPollingThread(void* polling);
+    static unsigned __stdcall GetJobsPollingThread(void* follower);
+    static unsigned __stdcall GetPrinterStatusPollingThread(void* follower);
     using ThreadId = std::atomic<DWORD>;
-    unsigned Run(ThreadId& id, void (JobPolling::*poll)());
+    unsigned Run(ThreadId& id, void (JobFollower::*poll)());
     bool IsPollingThread() const;
     void PollJobs();
+    HRESULT PollJob(unsigned flag);
     void PollPrinterStates();
-    void TellToEnd();
-    void ShowPrinterState(const std::wstring& state, const std::wstring& reasons);
+    void ShowPrinterState(const PrinterState& state);
     bool JobEndsWithin(unsigned milliseconds) const;
-    void WaitAndClose(KyUtils::Handle& thread);
+    void TellToEnd();
+    static void WaitAndClose(KyUtils::Handle& thread);
 
-    PollingSource& source_;
+    Address* const address_;
     const PollingIntervals intervals_;
     mutable KyUtils::CriticalSection printStatusLock_;
     mutable KyUtils::CriticalSection printReadyLock_;
@@ -88,7 +79,12 @@ private:
     mutable std::mutex eventsLock_;
     KyUtils::Handle printJobStatus_;
     KyUtils::Handle printReady_;
-    KyUtils::Handle stop_ = KyUtils::CreateManualResetEvent();
+    KyUtils::Handle stop_ = KyUtils::CreateManualResetEvent();  ///< signalled from a stop to the next Reset()
+    /// Held while the exchanges are replaced or cancelled; each thread uses its own without it.
+    std::mutex exchangesLock_;
+    std::unique_ptr<IppExchange> jobExchange_;
+    std::unique_ptr<IppExchange> printerExchange_;
+    std::string userName_;
     KyUtils::Handle jobThread_;
     KyUtils::Handle printerThread_;
     ThreadId jobThreadId_{0};  ///< 0 while the thread does not run

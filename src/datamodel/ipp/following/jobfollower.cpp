@@ -1,5 +1,7 @@
-#include "datamodel/ipp/jobpolling.h"
+#include "datamodel/ipp/following/jobfollower.h"
 
+#include "datamodel/ipp/following/jobstate.h"
+#include "utilslib/boundary.h"
 #include "utilslib/logging.h"
 
 namespace Corvix {
@@ -8,11 +10,10 @@ namespace {
 const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr const wchar_t* printJobStatusName = L"PrintJobStatus";
-constexpr const wchar_t* spoolAreaFull = L"spool-area-full";
 
 }  // namespace
 
-void JobPolling::Reset() {
+void JobFollower::Reset() {
     StopAllThreadsRunning();
     {
         const std::lock_guard<KyUtils::CriticalSection> lock(printStatusLock_);
@@ -23,18 +24,25 @@ void JobPolling::Reset() {
     ResetEvent(stop_.Get());
 }
 
-void JobPolling::CreatePrintReadyEvent() {
+void JobFollower::CreatePrintReadyEvent() {
     const std::lock_guard<std::mutex> lock(eventsLock_);
     printReady_ = KyUtils::CreateManualResetEvent();
     if (printReady_) SetEvent(printReady_.Get());
 }
 
-void JobPolling::Start() {
-    const KyUtils::LogScope scope(logSource, "Corvix::JobPolling::Start");
+void JobFollower::Start(const IppTarget& target, const std::string& userName) {
+    const KyUtils::LogScope scope(logSource, "Corvix::JobFollower::Start");
     const std::lock_guard<std::mutex> lock(stopLock_);
     const std::lock_guard<std::mutex> eventsLock(eventsLock_);
+    {
+        const std::lock_guard<std::mutex> exchangesLock(exchangesLock_);
+        jobExchange_ = std::make_unique<IppExchange>(address_, target);
+        printerExchange_ = std::make_unique<IppExchange>(address_, target);
+    }
+    userName_ = userName;
     printJobStatus_ = KyUtils::CreateManualResetEvent(printJobStatusName);
     if (printJobStatus_) {
+        // Another process may have left it signalled: the name is one for all.
         ResetEvent(printJobStatus_.Get());
         jobThread_ = KyUtils::StartThread(GetJobsPollingThread, this);
         if (jobThread_) logSource.Debug(L"JobsPollingThread has been launched");
@@ -46,16 +54,12 @@ void JobPolling::Start() {
     printerThread_ = KyUtils::StartThread(GetPrinterStatusPollingThread, this);
 }
 
-void JobPolling::StopAllThreadsRunning() {
+void JobFollower::StopAllThreadsRunning() {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::StopAllThreadsRunning");
     // A thread cannot wait for itself, nor for the lock of one that waits for it.
-    if (IsPollingThread()) {
-        TellToEnd();
-        return source_.InterruptPolls();
-    }
+    if (IsPollingThread()) return TellToEnd();
     const std::lock_guard<std::mutex> lock(stopLock_);
     TellToEnd();
-    if (jobThread_ || printerThread_) source_.InterruptPolls();
     WaitAndClose(jobThread_);
     WaitAndClose(printerThread_);
     // Not sooner: the threads use the events, and one of them may be about to signal the end of the job.
@@ -64,115 +68,127 @@ void JobPolling::StopAllThreadsRunning() {
     printJobStatus_.Close();
 }
 
-void JobPolling::TellToEnd() {
+void JobFollower::TellToEnd() {
     SetPrintReadyStatus();
     SetEvent(stop_.Get());
     SignalJobEnd();
+    // A poll that waits for the printer comes back soon, and those that would come after it fail at once.
+    const std::lock_guard<std::mutex> lock(exchangesLock_);
+    for (const auto* exchange : {&jobExchange_, &printerExchange_}) {
+        if (*exchange) (*exchange)->Cancel();
+    }
 }
 
-void JobPolling::WaitAndClose(KyUtils::Handle& thread) {
+void JobFollower::WaitAndClose(KyUtils::Handle& thread) {
     if (!thread) return;
     WaitForSingleObject(thread.Get(), INFINITE);
     thread.Close();
 }
 
-void JobPolling::SetPrintStatus() {
+void JobFollower::SetPrintStatus() {
     const std::lock_guard<KyUtils::CriticalSection> lock(printStatusLock_);
     printStatus_ = true;
 }
 
-bool JobPolling::GetPrintStatus() const {
+bool JobFollower::GetPrintStatus() const {
     const std::lock_guard<KyUtils::CriticalSection> lock(printStatusLock_);
     return printStatus_;
 }
 
-void JobPolling::SetPrintReadyStatus() {
+void JobFollower::SetPrintReadyStatus() {
     const std::lock_guard<KyUtils::CriticalSection> lock(printReadyLock_);
     printerPoll_ = false;
 }
 
-bool JobPolling::GetbPrinteStatusThreadPoll() const {
+bool JobFollower::GetbPrinteStatusThreadPoll() const {
     const std::lock_guard<KyUtils::CriticalSection> lock(printReadyLock_);
     return printerPoll_;
 }
 
-HANDLE JobPolling::GetPrintStatusEventHandle() const {
+HANDLE JobFollower::GetPrintStatusEventHandle() const {
     const std::lock_guard<std::mutex> lock(eventsLock_);
     return printJobStatus_.Get();
 }
 
-HANDLE JobPolling::GetPrintReadyStatusEventHandle() const {
+HANDLE JobFollower::GetPrintReadyStatusEventHandle() const {
     const std::lock_guard<std::mutex> lock(eventsLock_);
     return printReady_.Get();
 }
 
-void JobPolling::SignalJobEnd() {
+void JobFollower::SignalJobEnd() {
     SetPrintStatus();
     const std::lock_guard<std::mutex> lock(eventsLock_);
     if (printJobStatus_) SetEvent(printJobStatus_.Get());
 }
 
 /// Waits for the end of the job, as told by its event or by the stop.
-bool JobPolling::JobEndsWithin(unsigned milliseconds) const {
+bool JobFollower::JobEndsWithin(unsigned milliseconds) const {
     const HANDLE ends[] = {printJobStatus_.Get(), stop_.Get()};
     return WaitForMultipleObjects(2, ends, FALSE, milliseconds) != WAIT_TIMEOUT;
 }
 
-unsigned JobPolling::Run(ThreadId& id, void (JobPolling::*poll)()) {
+unsigned JobFollower::Run(ThreadId& id, void (JobFollower::*poll)()) {
     id = GetCurrentThreadId();
     (this->*poll)();
     id = 0;
     return 0;
 }
 
-bool JobPolling::IsPollingThread() const {
+bool JobFollower::IsPollingThread() const {
     const DWORD here = GetCurrentThreadId();
     return here == jobThreadId_ || here == printerThreadId_;
 }
 
-unsigned __stdcall JobPolling::GetJobsPollingThread(void* polling) {
+unsigned __stdcall JobFollower::GetJobsPollingThread(void* follower) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetJobsPollingThread");
-    auto& self = *static_cast<JobPolling*>(polling);
-    return self.Run(self.jobThreadId_, &JobPolling::PollJobs);
+    auto& self = *static_cast<JobFollower*>(follower);
+    return self.Run(self.jobThreadId_, &JobFollower::PollJobs);
 }
 
-void JobPolling::PollJobs() {
+void JobFollower::PollJobs() {
     for (unsigned flag = 0; !JobEndsWithin(intervals_.jobState); flag = 1 - flag) {
-        if (source_.PollJob(flag) == 1) continue;
+        if (PollJob(flag) == jobRuns) continue;
         logSource.Debug(L"GetJobs return some kind of Cancellation/Completion status");
         return;
     }
 }
 
-unsigned __stdcall JobPolling::GetPrinterStatusPollingThread(void* polling) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetPrinterStatusPollingThread");
-    auto& self = *static_cast<JobPolling*>(polling);
-    return self.Run(self.printerThreadId_, &JobPolling::PollPrinterStates);
+HRESULT JobFollower::PollJob(unsigned flag) {
+    const HRESULT answer =
+        KyUtils::NeverThrowing([&] { return AskJobState(*jobExchange_, userName_, flag); });
+    if (answer == jobIsOver) SignalJobEnd();
+    return answer;
 }
 
-void JobPolling::PollPrinterStates() {
+unsigned __stdcall JobFollower::GetPrinterStatusPollingThread(void* follower) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetPrinterStatusPollingThread");
+    auto& self = *static_cast<JobFollower*>(follower);
+    return self.Run(self.printerThreadId_, &JobFollower::PollPrinterStates);
+}
+
+void JobFollower::PollPrinterStates() {
     while (GetbPrinteStatusThreadPoll()) {
-        std::wstring state;
-        std::wstring reasons;
-        if (FAILED(source_.PollPrinter(state, reasons))) {
-            // Nobody would tell of room any more: whoever waits for it learns by sending what is the matter.
+        PrinterState state;
+        const HRESULT asked = KyUtils::NeverThrowing(
+            [&] { return RetrievePrinterState(*printerExchange_, stop_.Get(), state); });
+        if (FAILED(asked)) {
+            // State polling has failed. Release the waiter; its next write reports the error.
             SetEvent(printReady_.Get());
             return;
         }
-        ShowPrinterState(state, reasons);
+        ShowPrinterState(state);
         if (WaitForSingleObject(stop_.Get(), intervals_.printerState) != WAIT_TIMEOUT) return;
     }
 }
 
-void JobPolling::ShowPrinterState(const std::wstring& state, const std::wstring& reasons) {
-    const bool isStopped = state.find(L'5') != std::wstring::npos;
-    const bool isFull = reasons.find(spoolAreaFull) != std::wstring::npos;
-    if (isStopped && isFull) {
+void JobFollower::ShowPrinterState(const PrinterState& state) {
+    if (state.IsStopped() && state.IsFull()) {
         ResetEvent(printReady_.Get());
     } else {
         SetEvent(printReady_.Get());
     }
-    logSource.Debug(L"Printer state = %ls and Printer-State-Reasons = %ls", state.c_str(), reasons.c_str());
+    logSource.Debug(L"Printer state = %ls and Printer-State-Reasons = %ls", state.state.c_str(),
+                    state.reasons.c_str());
 }
 
 }  // namespace Corvix

@@ -1,4 +1,4 @@
-#include "datamodel/ipp/printeruri.h"
+#include "datamodel/ipp/target/printeruri.h"
 
 #include <windows.h>
 

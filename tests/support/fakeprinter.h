@@ -1,10 +1,13 @@
-// An IPP printer over the fake transport: answers the attributes that it is asked for.
+// An IPP printer over the fake transport: answers the attributes that it is asked for, or what it is told to.
 #pragma once
 
 #include <windows.h>
 
+#include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,27 +27,28 @@ namespace Bytes = Ipp::Testing;
 inline std::string Text(std::string_view name, std::string_view value) {
     return Bytes::Value(0x41, name, value);
 }
+inline std::string Enum(std::string_view name, unsigned value) {
+    return Bytes::Value(0x23, name, Bytes::Int(value));
+}
 
 /// A request as the printer reads it.
 struct IppRequest {
-    unsigned operation = 0;
+    int operation = 0;
+    std::string body;                                             ///< without chunk frames
     std::vector<std::pair<std::string, std::string>> attributes;  ///< each value under its attribute's name
 
-    explicit IppRequest(const std::string& body) {
-        const auto number = [&](size_t at) {
-            return static_cast<unsigned>(static_cast<unsigned char>(body.at(at)) << 8 |
-                                         static_cast<unsigned char>(body.at(at + 1)));
-        };
-        operation = number(2);
+    explicit IppRequest(const CorvixTest::HttpExchange& exchange)
+        : body(exchange.streamed ? WithoutFrames(exchange.body) : exchange.body) {
+        operation = static_cast<int>(Number(2));
         std::string name;
         for (size_t at = 8; body.at(at) != 3;) {
             if (body.at(at) < 0x10) {
                 ++at;
                 continue;
             }
-            const size_t nameLength = number(at + 1);
+            const size_t nameLength = Number(at + 1);
             if (nameLength > 0) name = body.substr(at + 3, nameLength);
-            const size_t valueLength = number(at + 3 + nameLength);
+            const size_t valueLength = Number(at + 3 + nameLength);
             attributes.emplace_back(name, body.substr(at + 5 + nameLength, valueLength));
             at += 5 + nameLength + valueLength;
         }
@@ -63,7 +67,26 @@ struct IppRequest {
         const std::string requested = (*this)["requested-attributes"];
         return requested.rfind(always, 0) == 0 ? requested.substr(always.size()) : requested;
     }
+    static std::string WithoutFrames(const std::string& chunks) {
+        std::string bytes;
+        for (size_t at = 0; at < chunks.size();) {
+            const size_t length = std::stoul(chunks.substr(at, 8), nullptr, 16);
+            const size_t head = chunks.find("\r\n", at) + 2;
+            bytes += chunks.substr(head, length);
+            at = head + length + 2;
+        }
+        return bytes;
+    }
+
+private:
+    size_t Number(size_t at) const {
+        return static_cast<size_t>(static_cast<unsigned char>(body.at(at)) << 8 |
+                                   static_cast<unsigned char>(body.at(at + 1)));
+    }
 };
+
+/// An answer of a script that never comes.
+inline const std::string brokenConnection;
 
 /// The printer. At a USB port, so that nobody probes for it; the test may give it another host.
 struct FakePrinter {
@@ -73,27 +96,72 @@ struct FakePrinter {
     std::map<std::string, std::string> slowAttributes;  ///< the same, but not among "all"
     std::map<std::string, std::string> jobAttributes;
     bool takesListsApart = true;  ///< of attributes of jobs, where they come as one value
+    /// Called before an operation is answered, on the thread that asked.
+    std::function<void(int)> watch;
 
     FakePrinter() {
         device->host = L"USB001";
         address->SetPort(L"631");
         device->answer = [this](const CorvixTest::HttpExchange& exchange) {
-            return CorvixTest::HttpAnswer{200, Answer(IppRequest(exchange.body)), S_OK, true};
+            const IppRequest request(exchange);
+            if (watch) watch(request.operation);
+            const std::lock_guard<std::mutex> guard(lock_);
+            requests_.push_back(request);
+            const auto scripted = script_.find(request.operation);
+            return scripted == script_.end() ? CorvixTest::HttpAnswer{200, Answer(request)}
+                                             : Next(scripted->second);
         };
     }
     FakePrinter(const FakePrinter&) = delete;
     FakePrinter& operator=(const FakePrinter&) = delete;
 
+    /// The answers to one operation, in their order; the last one holds for ever.
+    void Script(int operation, std::vector<std::string> answers) {
+        const std::lock_guard<std::mutex> guard(lock_);
+        script_[operation] = std::move(answers);
+    }
+    /// The k-th call from now on that can fail does so, counted from 1; `forGood` also every one after it.
+    void FailAt(int call, bool forGood = false) {
+        device->failsForGood = forGood;
+        device->failingCall = device->calls + call;
+    }
+    bool HasFailed() const { return device->failingCall > 0 && device->calls >= device->failingCall; }
+    void Heal() { device->failingCall = 0; }
+
     void AnswerAlways(const CorvixTest::HttpAnswer& answer) {
         device->answer = [answer](const CorvixTest::HttpExchange&) { return answer; };
     }
     size_t Exchanges() const { return device->exchanges.size(); }
-    IppRequest LastRequest() const { return IppRequest(device->exchanges.back().body); }
+    IppRequest LastRequest() const { return IppRequest(device->exchanges.back()); }
+    /// The requests of one operation that were answered by table or script.
+    std::vector<IppRequest> Requests(int operation) const {
+        const std::lock_guard<std::mutex> guard(lock_);
+        std::vector<IppRequest> found;
+        for (const IppRequest& request : requests_) {
+            if (request.operation == operation) found.push_back(request);
+        }
+        return found;
+    }
+    size_t Count(int operation) const {
+        const std::lock_guard<std::mutex> guard(lock_);
+        return static_cast<size_t>(
+            std::count_if(requests_.begin(), requests_.end(),
+                          [&](const IppRequest& request) { return request.operation == operation; }));
+    }
+    std::string LastBody(int operation) const {
+        const std::vector<IppRequest> requests = Requests(operation);
+        return requests.empty() ? "" : requests.back().body;
+    }
     DisposablePtr<IPPProvider> Provider() {
         return DisposablePtr<IPPProvider>(CreateIPPProvider(address.Get(), "/ipp/print"));
     }
 
 private:
+    static CorvixTest::HttpAnswer Next(std::vector<std::string>& answers) {
+        const std::string answer = answers.empty() ? brokenConnection : answers.front();
+        if (answers.size() > 1) answers.erase(answers.begin());
+        return {200, answer, answer.empty() ? E_ABORT : S_OK};
+    }
     std::string Answer(const IppRequest& request) const {
         const bool isUnknown = !takesListsApart && request.Wanted().find(',') != std::string::npos;
         if (request.operation == 9) return Bytes::Body(isUnknown ? "" : Among(jobAttributes, request));
@@ -109,6 +177,10 @@ private:
         }
         return encoded;
     }
+
+    mutable std::mutex lock_;
+    std::map<int, std::vector<std::string>> script_;
+    std::vector<IppRequest> requests_;
 };
 
 /// Every test ends with as many objects of the library and of the fakes as it began with.

@@ -4,7 +4,7 @@
 #include <cwchar>
 #include <iterator>
 
-#include "datamodel/ipp/deviceprobe.h"
+#include "datamodel/ipp/target/deviceprobe.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/sync.h"
@@ -16,6 +16,8 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr WORD resolverVersion = MAKEWORD(2, 2);
 constexpr WORD connectVersion = MAKEWORD(1, 1);
+constexpr unsigned short ippPort = 631;
+constexpr unsigned short httpPort = 80;
 
 bool IsIpv6Literal(const std::wstring& host) {
     const KyUtils::WinsockSession winsock(resolverVersion);
@@ -57,17 +59,26 @@ bool AwaitConnection(const KyUtils::Socket& socket, HANDLE event, HANDLE interru
     return error == 0;
 }
 
-bool Connect(const KyUtils::Socket& socket, const std::wstring& text, int family, SOCKADDR_STORAGE& address,
-             unsigned short ipv4Port, HANDLE interrupt) {
+/// Where a connection is tried.
+struct Endpoint {
+    int family;
+    std::wstring text;        ///< an address; that of IPv6 with its port
+    unsigned short ipv4Port;  ///< 0 for IPv6
+};
+
+bool Connect(const KyUtils::Socket& socket, Endpoint endpoint, HANDLE interrupt) {
     if (!socket) return false;
-    int length = sizeof address;
-    std::wstring writable = text;
-    auto* target = reinterpret_cast<SOCKADDR*>(&address);
-    if (WSAStringToAddressW(writable.data(), family, nullptr, target, &length) != 0) return false;
-    if (family == AF_INET) reinterpret_cast<SOCKADDR_IN*>(target)->sin_port = htons(ipv4Port);
+    SOCKADDR_STORAGE storage{};
+    int length = sizeof storage;
+    auto* address = reinterpret_cast<SOCKADDR*>(&storage);
+    if (WSAStringToAddressW(endpoint.text.data(), endpoint.family, nullptr, address, &length) != 0)
+        return false;
+    if (endpoint.family == AF_INET)
+        reinterpret_cast<SOCKADDR_IN*>(address)->sin_port = htons(endpoint.ipv4Port);
+    // A blocking connect could not be interrupted.
     const KyUtils::Handle connected = KyUtils::CreateManualResetEvent();
     if (!connected || WSAEventSelect(socket.Get(), connected.Get(), FD_CONNECT) != 0) return false;
-    if (::connect(socket.Get(), target, length) == 0) return true;
+    if (::connect(socket.Get(), address, length) == 0) return true;
     return WSAGetLastError() == WSAEWOULDBLOCK && AwaitConnection(socket, connected.Get(), interrupt);
 }
 
@@ -82,11 +93,10 @@ bool DeviceExists(const std::wstring& host, const wchar_t* port, HANDLE interrup
     KyUtils::LastErrorScope lastError;
     const KyUtils::WinsockSession winsock(connectVersion);
     if (!winsock.Runs(connectVersion)) return false;
-    const int family = isIpv6 ? AF_INET6 : AF_INET;
-    const KyUtils::Socket socket(family, SOCK_STREAM, IPPROTO_TCP);
-    const std::wstring text = isIpv6 ? L"[" + host + L"]:" + portText : host;
-    SOCKADDR_STORAGE address{};
-    const bool connected = Connect(socket, text, family, address, portText == L"80" ? 80 : 631, interrupt);
+    const Endpoint endpoint = isIpv6 ? Endpoint{AF_INET6, L"[" + host + L"]:" + portText, 0}
+                                     : Endpoint{AF_INET, host, portText == L"80" ? httpPort : ippPort};
+    const KyUtils::Socket socket(endpoint.family, SOCK_STREAM, IPPROTO_TCP);
+    const bool connected = Connect(socket, endpoint, interrupt);
     lastError.LeaveWith(GetLastError());
     return connected;
 }
