@@ -9,8 +9,8 @@
 #       A GoogleTest program of all sources in the current folder. With ROOMS it is built from those rooms'
 #       objects and those below them; with DLL it is linked against the import library, as a caller's program would be.
 #       SOURCE_DIR tells it where the source tree is, as CORVIX_SOURCE_DIR.
-#   corvix_program(NAME [LIBS lib...] [DLL])
-#       A program of all sources in the current folder, put into the build tree's bin/.
+#   corvix_program(NAME [FOLDERS folder...] [LIBS lib...] [DLL])
+#       A program of all sources in the current folder and in these folders below it, put into the build tree's bin/.
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
@@ -62,7 +62,11 @@ if(MINGW)
 endif()
 
 function(corvix_sources OUT)
-  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/*.c")
+  set(patterns "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/*.c")
+  foreach(folder IN LISTS ARGN)
+    list(APPEND patterns "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp")
+  endforeach()
+  file(GLOB sources CONFIGURE_DEPENDS ${patterns})
   set(${OUT} ${sources} PARENT_SCOPE)
 endfunction()
 
@@ -114,8 +118,8 @@ function(corvix_link_against_dll NAME)
 endfunction()
 
 function(corvix_program NAME)
-  cmake_parse_arguments(PROGRAM "DLL" "" "LIBS" ${ARGN})
-  corvix_sources(sources)
+  cmake_parse_arguments(PROGRAM "DLL" "" "FOLDERS;LIBS" ${ARGN})
+  corvix_sources(sources ${PROGRAM_FOLDERS})
   add_executable(${NAME} ${sources})
   target_link_libraries(${NAME} PRIVATE corvix_options ${PROGRAM_LIBS})
   corvix_precompile(${NAME} corvix_precompiled)

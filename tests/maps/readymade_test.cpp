@@ -73,7 +73,7 @@ ComPtr<IXMLDOMDocument> LoadFile(const std::filesystem::path& path) {
 
 // A misspelt element would only show as an empty value.
 TEST(ReadyMadeMaps, SelectsItsPlsxmlItemsInTheDocumentsOfTheSimulatedPrinter) {
-    const std::filesystem::path served = CORVIX_SOURCE_DIR "/tools/corvixsim/device/http/80";
+    const std::filesystem::path served = CORVIX_SOURCE_DIR "/tools/corvixsim/device/files/http/80";
     const KyUtils::ComApartment apartment;
     ComPtr<IXMLDOMNode> element;
     ASSERT_EQ(

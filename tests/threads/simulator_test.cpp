@@ -3,11 +3,11 @@
 
 #include <atomic>
 
-#include "counters.h"
+#include "base/stopper.h"
 #include "crowd.h"
-#include "faults.h"
-#include "stopper.h"
-#include "values.h"
+#include "device/counters.h"
+#include "device/faults.h"
+#include "device/values.h"
 
 namespace CorvixSim {
 namespace {

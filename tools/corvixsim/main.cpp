@@ -1,13 +1,14 @@
 // corvixsim: a simulated printer for trying and testing printer software without a printer.
+#ifdef _WIN32
 #include <windows.h>
-#include <winsock2.h>
-
+// keep this order
 #include <fcntl.h>
 #include <io.h>
+#endif
 
 #include <cstdio>
-#include <thread>
 
+#include "base/process.h"
 #include "simulator.h"
 
 namespace CorvixSim {
@@ -15,31 +16,10 @@ namespace {
 
 enum ExitCode { kEnded = 0, kFailed = 1, kUsage = 2 };
 
+/// Threads that outlive main() may still tell it to stop: it is never destroyed.
 Stopper& QuitSignal() {
-    static Stopper signal;
+    static Stopper& signal = *new Stopper;
     return signal;
-}
-
-BOOL WINAPI OnConsoleEvent(DWORD) {
-    QuitSignal().Stop();
-    return TRUE;
-}
-
-std::string ToUtf8(const wchar_t* text) {
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, utf8.data(), size, nullptr, nullptr);
-    utf8.pop_back();  // the terminating zero
-    return utf8;
-}
-
-void QuitAtEndOfInput() {
-    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-    char ignored[256];
-    DWORD read = 0;
-    while (ReadFile(input, ignored, sizeof ignored, &read, nullptr) && read != 0) {
-    }
-    QuitSignal().Stop();
 }
 
 void PrintLine(const std::string& line) {
@@ -48,11 +28,10 @@ void PrintLine(const std::string& line) {
 }
 
 int Run(const Options& options) {
-    const WinsockSession winsock;
+    const NetSession sockets;
+    StopWhenAsked(QuitSignal());
     const Simulator simulator(options, [] { QuitSignal().Stop(); });
-    SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
-    // Nothing can interrupt a read of the console, so the end of the process ends this thread.
-    if (options.untilEof) std::thread(QuitAtEndOfInput).detach();
+    if (options.untilEof) StopAtEndOfInput(QuitSignal());
     PrintLine(simulator.ReadyLine());
     QuitSignal().Wait();
     return kEnded;
@@ -76,11 +55,27 @@ int Main(const std::vector<std::string>& arguments) {
 }  // namespace
 }  // namespace CorvixSim
 
+#ifdef _WIN32
+namespace {
+
+std::string ToUtf8(const wchar_t* text) {
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    std::string utf8(static_cast<size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, utf8.data(), size, nullptr, nullptr);
+    utf8.pop_back();  // the terminating zero
+    return utf8;
+}
+
+}  // namespace
+
 int wmain(int count, wchar_t** texts) {
-    // Lines end in '\n' whoever reads them.
+    // Lines end in '\n', whoever reads them.
     _setmode(_fileno(stdout), _O_BINARY);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i)
-        arguments.push_back(CorvixSim::ToUtf8(texts[i]));
+        arguments.push_back(ToUtf8(texts[i]));
     return CorvixSim::Main(arguments);
 }
+#else
+int main(int count, char** texts) { return CorvixSim::Main({texts + 1, texts + count}); }
+#endif

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "control.h"
-#include "faults.h"
-#include "text.h"
+#include "control/control.h"
+#include "device/faults.h"
+#include "base/text.h"
 
 namespace CorvixSim {
 namespace {

@@ -2,11 +2,11 @@
 
 #include <filesystem>
 
-#include "documenthandler.h"
-#include "ipphandler.h"
-#include "snmpserver.h"
-#include "soaphandler.h"
-#include "text.h"
+#include "http/documenthandler.h"
+#include "ipp/handler.h"
+#include "snmp/server.h"
+#include "soap/handler.h"
+#include "base/text.h"
 
 namespace CorvixSim {
 namespace {
@@ -52,9 +52,8 @@ void Simulator::StartOnFreeAddress(const Options& options) {
     for (int host = kFirstHost;; ++host) {
         try {
             return Start(options, "127.0.0." + std::to_string(host));
-        } catch (const NetError& error) {
+        } catch (const AddressInUse&) {
             Stop();
-            if (error.Code() != WSAEADDRINUSE) throw;
             if (host < kLastHost) continue;
             throw std::runtime_error(
                 "one of the ports is taken at every loopback address: --port-base 0 takes free ones");

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "control.h"
-#include "device.h"
-#include "httpserver.h"
+#include "control/control.h"
+#include "device/device.h"
+#include "http/server.h"
 #include "options.h"
 
 namespace CorvixSim {

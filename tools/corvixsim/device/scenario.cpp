@@ -1,0 +1,100 @@
+#include "device/scenario.h"
+
+#include <stdexcept>
+
+#include "base/text.h"
+
+namespace CorvixSim {
+namespace {
+
+struct StateName {
+    JobState state;
+    const char* name;
+};
+
+constexpr StateName kStates[] = {
+    {JobState::Pending, "pending"},       {JobState::PendingHeld, "pending-held"},
+    {JobState::Processing, "processing"}, {JobState::ProcessingStopped, "processing-stopped"},
+    {JobState::Canceled, "canceled"},     {JobState::Aborted, "aborted"},
+    {JobState::Completed, "completed"},
+};
+
+JobState StateOf(std::string_view name) {
+    for (const StateName& known : kStates) {
+        if (known.name == name) return known.state;
+    }
+    throw std::invalid_argument("not a job state: " + std::string(name));
+}
+
+uint64_t TakeNumber(std::string_view& rest) {
+    const std::string_view word = TakeWord(rest);
+    const auto number = ParseNumber(word, UINT32_MAX);
+    if (!number) throw std::invalid_argument("not a number: " + std::string(word));
+    return *number;
+}
+
+}  // namespace
+
+const char* NameOf(JobState state) {
+    for (const StateName& known : kStates) {
+        if (known.state == state) return known.name;
+    }
+    return "";
+}
+
+JobStep ParseJobStep(std::string_view text) {
+    JobStep step;
+    const std::string_view word = TakeWord(text);
+    if (word == "state") {
+        step.state = StateOf(TakeWord(text));
+        for (const std::string_view reason : Split(text, ','))
+            step.reasons.emplace_back(reason);
+        return step;
+    }
+    const size_t equals = text.find('=');
+    if (word != "set" || equals == std::string_view::npos) {
+        throw std::invalid_argument("not \"state STATE [REASON,...]\" or \"set NAME=VALUE\"");
+    }
+    step.valueName = Trim(text.substr(0, equals));
+    step.value = Trim(text.substr(equals + 1));
+    return step;
+}
+
+Scenario::Scenario(std::string_view text) {
+    JobScript* script = nullptr;
+    int number = 0;
+    for (const std::string_view line : SplitLines(text)) {
+        ++number;
+        if (Trim(line).empty() || Trim(line).front() == '#') continue;
+        try {
+            ParseLine(line, script);
+        } catch (const std::invalid_argument& error) {
+            throw std::invalid_argument("scenario, line " + std::to_string(number) + ": " + error.what());
+        }
+    }
+}
+
+void Scenario::ParseLine(std::string_view line, JobScript*& script) {
+    std::string_view rest = line;
+    const std::string_view word = TakeWord(rest);
+    if (word == "job") {
+        script = rest == "any" ? &any_ : &scripts_[static_cast<int>(TakeNumber(rest))];
+    } else if (!script) {
+        throw std::invalid_argument("a job line is missing before");
+    } else if (word == "after") {
+        const uint64_t delay = TakeNumber(rest);
+        script->timed.push_back({delay, ParseJobStep(rest)});
+    } else if (word == "at") {
+        const uint64_t octets = TakeNumber(rest);
+        script->counted.push_back({octets, ParseJobStep(rest)});
+    } else {
+        throw std::invalid_argument("not job, after or at: " + std::string(word));
+    }
+}
+
+JobScript Scenario::ScriptFor(int id) const {
+    const auto own = scripts_.find(id);
+    return own == scripts_.end() ? any_ : own->second;
+}
+
+}  // namespace CorvixSim

@@ -1,0 +1,85 @@
+#include "device/values.h"
+
+#include <stdexcept>
+
+#include "base/text.h"
+
+namespace CorvixSim {
+namespace {
+
+// Values that name each other in a circle end here.
+constexpr int kMaxDepth = 4;
+
+}  // namespace
+
+void Values::Load(std::string_view text) {
+    std::map<std::string, std::string> loaded;
+    for (const std::string_view line : SplitLines(text)) {
+        if (Trim(line).empty() || Trim(line).front() == '#') continue;
+        const size_t equals = line.find('=');
+        const std::string name(Trim(line.substr(0, equals)));
+        if (equals == std::string_view::npos || name.empty()) {
+            throw std::invalid_argument("not of the form name = value: \"" + std::string(line) + "\"");
+        }
+        loaded[name] = Trim(line.substr(equals + 1));
+    }
+    const std::lock_guard lock(mutex_);
+    for (auto& [name, value] : loaded)
+        values_[name] = std::move(value);
+}
+
+void Values::Set(const std::string& name, const std::string& value) {
+    const std::lock_guard lock(mutex_);
+    values_[name] = value;
+}
+
+void Values::SetComputed(const std::string& name, std::function<std::string()> compute) {
+    const std::lock_guard lock(mutex_);
+    computed_[name] = std::move(compute);
+}
+
+std::string Values::Get(const std::string& name) const {
+    const std::lock_guard lock(mutex_);
+    return GetLocked(name);
+}
+
+std::string Values::GetLocked(const std::string& name) const {
+    if (const auto found = values_.find(name); found != values_.end()) return found->second;
+    const auto computed = computed_.find(name);
+    return computed == computed_.end() ? std::string() : computed->second();
+}
+
+std::string Values::Expand(std::string_view text, Escape escape) const {
+    const std::lock_guard lock(mutex_);
+    return ExpandLocked(text, escape, 0);
+}
+
+std::string Values::ExpandLocked(std::string_view text, Escape escape, int depth) const {
+    if (depth == kMaxDepth) return std::string(text);
+    std::string expanded;
+    for (;;) {
+        const size_t open = text.find("{{");
+        const size_t close = open == std::string_view::npos ? open : text.find("}}", open);
+        if (close == std::string_view::npos) return expanded.append(text);
+        const std::string name(text.substr(open + 2, close - open - 2));
+        expanded.append(text.substr(0, open));
+        if (values_.count(name) + computed_.count(name) == 0) {
+            expanded.append(text.substr(open, close + 2 - open));
+        } else {
+            const std::string value = ExpandLocked(GetLocked(name), nullptr, depth + 1);
+            expanded += escape ? escape(value) : value;
+        }
+        text.remove_prefix(close + 2);
+    }
+}
+
+std::string Values::Json() const {
+    const std::lock_guard lock(mutex_);
+    std::string json;
+    for (const auto& [name, value] : values_) {
+        json += (json.empty() ? "" : ",") + JsonText(name) + ":" + JsonText(value);
+    }
+    return "{" + json + "}\n";
+}
+
+}  // namespace CorvixSim

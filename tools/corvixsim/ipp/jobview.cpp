@@ -1,0 +1,85 @@
+#include "ipp/jobview.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "ipp/attributetext.h"
+
+namespace CorvixSim {
+namespace {
+
+IppAttribute OptionalNumber(std::string name, const std::optional<int32_t>& number) {
+    if (number) return NumberAttribute(IppTag::Integer, std::move(name), *number);
+    return TextAttribute(IppTag::NoValue, std::move(name), {});
+}
+
+IppAttribute OptionalDate(std::string name, const std::string& date) {
+    if (date.empty()) return TextAttribute(IppTag::NoValue, std::move(name), {});
+    // The one reader of dates is that of the attribute texts.
+    const IppAttributeGroups parsed = ParseIppAttributes("GROUP g ATTR dateTime " + name + " " + date);
+    return parsed.front().second.front();
+}
+
+IppAttribute KeywordAttribute(std::string name, const std::vector<std::string>& keywords) {
+    IppAttribute attribute{std::move(name), {}};
+    for (const std::string& keyword : keywords)
+        attribute.values.push_back({IppTag::Keyword, keyword, {}});
+    return attribute;
+}
+
+int32_t Kilobytes(uint64_t octets) {
+    return static_cast<int32_t>(std::min<uint64_t>((octets + 1023) / 1024, INT32_MAX));
+}
+
+/// The printer's UUID with the job's number for a node.
+std::string JobUuid(const std::string& printerUuid, int id) {
+    char node[16];
+    std::snprintf(node, sizeof node, "%012d", id);
+    return "urn:uuid:" + printerUuid.substr(0, 24) + node;
+}
+
+std::vector<IppAttribute> DescriptionOf(const Job& job, const JobView& view) {
+    const std::string printer = "ipp://" + view.host + "/ipp/print";
+    const auto documents = static_cast<int32_t>(job.documents.size());
+    const int32_t pages = job.state == JobState::Completed ? documents : 0;
+    return {
+        NumberAttribute(IppTag::Integer, "job-id", job.id),
+        TextAttribute(IppTag::Uri, "job-uri", printer + "/" + std::to_string(job.id)),
+        TextAttribute(IppTag::Uri, "job-uuid", JobUuid(view.printerUuid, job.id)),
+        TextAttribute(IppTag::Uri, "job-printer-uri", printer),
+        TextAttribute(IppTag::Name, "job-name", job.name),
+        TextAttribute(IppTag::Name, "job-originating-user-name", job.user),
+        NumberAttribute(IppTag::Enum, "job-state", static_cast<int32_t>(job.state)),
+        KeywordAttribute("job-state-reasons", job.reasons),
+        TextAttribute(IppTag::Text, "job-state-message", NameOf(job.state)),
+        NumberAttribute(IppTag::Integer, "job-k-octets", Kilobytes(job.octets)),
+        NumberAttribute(IppTag::Integer, "job-impressions", documents),
+        NumberAttribute(IppTag::Integer, "job-impressions-completed", pages),
+        NumberAttribute(IppTag::Integer, "job-media-sheets-completed", pages),
+        NumberAttribute(IppTag::Integer, "number-of-documents", documents),
+        NumberAttribute(IppTag::Integer, "job-printer-up-time", view.uptime),
+        NumberAttribute(IppTag::Integer, "time-at-creation", job.createdAt),
+        OptionalNumber("time-at-processing", job.processingAt),
+        OptionalNumber("time-at-completed", job.completedAt),
+        OptionalDate("date-time-at-creation", job.createdDate),
+        OptionalDate("date-time-at-processing", job.processingDate),
+        OptionalDate("date-time-at-completed", job.completedDate),
+    };
+}
+
+}  // namespace
+
+IppGroup ShowJob(const Job& job, const JobView& view, const std::set<std::string>& names) {
+    IppGroup group{IppTag::JobAttributes, {}};
+    const auto add = [&](const std::vector<IppAttribute>& attributes, const char* groupName) {
+        const bool whole = names.count("all") + names.count(groupName) != 0;
+        for (const IppAttribute& attribute : attributes) {
+            if (whole || names.count(attribute.name) != 0) group.attributes.push_back(attribute);
+        }
+    };
+    add(DescriptionOf(job, view), "job-description");
+    add(job.attributes, "job-template");
+    return group;
+}
+
+}  // namespace CorvixSim

@@ -1,0 +1,210 @@
+#include "snmp/table.h"
+
+#include <stdexcept>
+
+#include "base/text.h"
+
+namespace CorvixSim {
+namespace {
+
+std::string EncodeNumberText(std::string_view text) { return EncodeInteger(ParseInteger(text).value_or(0)); }
+
+std::string EncodeUnsigned32Text(std::string_view text) {
+    return EncodeUnsigned(ParseNumber(text, UINT32_MAX).value_or(0));
+}
+
+std::string EncodeUnsigned64Text(std::string_view text) {
+    return EncodeUnsigned(ParseNumber(text, UINT64_MAX).value_or(0));
+}
+
+std::string EncodePlainText(std::string_view text) { return std::string(text); }
+
+std::string EncodeHexText(std::string_view text) { return ParseHex(text).value_or(""); }
+
+std::string EncodeOidText(std::string_view text) { return EncodeOid(ParseOid(text).value_or(Oid{})); }
+
+std::string EncodeIpText(std::string_view text) {
+    std::string bytes;
+    for (const std::string_view part : Split(text, '.')) {
+        bytes += static_cast<char>(ParseNumber(part, 255).value_or(0));
+    }
+    bytes.resize(4);
+    return bytes;
+}
+
+std::string DecodeNumberText(const std::string& content) { return std::to_string(DecodeInteger(content)); }
+std::string DecodeUnsignedText(const std::string& content) { return std::to_string(DecodeUnsigned(content)); }
+std::string DecodePlainText(const std::string& content) { return content; }
+std::string DecodeOidValueText(const std::string& content) { return FormatOid(DecodeOid(content)); }
+
+std::string DecodeHexText(const std::string& content) {
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    for (const char c : content) {
+        text += digits[static_cast<uint8_t>(c) >> 4];
+        text += digits[c & 0xf];
+    }
+    return text;
+}
+
+std::string DecodeIpText(const std::string& content) {
+    std::string text;
+    for (const char c : content)
+        text += (text.empty() ? "" : ".") + std::to_string(static_cast<uint8_t>(c));
+    return text;
+}
+
+Oid Joined(Oid oid, const Oid& more) {
+    oid.insert(oid.end(), more.begin(), more.end());
+    return oid;
+}
+
+Oid ParsedOid(std::string_view text) {
+    const std::optional<Oid> oid = ParseOid(text);
+    if (!oid) throw std::invalid_argument("not an OID: " + std::string(text));
+    return *oid;
+}
+
+/// The name in a text that is nothing but {{name}}.
+std::optional<std::string> SoleValueName(const std::string& text) {
+    const bool sole = text.size() > 4 && text.find("{{") == 0 && text.find("}}") == text.size() - 2;
+    if (!sole) return std::nullopt;
+    return text.substr(2, text.size() - 4);
+}
+
+}  // namespace
+
+struct SnmpTable::Type {
+    std::string_view name;
+    uint8_t tag;
+    std::string (*encode)(std::string_view text);
+    std::string (*decode)(const std::string& content);
+};
+
+const SnmpTable::Type SnmpTable::kTypes[] = {
+    {"int", SnmpTag::Integer, EncodeNumberText, DecodeNumberText},
+    {"str", SnmpTag::OctetString, EncodePlainText, DecodePlainText},
+    {"hex", SnmpTag::OctetString, EncodeHexText, DecodeHexText},
+    {"oid", SnmpTag::ObjectId, EncodeOidText, DecodeOidValueText},
+    {"ip", SnmpTag::IpAddress, EncodeIpText, DecodeIpText},
+    {"counter", SnmpTag::Counter32, EncodeUnsigned32Text, DecodeUnsignedText},
+    {"gauge", SnmpTag::Gauge32, EncodeUnsigned32Text, DecodeUnsignedText},
+    {"ticks", SnmpTag::TimeTicks, EncodeUnsigned32Text, DecodeUnsignedText},
+    {"counter64", SnmpTag::Counter64, EncodeUnsigned64Text, DecodeUnsignedText},
+};
+
+const SnmpTable::Type& SnmpTable::FindType(std::string_view name) {
+    for (const Type& type : kTypes) {
+        if (type.name == name) return type;
+    }
+    throw std::invalid_argument("not a type: " + std::string(name));
+}
+
+SnmpTable::SnmpTable(std::string_view text, Values& values) : values_(values) {
+    Rows rows;
+    int number = 0;
+    for (const std::string_view line : SplitLines(text)) {
+        ++number;
+        if (Trim(line).empty() || Trim(line).front() == '#') continue;
+        try {
+            ParseLine(line, rows);
+        } catch (const std::invalid_argument& error) {
+            throw std::invalid_argument("managed objects, line " + std::to_string(number) + ": " +
+                                        error.what());
+        }
+    }
+}
+
+void SnmpTable::ParseLine(std::string_view line, Rows& rows) {
+    std::string_view rest = line;
+    const std::string_view first = TakeWord(rest);
+    if (first == "table") {
+        ParseTable(rest, rows);
+    } else if (first.front() == '.') {
+        AddColumn(first, rest, rows);
+    } else {
+        AddObject(ParsedOid(first), rest);
+    }
+}
+
+void SnmpTable::ParseTable(std::string_view line, Rows& rows) const {
+    rows = {ParsedOid(TakeWord(line)), {}};
+    if (TakeWord(line) != "rows" || line.empty()) throw std::invalid_argument("a table needs rows");
+    while (!line.empty())
+        rows.indices.push_back(ParsedOid(TakeWord(line)));
+}
+
+void SnmpTable::AddColumn(std::string_view column, std::string_view rest, const Rows& rows) {
+    std::string_view values = rest;
+    std::string type(TakeWord(values));
+    if (type == "rw") type += " " + std::string(TakeWord(values));
+    const std::vector<std::string_view> cells = Split(values, '|');
+    if (cells.size() != rows.indices.size()) {
+        throw std::invalid_argument(std::to_string(cells.size()) + " values for " +
+                                    std::to_string(rows.indices.size()) + " rows");
+    }
+    const Oid columnOid = Joined(rows.entry, ParsedOid(column));
+    for (size_t i = 0; i < cells.size(); ++i) {
+        if (cells[i] != "~")
+            AddObject(Joined(columnOid, rows.indices[i]), type + " " + std::string(cells[i]));
+    }
+}
+
+void SnmpTable::AddObject(const Oid& oid, std::string_view typeAndText) {
+    std::string_view word = TakeWord(typeAndText);
+    const bool writable = word == "rw";
+    if (writable) word = TakeWord(typeAndText);
+    objects_[oid] = {&FindType(word), writable, std::string(typeAndText)};
+}
+
+SnmpValue SnmpTable::ValueOf(const Object& object) const {
+    return {object.type->tag, object.type->encode(values_.Expand(object.text))};
+}
+
+std::optional<SnmpValue> SnmpTable::Get(const Oid& oid) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = objects_.find(oid);
+    if (found == objects_.end()) return std::nullopt;
+    return ValueOf(found->second);
+}
+
+std::optional<VarBind> SnmpTable::Next(const Oid& oid) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = objects_.upper_bound(oid);
+    if (found == objects_.end()) return std::nullopt;
+    return VarBind{found->first, ValueOf(found->second)};
+}
+
+bool SnmpTable::HasBelow(const Oid& oid) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = objects_.upper_bound(oid);
+    return found != objects_.end() && found->first.size() > oid.size() &&
+           std::equal(oid.begin(), oid.end(), found->first.begin());
+}
+
+SnmpError SnmpTable::CheckSet(const VarBind& binding) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = objects_.find(binding.oid);
+    if (found == objects_.end()) return SnmpError::NoSuchName;
+    if (!found->second.writable) return SnmpError::NotWritable;
+    if (found->second.type->tag != binding.value.tag) return SnmpError::WrongType;
+    try {
+        found->second.type->decode(binding.value.content);
+        return SnmpError::None;
+    } catch (const BerError&) {
+        return SnmpError::WrongValue;
+    }
+}
+
+void SnmpTable::Set(const VarBind& binding) {
+    const std::lock_guard lock(mutex_);
+    Object& object = objects_.at(binding.oid);
+    const std::string text = object.type->decode(binding.value.content);
+    if (const std::optional<std::string> name = SoleValueName(object.text)) {
+        values_.Set(*name, text);
+    } else {
+        object.text = text;
+    }
+}
+
+}  // namespace CorvixSim
