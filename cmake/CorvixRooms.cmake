@@ -11,6 +11,9 @@
 #       SOURCE_DIR tells it where the source tree is, as CORVIX_SOURCE_DIR.
 #   corvix_program(NAME [FOLDERS folder...] [LIBS lib...] [DLL])
 #       A program of all sources in the current folder and in these folders below it, put into the build tree's bin/.
+#   corvix_transcripts(NAME [FILES file...] [PROGRAMS name target...])
+#       A test of each *.transcript in the current folder, or of these. Its commands may use the native simulator
+#       as corvixsim, targets of the build tree by the names given, and the functions in the folder's commands.sh.
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
@@ -149,4 +152,27 @@ function(corvix_test NAME)
     corvix_link_against_dll(${NAME})
   endif()
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 TEST_PREFIX "${NAME}." PROPERTIES TIMEOUT 120)
+endfunction()
+
+function(corvix_transcripts NAME)
+  cmake_parse_arguments(TRANSCRIPTS "" "" "FILES;PROGRAMS" ${ARGN})
+  if(NOT TRANSCRIPTS_FILES)
+    file(GLOB TRANSCRIPTS_FILES CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}"
+      "${CMAKE_CURRENT_SOURCE_DIR}/*.transcript")
+  endif()
+  set(options --var "source=${CMAKE_SOURCE_DIR}" --program "corvixsim=${CORVIXSIM_NATIVE}")
+  if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/commands.sh")
+    list(APPEND options --var "BASH_ENV=${CMAKE_CURRENT_SOURCE_DIR}/commands.sh")
+  endif()
+  while(TRANSCRIPTS_PROGRAMS)
+    list(POP_FRONT TRANSCRIPTS_PROGRAMS program target)
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+    list(APPEND options --program "${program}=${emulator} $<TARGET_FILE:${target}>")
+  endwhile()
+  foreach(file IN LISTS TRANSCRIPTS_FILES)
+    get_filename_component(name "${file}" NAME_WE)
+    add_test(NAME ${NAME}.${name} COMMAND "${CMAKE_SOURCE_DIR}/tests/transcript/transcript.py"
+      "${CMAKE_CURRENT_SOURCE_DIR}/${file}" ${options})
+    set_tests_properties(${NAME}.${name} PROPERTIES TIMEOUT 120)
+  endforeach()
 endfunction()

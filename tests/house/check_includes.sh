@@ -35,7 +35,7 @@ for room in http snmp; do
 done
 allow transport "$public|transport/|wire/|utilslib/"
 allow examples "$public|transport/"
-allow tools/corvixsim "$public|wire/|[a-z]+/[a-z]+\\.h\""
+allow tools/corvixsim '(base|control|device|http|ipp|snmp|soap|wire/[a-z]+)/[a-z]+\.h"|(options|simulator)\.h"'
 
 # The rooms of corvixctl, each with those below it.
 ctl=base

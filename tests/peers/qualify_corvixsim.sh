@@ -8,7 +8,7 @@ trap stop_peers EXIT
 # The simulator ends with its standard input, so nothing is left running however this script ends.
 mkfifo "$peer_dir/stdin"
 mkdir "$peer_dir/spool"
-"$@" --until-eof --port-base 0 --spool "Z:$peer_dir/spool" <"$peer_dir/stdin" >"$peer_dir/ready" 2>&1 &
+"$@" --until-eof --port-base 0 --spool "$peer_dir/spool" <"$peer_dir/stdin" >"$peer_dir/ready" 2>&1 &
 peer_pids+=($!)
 exec 3>"$peer_dir/stdin"
 wait_until grep -q '^ready ' "$peer_dir/ready" || { cat "$peer_dir/ready"; exit 1; }

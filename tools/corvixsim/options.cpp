@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "control/control.h"
 #include "device/faults.h"
-#include "base/text.h"
 
 namespace CorvixSim {
 namespace {

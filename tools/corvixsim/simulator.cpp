@@ -2,11 +2,11 @@
 
 #include <filesystem>
 
+#include "base/text.h"
 #include "http/documenthandler.h"
 #include "ipp/handler.h"
 #include "snmp/server.h"
 #include "soap/handler.h"
-#include "base/text.h"
 
 namespace CorvixSim {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-#include "ipp/attributetext.h"
 #include "base/text.h"
+#include "ipp/attributetext.h"
 
 namespace CorvixSim {
 namespace {

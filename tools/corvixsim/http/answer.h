@@ -1,8 +1,8 @@
 // Writes a response to a connection, bent by the faults that befall it.
 #pragma once
 
-#include "http/message.h"
 #include "base/stopper.h"
+#include "http/message.h"
 
 namespace CorvixSim {
 

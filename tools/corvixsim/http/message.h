@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "device/faults.h"
 #include "base/socket.h"
+#include "device/faults.h"
 
 namespace CorvixSim {
 

@@ -7,11 +7,11 @@
 #include <string>
 #include <thread>
 
+#include "base/server.h"
+#include "base/socket.h"
+#include "base/stopper.h"
 #include "device/device.h"
 #include "http/answer.h"
-#include "base/socket.h"
-#include "base/server.h"
-#include "base/stopper.h"
 
 namespace CorvixSim {
 

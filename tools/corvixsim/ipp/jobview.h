@@ -4,8 +4,8 @@
 #include <set>
 #include <string>
 
-#include "ipp/message.h"
 #include "device/jobs.h"
+#include "ipp/message.h"
 
 namespace CorvixSim {
 

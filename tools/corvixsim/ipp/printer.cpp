@@ -6,9 +6,9 @@
 #include <fstream>
 #include <set>
 
+#include "base/text.h"
 #include "ipp/jobview.h"
 #include "ipp/support.h"
-#include "base/text.h"
 
 namespace CorvixSim {
 namespace {

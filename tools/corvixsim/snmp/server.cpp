@@ -34,7 +34,8 @@ std::chrono::microseconds SnmpServer::TimeToNextAnswer() const {
     constexpr std::chrono::minutes longest{1};
     if (pending_.empty()) return longest;
     const auto left = pending_.begin()->first - Clock::now();
-    return std::min<std::chrono::microseconds>(longest, std::chrono::duration_cast<std::chrono::microseconds>(left));
+    return std::min<std::chrono::microseconds>(longest,
+                                               std::chrono::duration_cast<std::chrono::microseconds>(left));
 }
 
 void SnmpServer::Receive() {

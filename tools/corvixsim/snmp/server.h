@@ -6,10 +6,10 @@
 #include <string>
 #include <thread>
 
-#include "base/socket.h"
 #include "base/server.h"
-#include "snmp/agent.h"
+#include "base/socket.h"
 #include "base/stopper.h"
+#include "snmp/agent.h"
 
 namespace CorvixSim {
 

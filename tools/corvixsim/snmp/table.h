@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "snmp/message.h"
 #include "device/values.h"
+#include "snmp/message.h"
 
 namespace CorvixSim {
 
