@@ -130,15 +130,15 @@ def main():
     faults = []
     with tempfile.TemporaryDirectory(prefix="transcript-") as scratch:
         transcript = Transcript(scratch, options)
-        for command, expected in read_steps(options.file):
-            actual = transcript.run(command) if command is not None else expected
-            expected = strip_end([re.sub(r"\$\{(\w+)\}", lambda name: transcript.environment.get(name[1], name[0]),
-                                         line) for line in expected])
+        for command, written in read_steps(options.file):
+            actual = transcript.run(command) if command is not None else written
+            expected = [re.sub(r"\$\{(\w+)\}", lambda name: transcript.environment.get(name[1], name[0]), line)
+                        for line in strip_end(written)]
             fits = re.fullmatch(pattern(expected), "".join(line + "\n" for line in strip_end(actual)))
             if command is not None and not fits:
                 faults.append("$ %s\n%s" % (command, differences(expected, actual)))
             if options.show:
-                shown = expected if fits else actual
+                shown = written if fits else actual + [""] * (len(written) - len(expected))
                 print("\n".join((["$ " + command.replace("\n", "\n> ")] if command is not None else []) + shown))
         faults += transcript.end()
     sys.stdout.flush()

@@ -7,6 +7,8 @@
 namespace CorvixSim {
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr uint64_t kEndless = UINT64_MAX;
 constexpr size_t kFillerPiece = 65536;
 
@@ -131,7 +133,7 @@ AfterAnswer WriteAnswer(const Socket& socket, const HttpRequest& request, HttpRe
     if (faults.Has(FaultKind::Reset)) return AfterAnswer::Reset;
     if (faults.Has(FaultKind::CloseUnanswered)) return AfterAnswer::Close;
     if (faults.Has(FaultKind::Garbage)) {
-        SendAll(socket, std::string_view("\x15\x03\x01\0\x02\x02garbage\xff\xfe\r\n\r\n", 21));
+        SendAll(socket, "\x15\x03\x01\0\x02\x02garbage\xff\xfe\r\n\r\n"sv);
         return AfterAnswer::Close;
     }
     if (faults.Has(FaultKind::Status)) {
