@@ -3,7 +3,7 @@
 #include <string>
 
 #include "corvixdm/datamapspec.h"
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "support/figure.h"
 #include "utilslib/com.h"
 

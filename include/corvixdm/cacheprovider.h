@@ -37,6 +37,18 @@ public:
     virtual HRESULT SetDataValues(const CachedValueMap* values) = 0;
 };
 
+/// One value that a registry cache keeps. The texts and the value are the library's, for the call of the visitor.
+struct RegCacheEntry {
+    const wchar_t* device;         ///< the identity of the device, as its key is named
+    const wchar_t* protocol;       ///< of the data map, such as L"PLSXML"
+    const wchar_t* name;           ///< of the item
+    VARIANT value;                 ///< VT_BSTR or VT_I4
+    unsigned long long timeStamp;  ///< FILETIME of when the value was obtained; 0 when it never grows old
+};
+
+/// Told one entry after the other. \param context what was passed along. Exceptions pass through.
+using RegCacheVisitor = void (*)(const RegCacheEntry* entry, void* context);
+
 }  // namespace Corvix
 
 /// \name Factories
@@ -84,5 +96,28 @@ CORVIXDM_API Corvix::ICacheProvider* CreateRegCacheProviderForDevice(const wchar
 /// \param printer an open printer handle; stays the caller's and stays open for as long as the provider
 ///     lives. Without one (null or INVALID_HANDLE_VALUE) the cache is empty and keeps nothing.
 CORVIXDM_API Corvix::ICacheProvider* CreatePrintDataCacheProvider(HANDLE printer);
+}
+/// @}
+
+/// \name Looking after registry caches
+/// For whoever shows or clears what collections with a registry cache left below a base key: the values that carry
+/// a time stamp, in the keys of devices and protocols. Nothing else there is listed or touched. Any thread.
+///
+/// \param rootPath the base key as CreateRegCacheProvider() takes it.
+/// \return S_OK, also when there is no such key; E_FAIL for a null argument or an empty path; the registry's error
+///     as an HRESULT, such as that of ERROR_ACCESS_DENIED.
+/// \throws _com_error with E_OUTOFMEMORY when memory runs out.
+/// @{
+extern "C" {
+/// Calls `visit` for every value, by device, protocol and name. What cannot be read below the base key is left out.
+CORVIXDM_API HRESULT ListRegCache(const wchar_t* rootPath, Corvix::RegCacheVisitor visit, void* context);
+
+/// Removes every value that ListRegCache() tells, the keys that are empty then, and what is remembered about which
+/// device answered.
+/// \param removed receives the number of values removed; may be null, untouched on failure.
+CORVIXDM_API HRESULT ClearRegCache(const wchar_t* rootPath, unsigned* removed);
+
+/// Tells whether the calling user may keep values below this key; makes the key when it is not there.
+CORVIXDM_API HRESULT CheckRegCacheAccess(const wchar_t* rootPath);
 }
 /// @}

@@ -9,6 +9,7 @@
 #include "deviceinfo.h"
 #include "disposable.h"
 #include "disposableptr.h"
+#include "documentfault.h"
 #include "ippattributes.h"
 #include "ippprovider.h"
 #include "ipprequest.h"

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "support/tempfile.h"
 #include "utilslib/com.h"
 #include "utilslib/stringutils.h"

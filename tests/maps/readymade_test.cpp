@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "corvixdm/datamapspec.h"
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "utilslib/com.h"
 
 namespace Corvix {

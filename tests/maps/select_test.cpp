@@ -1,7 +1,7 @@
 // Selecting nodes means the same whatever DOM the system has.
 #include <gmock/gmock.h>
 
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "support/dom.h"
 #include "utilslib/com.h"
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "utilslib/com.h"
 
 namespace CorvixTest {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "datamodel/xml/devicexml.h"
+#include "datamodel/dom/devicexml.h"
 #include "datamodel/xml/plsxmlproviderimpl.h"
 #include "support/faketransport.h"
 #include "support/testclock.h"

@@ -1,5 +1,6 @@
-// The exported factories of the caches.
+// The exported factories of the caches, and what looks after those in the registry.
 #include "corvixdm/cacheprovider.h"
+#include "datamodel/caches/cachekeys.h"
 #include "datamodel/caches/printdatacacheprovider.h"
 #include "datamodel/caches/regcacheprovider.h"
 #include "utilslib/boundary.h"
@@ -10,6 +11,15 @@ namespace {
 using Corvix::ICacheProvider;
 
 const KyUtils::LogSource logSource(L"CorvixDM");
+
+/// Never the empty path: that would be the root of the machine's registry.
+template <class Work>
+HRESULT BelowBaseKey(const wchar_t* rootPath, Work work) {
+    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+        const std::wstring basePath = Corvix::BaseKeyPath(rootPath);
+        return basePath.empty() ? E_FAIL : HRESULT_FROM_WIN32(work(basePath));
+    });
+}
 
 }  // namespace
 
@@ -33,4 +43,30 @@ ICacheProvider* CreatePrintDataCacheProvider(HANDLE printer) {
     const KyUtils::LogScope scope(logSource, "CreatePrintDataCacheProvider");
     return KyUtils::RaisingComErrors(
         [&]() -> ICacheProvider* { return Corvix::PrintDataCacheProvider::Create(printer).Release(); });
+}
+
+HRESULT ListRegCache(const wchar_t* rootPath, Corvix::RegCacheVisitor visit, void* context) {
+    const KyUtils::LogScope scope(logSource, "ListRegCache");
+    if (!visit) return E_FAIL;
+    return BelowBaseKey(rootPath, [&](const std::wstring& basePath) {
+        return Corvix::VisitCachedValues(basePath, visit, context);
+    });
+}
+
+HRESULT ClearRegCache(const wchar_t* rootPath, unsigned* removed) {
+    const KyUtils::LogScope scope(logSource, "ClearRegCache");
+    return BelowBaseKey(rootPath, [&](const std::wstring& basePath) {
+        unsigned count = 0;
+        const LSTATUS status = Corvix::RemoveCachedValues(basePath, count);
+        if (removed && status == ERROR_SUCCESS) *removed = count;
+        return status;
+    });
+}
+
+HRESULT CheckRegCacheAccess(const wchar_t* rootPath) {
+    const KyUtils::LogScope scope(logSource, "CheckRegCacheAccess");
+    return BelowBaseKey(rootPath, [](const std::wstring& basePath) {
+        KyUtils::RegistryKey key;
+        return key.Create(HKEY_LOCAL_MACHINE, basePath.c_str(), KEY_ALL_ACCESS);
+    });
 }

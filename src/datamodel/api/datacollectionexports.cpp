@@ -4,7 +4,7 @@
 
 #include "corvixdm/datacollection.h"
 #include "datamodel/binding/createfromspecs.h"
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "utilslib/boundary.h"
 #include "utilslib/com.h"
 #include "utilslib/logging.h"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "datamodel/binding/mapbinders.h"
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "datamodel/xml/wsproviderimpl.h"
 #include "utilslib/com.h"
 #include "utilslib/logging.h"

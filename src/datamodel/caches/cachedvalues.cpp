@@ -45,7 +45,7 @@ std::wstring ExpiresName(std::wstring_view name) {
 
 std::wstring FormatTimeStamp(std::uint64_t timeStamp) { return std::to_wstring(timeStamp); }
 
-std::optional<std::uint64_t> ParseTimeStamp(std::wstring_view text) {
+TimeStamp ParseTimeStamp(std::wstring_view text) {
     constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
     if (text.empty()) return std::nullopt;
     std::uint64_t number = 0;
@@ -70,18 +70,22 @@ HRESULT CachedValues::Get(const wchar_t* name, VARIANT* value) const {
     return S_OK;
 }
 
-HRESULT CachedValues::FillDataMapSpec(const DataMapSpec* spec, ValueStore& target) const {
-    if (!spec || (spec->SizeOf() == 0 && values_.empty())) return S_FALSE;
+void CachedValues::ForEachStamped(const StampedVisitor& visit) const {
     for (const auto& [name, value] : values_) {
         if (IsExpiresName(name)) continue;
         const auto companion = values_.find(ExpiresName(name));
-        if (companion == values_.end()) continue;
-        const auto timeStamp = ParseTimeStamp(companion->second.Text());
+        if (companion != values_.end()) visit(name, value, ParseTimeStamp(companion->second.Text()));
+    }
+}
+
+HRESULT CachedValues::FillDataMapSpec(const DataMapSpec* spec, ValueStore& target) const {
+    if (!spec || (spec->SizeOf() == 0 && values_.empty())) return S_FALSE;
+    ForEachStamped([&](const std::wstring& name, const KyUtils::Variant& value, const TimeStamp& timeStamp) {
         const DataItemSpec* item = ItemOf(*spec, name);
-        if (!timeStamp || !item || KyUtils::IsExpired(*timeStamp, item->GetLifespan())) continue;
+        if (!timeStamp || !item || KyUtils::IsExpired(*timeStamp, item->GetLifespan())) return;
         target.Put(
             name, {KyUtils::Variant::Copy(value.Get()), *timeStamp, item->GetLifespan(), ValueSource::Cache});
-    }
+    });
     return S_OK;
 }
 

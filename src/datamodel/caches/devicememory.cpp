@@ -18,12 +18,6 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 /// Between protocol and identity; no protocol has one.
 constexpr wchar_t separator = L' ';
 
-LSTATUS WriteText(const KyUtils::RegistryKey& key, const std::wstring& name, const std::wstring& text) {
-    const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-    return RegSetValueExW(key.Get(), name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                          bytes);
-}
-
 std::optional<KnownDevice> Parse(const std::wstring& text) {
     const size_t end = text.find(separator);
     if (end == std::wstring::npos || end + 1 == text.size()) return std::nullopt;
@@ -55,8 +49,8 @@ void DeviceMemory::Remember(const std::wstring& question, const KnownDevice& dev
     LSTATUS written = key.Create(HKEY_LOCAL_MACHINE, rootPath_.c_str(), KEY_ALL_ACCESS);
     const std::wstring name = NameOf(question);
     if (written == ERROR_SUCCESS)
-        written = WriteText(key, name, device.protocol + separator + device.identity);
-    if (written == ERROR_SUCCESS) written = WriteText(key, ExpiresName(name), FormatTimeStamp(*now));
+        written = KyUtils::WriteText(key, name, device.protocol + separator + device.identity);
+    if (written == ERROR_SUCCESS) written = KyUtils::WriteText(key, ExpiresName(name), FormatTimeStamp(*now));
     if (written != ERROR_SUCCESS)
         logSource.Error(L"The device cannot be remembered: error %ld", static_cast<long>(written));
 }

@@ -53,9 +53,7 @@ DWORD WriteNumber(HANDLE printer, const wchar_t* name, LONG number) {
 /// Values of other types are not kept.
 DWORD WriteValue(HANDLE printer, const wchar_t* name, const VARIANT& value) {
     if (value.vt == VT_I4) return WriteNumber(printer, name, value.lVal);
-    if (value.vt != VT_BSTR) return ERROR_SUCCESS;
-    return WriteText(printer, name,
-                     value.bstrVal ? std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal)) : L"");
+    return value.vt == VT_BSTR ? WriteText(printer, name, KyUtils::TextOf(value)) : ERROR_SUCCESS;
 }
 
 }  // namespace

@@ -48,9 +48,4 @@ private:
     std::optional<DeviceMemory> memory_;
 };
 
-/// One part of a key path made of any text: what a key cannot hold is written as "%" and two hexadecimal
-/// digits, and a part longer than 255 characters ends in a digest of the whole. Different texts give
-/// different parts, for a device's values must never turn up under another device's key.
-std::wstring KeyPart(const std::wstring& text);
-
 }  // namespace Corvix

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "corvixdm/dataitemspec.h"
-#include "datamodel/maps/domreader.h"
+#include "datamodel/dom/domreader.h"
 #include "datamodel/maps/itemtext.h"
 #include "utilslib/boundary.h"
 #include "utilslib/com.h"

@@ -1,6 +1,6 @@
 #include "corvixdm/dataitemspec.h"
 
-#include "datamodel/maps/domreader.h"
+#include "datamodel/dom/domreader.h"
 #include "datamodel/maps/itemtext.h"
 
 namespace Corvix {

@@ -1,5 +1,5 @@
 #include "corvixdm/datamapspec.h"
-#include "datamodel/maps/domreader.h"
+#include "datamodel/dom/domreader.h"
 #include "utilslib/boundary.h"
 
 namespace Corvix {

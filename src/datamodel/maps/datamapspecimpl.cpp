@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "datamodel/maps/domreader.h"
+#include "datamodel/dom/domreader.h"
 #include "datamodel/maps/protocols.h"
 #include "utilslib/boundary.h"
 

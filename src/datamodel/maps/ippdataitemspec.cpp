@@ -1,5 +1,5 @@
 #include "corvixdm/dataitemspec.h"
-#include "datamodel/maps/domreader.h"
+#include "datamodel/dom/domreader.h"
 #include "datamodel/maps/itemtext.h"
 #include "utilslib/boundary.h"
 

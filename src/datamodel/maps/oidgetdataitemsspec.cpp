@@ -1,7 +1,7 @@
 #include <limits>
 
 #include "corvixdm/dataitemspec.h"
-#include "datamodel/maps/domreader.h"
+#include "datamodel/dom/domreader.h"
 #include "utilslib/boundary.h"
 
 namespace Corvix {

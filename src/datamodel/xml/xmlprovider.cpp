@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "datamodel/xml/devicexml.h"
+#include "datamodel/dom/devicexml.h"
 #include "utilslib/clock.h"
 #include "utilslib/logging.h"
 

@@ -8,7 +8,7 @@
 #include "corvixdm/disposableptr.h"
 #include "corvixdm/transport.h"
 #include "corvixdm/xmlprovider.h"
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "utilslib/com.h"
 #include "utilslib/disposable.h"
 

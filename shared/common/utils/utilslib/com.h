@@ -1,18 +1,20 @@
-/// Owners of COM and OLE Automation resources.
+/// Owners of COM and OLE Automation resources. Header-only, so that programs outside of the library use them, too.
 #pragma once
 
 #include <windows.h>
 
 #include <comdef.h>
 #include <oleauto.h>
+#include <shlwapi.h>
+#include <wrl/client.h>
 
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "utilslib/logging.h"
-
 namespace KyUtils {
+
+using Microsoft::WRL::ComPtr;
 
 /// Raises the library's COM error for a failed result; passes every other result.
 inline void ThrowIfFailed(HRESULT result) {
@@ -22,6 +24,12 @@ inline void ThrowIfFailed(HRESULT result) {
 /// VariantCopy() with the source that it does not change declared so; not every system header does.
 inline HRESULT CopyVariant(VARIANT* target, const VARIANT& source) {
     return VariantCopy(target, const_cast<VARIANT*>(&source));
+}
+
+/// The text of a VT_BSTR with a zero behind it, empty for every other type.
+inline std::wstring_view TextOf(const VARIANT& value) noexcept {
+    if (value.vt != VT_BSTR || !value.bstrVal) return L"";
+    return {value.bstrVal, SysStringLen(value.bstrVal)};
 }
 
 /// Owns one BSTR, which may be null.
@@ -108,22 +116,27 @@ public:
     }
     const VARIANT& Get() const noexcept { return value_; }
     const VARIANT* operator->() const noexcept { return &value_; }
-    /// The text of a VT_BSTR, empty for every other type.
-    std::wstring_view Text() const noexcept {
-        if (value_.vt != VT_BSTR || !value_.bstrVal) return {};
-        return {value_.bstrVal, SysStringLen(value_.bstrVal)};
-    }
+    std::wstring_view Text() const noexcept { return TextOf(value_); }
 
 private:
     VARIANT value_;
 };
 
+/// A stream over a copy of the bytes; null when memory runs out.
+inline ComPtr<IStream> StreamOver(std::string_view bytes) {
+    ComPtr<IStream> stream;
+    stream.Attach(
+        SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<UINT>(bytes.size())));
+    return stream;
+}
+
 /// A COM apartment for the calling thread, left again where it was entered.
 class ComApartment {
 public:
     ComApartment() noexcept : status_(CoInitialize(nullptr)) {}
-    /// The same, with the outcome in the log.
-    explicit ComApartment(const LogSource& log) noexcept : ComApartment() {
+    /// The same, with the outcome in a LogSource.
+    template <class Log>
+    explicit ComApartment(const Log& log) noexcept : ComApartment() {
         if (status_ == S_OK) {
             log.Debug(L"CoInitialize Passed");
         } else {

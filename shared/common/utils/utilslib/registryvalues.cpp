@@ -2,6 +2,8 @@
 
 #include <winternl.h>
 
+#include <iterator>
+
 // Part of the system's native interface, whose import library has it but whose headers do not.
 extern "C" NTSTATUS NTAPI NtQueryKey(HANDLE key, int informationClass, void* information, ULONG length,
                                      ULONG* needed);
@@ -10,6 +12,7 @@ namespace KyUtils {
 namespace {
 
 constexpr int keyNameInformation = 3;
+constexpr size_t longestKeyName = 255;
 
 struct KeyName {
     ULONG lengthInBytes;
@@ -51,6 +54,33 @@ std::wstring TextValue(const RegistryKey& key, const wchar_t* name) {
         text.resize(wcsnlen(text.data(), size / sizeof(wchar_t)));
         return text;
     }
+}
+
+LSTATUS WriteText(const RegistryKey& key, const std::wstring& name, std::wstring_view text) noexcept {
+    const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+    return RegSetValueExW(key.Get(), name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.data()),
+                          bytes);
+}
+
+std::vector<std::wstring> SubKeyNames(const RegistryKey& key) {
+    std::vector<std::wstring> names;
+    wchar_t name[longestKeyName + 1];
+    for (DWORD i = 0;; ++i) {
+        auto length = static_cast<DWORD>(std::size(name));
+        if (RegEnumKeyExW(key.Get(), i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            return names;
+        names.emplace_back(name, length);
+    }
+}
+
+bool IsEmptyKey(const std::wstring& path) noexcept {
+    RegistryKey key;
+    DWORD keys = 0;
+    DWORD values = 0;
+    return key.Open(HKEY_LOCAL_MACHINE, path.c_str(), KEY_READ) == ERROR_SUCCESS &&
+           RegQueryInfoKeyW(key.Get(), nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values, nullptr,
+                            nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
+           keys == 0 && values == 0;
 }
 
 std::uint64_t KeyIdentity(const RegistryKey& key) noexcept {

@@ -4,12 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 
 namespace Corvix {
-
-/// The deepest nesting of elements that is taken from a device.
-constexpr unsigned maximumXmlDepth = 256;
 
 /// The body as text without its XML declaration and byte order mark, decoded as the declaration says (UTF-8,
 /// ISO 8859-1 and relatives), else as UTF-8, else as ISO 8859-1.

@@ -1,4 +1,4 @@
-#include "datamodel/maps/domreader.h"
+#include "datamodel/dom/domreader.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "datamodel/maps/xslpattern.h"
+#include "datamodel/dom/xslpattern.h"
 
 #include <algorithm>
 #include <iterator>

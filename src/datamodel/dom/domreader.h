@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 #include "utilslib/com.h"
 
 namespace Corvix {

@@ -4,15 +4,16 @@
 #include <windows.h>
 
 #include <msxml2.h>
-#include <wrl/client.h>
 
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "utilslib/com.h"
+
 namespace Corvix {
 
-using Microsoft::WRL::ComPtr;
+using KyUtils::ComPtr;
 
 /// A new, empty document. \return the result of making the object through COM.
 HRESULT CreateDomDocument(ComPtr<IXMLDOMDocument>& document);

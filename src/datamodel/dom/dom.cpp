@@ -1,9 +1,9 @@
-#include "datamodel/maps/dom.h"
+#include "datamodel/dom/dom.h"
 
 #include <string>
 #include <string_view>
 
-#include "datamodel/maps/xslpattern.h"
+#include "datamodel/dom/xslpattern.h"
 #include "utilslib/com.h"
 #include "utilslib/logging.h"
 
