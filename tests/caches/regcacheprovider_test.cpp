@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "datamodel/caches/cachekeys.h"
 #include "datamodel/caches/devicecache.h"
 #include "support/registrysandbox.h"
 #include "support/testclock.h"

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "datamodel/caches/cachekeys.h"
 #include "datamodel/caches/printdatacacheprovider.h"
 #include "datamodel/caches/regcacheprovider.h"
 #include "datamodel/snmp/oididentity.h"

@@ -17,11 +17,13 @@ public='corvixdm/|[a-z]+\.h"'
 allow include/corvixdm '[a-z]+\.h"'
 allow shared/common/utils/utilslib 'utilslib/|corvixdm/'
 allow src/resolver 'resolver/|utilslib/|corvixdm/'
-allow src/datamodel/maps 'datamodel/maps/|utilslib/|corvixdm/'
+allow src/datamodel/dom 'datamodel/dom/|utilslib/|corvixdm/'
+allow src/datamodel/maps 'datamodel/(maps|dom)/|utilslib/|corvixdm/'
 allow src/datamodel/collection 'datamodel/(collection|maps)/|utilslib/|corvixdm/'
-for room in caches snmp xml; do
+for room in caches snmp; do
     allow src/datamodel/$room "datamodel/($room|collection|maps)/|utilslib/|corvixdm/"
 done
+allow src/datamodel/xml 'datamodel/(xml|collection|maps|dom)/|utilslib/|corvixdm/'
 allow src/datamodel/ipp/codec 'datamodel/ipp/codec/'
 allow src/datamodel/ipp/target 'datamodel/ipp/target/|utilslib/|corvixdm/'
 allow src/datamodel/ipp/exchange 'datamodel/ipp/(codec|exchange|target)/|utilslib/|corvixdm/'

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "datamodel/dom/devicexml.h"
+#include "datamodel/dom/xmlfault.h"
 #include "datamodel/xml/plsxmlproviderimpl.h"
 #include "support/faketransport.h"
 #include "support/testclock.h"

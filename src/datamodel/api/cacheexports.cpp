@@ -17,7 +17,9 @@ template <class Work>
 HRESULT BelowBaseKey(const wchar_t* rootPath, Work work) {
     return KyUtils::RaisingComErrors([&]() -> HRESULT {
         const std::wstring basePath = Corvix::BaseKeyPath(rootPath);
-        return basePath.empty() ? E_FAIL : HRESULT_FROM_WIN32(work(basePath));
+        if (basePath.empty()) return E_FAIL;
+        const LSTATUS status = work(basePath);
+        return HRESULT_FROM_WIN32(status);
     });
 }
 

@@ -99,7 +99,8 @@ std::wstring BaseKeyPath(const wchar_t* rootPath) {
     return path.erase(0, path.find_first_not_of(L'\\'));
 }
 
-std::wstring MapKeyPath(const std::wstring& basePath, const std::wstring& device, const std::wstring& protocol) {
+std::wstring MapKeyPath(const std::wstring& basePath, const std::wstring& device,
+                        const std::wstring& protocol) {
     std::wstring path = basePath;
     for (const std::wstring* part : {&device, &protocol}) {
         if (!part->empty()) path.append(L"\\").append(KeyPart(*part));

@@ -15,7 +15,8 @@ namespace Corvix {
 std::wstring BaseKeyPath(const wchar_t* rootPath);
 
 /// The key of one device's data map. Empty parts are left out.
-std::wstring MapKeyPath(const std::wstring& basePath, const std::wstring& device, const std::wstring& protocol);
+std::wstring MapKeyPath(const std::wstring& basePath, const std::wstring& device,
+                        const std::wstring& protocol);
 
 /// One part of a key path made of any text: what a key cannot hold is written as "%" and two hexadecimal
 /// digits, and a part longer than 255 characters ends in a digest of the whole. Different texts give

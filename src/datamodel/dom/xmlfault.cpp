@@ -126,15 +126,25 @@ private:
 /// \return how many lines went with them.
 unsigned RemoveLeadingBlanks(std::string_view& document) {
     const size_t start = std::min(document.find_first_not_of(" \t\r\n"), document.size());
-    const auto lines = std::count(document.begin(), document.begin() + static_cast<std::ptrdiff_t>(start), '\n');
+    const std::string_view blanks = document.substr(0, start);
     document.remove_prefix(start);
-    return static_cast<unsigned>(lines);
+    return static_cast<unsigned>(std::count(blanks.begin(), blanks.end(), '\n'));
+}
+
+/// What a reader would have said, had it seen the blanks.
+bool IsLateDeclaration(std::string_view document, size_t wholeLength) {
+    return document.size() < wholeLength && document.substr(0, 6) == "<?xml ";
 }
 
 }  // namespace
 
 HRESULT InspectXml(std::string_view document, XmlOrigin origin, XmlPlace& place) {
+    const size_t wholeLength = document.size();
     const unsigned linesBefore = RemoveLeadingBlanks(document);
+    if (IsLateDeclaration(document, wholeLength)) {
+        place.line = linesBefore + 1;
+        return static_cast<HRESULT>(WC_E_TEXTXMLDECL);
+    }
     ComPtr<IXmlReader> reader;
     HRESULT result = CreateReader(reader);
     if (FAILED(result)) return result;

@@ -1,13 +1,14 @@
-/// Where the library's own exceptions become what its interface promises.
+/// Translates exceptions at the public interface.
 #pragma once
 
 #include <new>
 
 #include "utilslib/com.h"
+#include "utilslib/logging.h"
 
 namespace KyUtils {
 
-/// For entry points that raise the library's COM error: running out of memory leaves as one, too.
+/// For code that may raise the library's COM error: running out of memory leaves as one, too.
 template <class Function>
 auto RaisingComErrors(Function function) -> decltype(function()) {
     try {
@@ -17,7 +18,7 @@ auto RaisingComErrors(Function function) -> decltype(function()) {
     }
 }
 
-/// For entry points that never throw: an exception becomes its HRESULT.
+/// For code that never throws: an exception becomes its HRESULT.
 template <class Function>
 HRESULT NeverThrowing(Function function) noexcept {
     try {
@@ -27,6 +28,20 @@ HRESULT NeverThrowing(Function function) noexcept {
     } catch (const _com_error& error) {
         return error.Error();
     }
+}
+
+/// The body of a public function that may raise the library's COM error: its scope in the log around its boundary.
+template <class Function>
+auto Entry(const LogSource& log, const char* name, Function function) -> decltype(function()) {
+    const LogScope scope(log, name);
+    return RaisingComErrors(function);
+}
+
+/// The same for a public function that never throws.
+template <class Function>
+HRESULT NoThrowEntry(const LogSource& log, const char* name, Function function) noexcept {
+    const LogScope scope(log, name);
+    return NeverThrowing(function);
 }
 
 }  // namespace KyUtils
