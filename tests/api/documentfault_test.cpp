@@ -15,7 +15,7 @@ HRESULT Find(const std::string& document, DocumentFault& fault) {
 TEST(DocumentFaults, AreFoundWhereTheyAre) {
     struct Case {
         const char* document;
-        unsigned line;          // 0 and null: as the system's reader sees it
+        unsigned line;  // 0 and null: as the system's reader sees it
         const wchar_t* reason;
     };
     const Case cases[] = {
