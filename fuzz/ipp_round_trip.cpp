@@ -5,17 +5,17 @@
 #include <string>
 
 #include "check.h"
-#include "datamodel/ipp/codec/encodedattributes.h"
-#include "datamodel/ipp/codec/requestbuilder.h"
-#include "datamodel/ipp/codec/requestwriter.h"
-#include "datamodel/ipp/codec/responsereader.h"
-#include "datamodel/ipp/codec/tags.h"
+#include "wire/ipp/encodedattributes.h"
+#include "wire/ipp/messagereader.h"
+#include "wire/ipp/requestbuilder.h"
+#include "wire/ipp/requestwriter.h"
+#include "wire/ipp/tags.h"
 
 namespace {
 
 using Corvix::Ipp::FormResult;
+using Corvix::Ipp::Message;
 using Corvix::Ipp::RequestFields;
-using Corvix::Ipp::Response;
 
 constexpr int operations[] = {2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 50};
 constexpr std::size_t longestText = 1023;
@@ -62,14 +62,14 @@ std::string AsRead(std::string text) {
     return text;
 }
 
-void CheckPresent(const Response& response, const char* name, const std::string& meant) {
+void CheckPresent(const Message& response, const char* name, const std::string& meant) {
     const auto text = response.ValueText(name);
     if (text) CORVIX_FUZZ_CHECK(*text == AsRead(meant));
 }
 
-void CheckAnswer(const Response& response, int operation, const Texts& texts, const RequestFields& fields) {
-    CORVIX_FUZZ_CHECK(response.RequestId() == 100);
-    CORVIX_FUZZ_CHECK(response.StatusCode() == static_cast<unsigned>(operation == 50 ? 2 : operation));
+void CheckAnswer(const Message& response, int operation, const Texts& texts, const RequestFields& fields) {
+    CORVIX_FUZZ_CHECK(response.Header().requestId == 100);
+    CORVIX_FUZZ_CHECK(response.Code() == static_cast<unsigned>(operation == 50 ? 2 : operation));
     CheckPresent(response, "attributes-charset", "utf-8");
     CheckPresent(response, "attributes-natural-language", texts.language.empty() ? "en" : texts.language);
     CheckPresent(response, "printer-uri", texts.printerUri);
@@ -112,7 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     CORVIX_FUZZ_CHECK(length > 8 && length <= Corvix::Ipp::attributePartLimit);
     const std::string_view body(reinterpret_cast<const char*>(buffer.data()),
                                 static_cast<std::size_t>(length));
-    const Response response = Corvix::Ipp::ReadResponse(body);
+    const Message response = Corvix::Ipp::ReadResponseData(body);
     CORVIX_FUZZ_CHECK(!response.GetFault() || HasLongText(texts));
     CheckAnswer(response, operation, texts, fields);
     return 0;

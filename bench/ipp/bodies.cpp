@@ -1,6 +1,6 @@
 #include "bodies.h"
 
-#include "datamodel/ipp/codec/tags.h"
+#include "wire/ipp/tags.h"
 
 namespace CorvixBench {
 namespace {

@@ -10,18 +10,18 @@
 #include <map>
 
 #include "bodies.h"
-#include "datamodel/ipp/codec/requestbuilder.h"
-#include "datamodel/ipp/codec/requestwriter.h"
-#include "datamodel/ipp/codec/responsereader.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "support/libcups.h"
+#include "wire/ipp/messagereader.h"
+#include "wire/ipp/requestbuilder.h"
+#include "wire/ipp/requestwriter.h"
+#include "wire/ipp/tags.h"
 
 namespace CorvixBench {
 namespace {
 
 using namespace Corvix::Testing;
 using Corvix::Ipp::FormResult;
-using Corvix::Ipp::ReadResponse;
+using Corvix::Ipp::ReadResponseData;
 using Corvix::Ipp::RequestFields;
 
 constexpr const char* printerUri = "ipp://localhost:631/ipp/print";
@@ -117,7 +117,7 @@ struct Body {
 
 void BenchParse(benchmark::State& state, const Body& body) {
     for (auto _ : state)
-        benchmark::DoNotOptimize(ReadResponse(body.bytes));
+        benchmark::DoNotOptimize(ReadResponseData(body.bytes));
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(body.bytes.size()));
 }
 
@@ -129,7 +129,7 @@ void BenchCupsParse(benchmark::State& state, const Body& body) {
 
 /// Both readers must have found the same before their times mean anything.
 void CheckSame(const Body& body) {
-    const auto response = ReadResponse(body.bytes);
+    const auto response = ReadResponseData(body.bytes);
     if (response.GetFault()) throw std::runtime_error(body.name + ": " + response.GetFault()->reason);
     const CupsMessage message = CupsParse(body.bytes);
     for (ipp_attribute_t* a = ippFirstAttribute(message.get()); a; a = ippNextAttribute(message.get())) {
@@ -149,7 +149,7 @@ std::size_t HeapBytes() {
 /// Memory held by a parsed response over the size of its body.
 double MemoryRatio(const Body& body) {
     const std::size_t before = HeapBytes();
-    const auto response = ReadResponse(body.bytes);
+    const auto response = ReadResponseData(body.bytes);
     return static_cast<double>(HeapBytes() - before) / static_cast<double>(body.bytes.size());
 }
 

@@ -24,17 +24,19 @@ for room in caches snmp; do
     allow src/datamodel/$room "datamodel/($room|collection|maps)/|utilslib/|corvixdm/"
 done
 allow src/datamodel/xml 'datamodel/(xml|collection|maps|dom)/|utilslib/|corvixdm/'
-allow src/datamodel/ipp/codec 'datamodel/ipp/codec/'
 allow src/datamodel/ipp/target 'datamodel/ipp/target/|utilslib/|corvixdm/'
-allow src/datamodel/ipp/exchange 'datamodel/ipp/(codec|exchange|target)/|utilslib/|corvixdm/'
+allow src/datamodel/ipp/exchange 'datamodel/ipp/(exchange|target)/|wire/ipp/|utilslib/|corvixdm/'
 for folder in printing following; do
-    allow src/datamodel/ipp/$folder "datamodel/ipp/($folder|codec|exchange|target)/|utilslib/|corvixdm/"
+    allow src/datamodel/ipp/$folder "datamodel/ipp/($folder|exchange|target)/|wire/ipp/|utilslib/|corvixdm/"
 done
-allow src/datamodel/ipp 'datamodel/(ipp|ipp/codec|collection|maps)/|resolver/|utilslib/|corvixdm/'
+allow src/datamodel/ipp 'datamodel/(ipp|collection|maps)/|wire/ipp/|resolver/|utilslib/|corvixdm/'
 allow src/datamodel/binding 'datamodel/|resolver/|utilslib/|corvixdm/'
-for room in http snmp; do
-    allow src/wire/$room "wire/($room/|ascii\\.h)"
+# What travels is portable: no system header of one platform.
+for room in http ipp snmp; do
+    allow src/wire/$room "wire/($room/|ascii\\.h)|corvixdm/ippvalue\\.h"
 done
+lines=$(grep -rnE '#include <(windows|oaidl|win[a-z0-9]+|ws2[a-z]+|com[a-z]+|sys/[a-z]+|unistd)\.h>' src/wire)
+[ -z "$lines" ] || { echo "src/wire includes a system's own headers:"; echo "$lines"; bad=1; }
 allow transport "$public|transport/|wire/|utilslib/"
 allow examples "$public|transport/"
 allow tools/corvixsim '(base|control|device|http|ipp|snmp|soap|wire/[a-z]+)/[a-z]+\.h"|(options|simulator)\.h"'

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 
 #include "corvixdm/ipprequest.h"
-#include "datamodel/ipp/codec/responsereader.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippattributecache.h"
 #include "datamodel/ipp/ipprequestattributes.h"
 #include "datamodel/ipp/ippresponseattribute.h"
@@ -12,6 +10,8 @@
 #include "support/ippbytes.h"
 #include "utilslib/com.h"
 #include "utilslib/stringutils.h"
+#include "wire/ipp/messagereader.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {
@@ -448,7 +448,7 @@ TEST_F(IPPOperationsTest, FillsOnlyTheStatusAfterCancelJob) {
 
 TEST(IPPAttributeCache, GrowsByWhatItDoesNotHold) {
     const auto read = [](const std::string& attributes) {
-        return std::make_shared<const Ipp::Response>(Ipp::ReadResponse(Bytes::Body(attributes)));
+        return std::make_shared<const Ipp::Message>(Ipp::ReadResponseData(Bytes::Body(attributes)));
     };
     IPPAttributeCache cache;
     KyUtils::Variant value;

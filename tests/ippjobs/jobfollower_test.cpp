@@ -3,11 +3,11 @@
 
 #include <thread>
 
-#include "datamodel/ipp/codec/tags.h"
 #include "ippjobs/jobs.h"
 #include "support/fakeprinter.h"
 #include "support/jobeventturn.h"
 #include "support/processresources.h"
+#include "wire/ipp/tags.h"
 
 namespace {
 

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "corvixdm/disposableptr.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/ipprequestattributes.h"
 #include "datamodel/ipp/ippresponseattribute.h"
@@ -17,6 +16,7 @@
 #include "support/jobeventturn.h"
 #include "support/processresources.h"
 #include "utilslib/com.h"
+#include "wire/ipp/tags.h"
 
 namespace {
 

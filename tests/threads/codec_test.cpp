@@ -7,11 +7,11 @@
 #include <set>
 
 #include "crowd.h"
-#include "datamodel/ipp/codec/requestbuilder.h"
-#include "datamodel/ipp/codec/requestwriter.h"
-#include "datamodel/ipp/codec/responsereader.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "support/ippbytes.h"
+#include "wire/ipp/messagereader.h"
+#include "wire/ipp/requestbuilder.h"
+#include "wire/ipp/requestwriter.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix::Ipp {
 namespace {
@@ -25,7 +25,7 @@ TEST(CodecInThreads, OneResponseIsReadByAll) {
     for (int i = 0; i < 50; ++i)
         attributes += Keyword("attribute-" + std::to_string(i), "value-" + std::to_string(i));
     attributes += Begin("media-col") + MemberInteger("x-dimension", 21000) + End();
-    const auto response = std::make_shared<const Response>(ReadResponse(Body(attributes), {}));
+    const auto response = std::make_shared<const Message>(ReadResponseData(Body(attributes), {}));
     CorvixTest::RunInCrowd([response](int thread) {
         for (int i = 0; i < rounds; ++i) {
             const std::string number = std::to_string((i + thread) % 50);
@@ -50,7 +50,7 @@ TEST(CodecInThreads, EachFormsAndReadsItsOwn) {
             int length = 0;
             EXPECT_EQ(FormRequest(buffer.data(), length, Operation::PrintJob, fields), FormResult::Formed);
             formed.emplace(reinterpret_cast<const char*>(buffer.data()), static_cast<size_t>(length));
-            EXPECT_EQ(ReadResponse(Body(Keyword("state", user)), {}).ValueText("state"), user);
+            EXPECT_EQ(ReadResponseData(Body(Keyword("state", user)), {}).ValueText("state"), user);
         }
         EXPECT_EQ(formed.size(), 1u);
         EXPECT_NE(formed.begin()->find(user), std::string::npos);

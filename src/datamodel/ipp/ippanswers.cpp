@@ -1,9 +1,9 @@
 // What an answer says: its attributes as values, and the outcome of a job.
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippattributecache.h"
 #include "datamodel/ipp/ippoperations.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {
@@ -35,7 +35,7 @@ constexpr CopiedAttribute copiedAttributes[] = {
     {"job-state-reasons", &IPPResponseBase::SetJobStateReasons},
 };
 
-void CopyJob(const Ipp::Response& response, IPPResponseBase& record) {
+void CopyJob(const Ipp::Message& response, IPPResponseBase& record) {
     for (const CopiedAttribute& attribute : copiedAttributes) {
         if (const auto text = response.ValueText(attribute.name)) (record.*attribute.set)(text->c_str());
     }

@@ -7,7 +7,7 @@
 
 namespace Corvix {
 
-HRESULT CopyAttributeText(const Ipp::Response& response, std::string_view name, VARIANT* value) {
+HRESULT CopyAttributeText(const Ipp::Message& response, std::string_view name, VARIANT* value) {
     const auto text = response.ValueText(name);
     if (!text) return S_FALSE;
     KyUtils::Variant copy = KyUtils::Variant::FromText(KyUtils::ToWide(*text));
@@ -16,16 +16,15 @@ HRESULT CopyAttributeText(const Ipp::Response& response, std::string_view name, 
     return S_OK;
 }
 
-bool IPPAttributeCache::HoldsAllNamesOf(const Ipp::Response& response) const {
-    for (std::size_t i = 0; i < response.NameCount(); ++i) {
-        const std::string_view name = response.Name(i);
+bool IPPAttributeCache::HoldsAllNamesOf(const Ipp::Message& response) const {
+    for (const std::string_view name : response.Names()) {
         const auto holds = [&](const auto& merged) { return merged->Contains(name); };
         if (std::none_of(responses_.begin(), responses_.end(), holds)) return false;
     }
     return true;
 }
 
-void IPPAttributeCache::Merge(std::shared_ptr<const Ipp::Response> response) {
+void IPPAttributeCache::Merge(std::shared_ptr<const Ipp::Message> response) {
     // What adds nothing is let go, so that the cache grows with the attributes and not with the exchanges.
     if (response && !HoldsAllNamesOf(*response)) responses_.push_back(std::move(response));
 }

@@ -2,20 +2,18 @@
 
 #include <utility>
 
-#include "datamodel/ipp/codec/responsereader.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippattributecache.h"
 #include "datamodel/ipp/ippoperations.h"
 #include "datamodel/ipp/target/printeruri.h"
 #include "utilslib/boundary.h"
 #include "utilslib/logging.h"
+#include "wire/ipp/messagereader.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
-
-constexpr unsigned char majorVersion = 2;  // the only one that is read
 
 }  // namespace
 
@@ -24,19 +22,18 @@ IPPAttributes::IPPAttributes(const IPPAttributes&) : IDisposable() {}
 IPPAttributes& IPPAttributes::operator=(const IPPAttributes&) { return *this; }
 IPPAttributes::~IPPAttributes() = default;
 
-IPPAttributesImpl::IPPAttributesImpl(std::shared_ptr<const Ipp::Response> response)
+IPPAttributesImpl::IPPAttributesImpl(std::shared_ptr<const Ipp::Message> response)
     : response_(std::move(response)) {
-    names_.reserve(response_->NameCount());
-    for (std::size_t i = 0; i < response_->NameCount(); ++i)
-        names_.emplace_back(response_->Name(i));
+    for (const std::string_view name : response_->Names())
+        names_.emplace_back(name);
 }
 
-DisposablePtr<IPPAttributes> IPPAttributesImpl::Create(std::shared_ptr<const Ipp::Response> response) {
+DisposablePtr<IPPAttributes> IPPAttributesImpl::Create(std::shared_ptr<const Ipp::Message> response) {
     return DisposablePtr<IPPAttributes>::Share(new IPPAttributesImpl(std::move(response)));
 }
 
 DisposablePtr<IPPAttributes> IPPAttributesImpl::Read(std::string_view body) {
-    return Create(std::make_shared<const Ipp::Response>(Ipp::ReadResponse(body)));
+    return Create(std::make_shared<const Ipp::Message>(Ipp::ReadResponseData(body)));
 }
 
 DisposablePtr<IPPAttributes> IPPAttributesImpl::Query(Address* address, const wchar_t* printerUri,
@@ -63,8 +60,8 @@ DisposablePtr<IPPAttributes> IPPAttributesImpl::Query(Address* address, const wc
 HRESULT IPPAttributesImpl::GetHeader(IPPAnswerHeader* header) const {
     if (!header) return E_FAIL;
     if (!response_->HasHeader()) return S_FALSE;
-    *header = {majorVersion, response_->MinorVersion(), static_cast<unsigned short>(response_->StatusCode()),
-               response_->RequestId()};
+    const Ipp::MessageHeader& read = response_->Header();
+    *header = {read.major, read.minor, read.code, read.requestId};
     return S_OK;
 }
 

@@ -8,14 +8,14 @@
 
 #include "corvixdm/disposableptr.h"
 #include "corvixdm/ippattributes.h"
-#include "datamodel/ipp/codec/response.h"
 #include "utilslib/disposable.h"
+#include "wire/ipp/message.h"
 
 namespace Corvix {
 
 class IPPAttributesImpl final : public IPPAttributes, public KyUtils::IDisposableImpl {
 public:
-    static DisposablePtr<IPPAttributes> Create(std::shared_ptr<const Ipp::Response> response);
+    static DisposablePtr<IPPAttributes> Create(std::shared_ptr<const Ipp::Message> response);
     static DisposablePtr<IPPAttributes> Read(std::string_view body);
     /// \return null with the last error set.
     static DisposablePtr<IPPAttributes> Query(Address* address, const wchar_t* printerUri,
@@ -30,9 +30,9 @@ public:
     const unsigned char* GetBody(unsigned long* length) const override;
 
 private:
-    explicit IPPAttributesImpl(std::shared_ptr<const Ipp::Response> response);
+    explicit IPPAttributesImpl(std::shared_ptr<const Ipp::Message> response);
 
-    std::shared_ptr<const Ipp::Response> response_;
+    std::shared_ptr<const Ipp::Message> response_;
     /// Those of the response, each with a zero at its end.
     std::vector<std::string> names_;
 };

@@ -1,8 +1,8 @@
 #include "datamodel/ipp/ippoperations.h"
 
-#include "datamodel/ipp/codec/tags.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {

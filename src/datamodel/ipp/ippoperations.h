@@ -89,7 +89,7 @@ public:
     /// Fills the record from the last answer read. E_FAIL without one.
     HRESULT FormResponseStructure(int operation, IPPResponseBase* record) const;
     /// The last answer read; null before the first.
-    const std::shared_ptr<const Ipp::Response>& LastResponse() const { return answer_.Message(); }
+    const std::shared_ptr<const Ipp::Message>& LastResponse() const { return answer_.Message(); }
 
 private:
     HRESULT BeginStream(int operation, IPPRequestBase* record, bool secure, bool chunked);

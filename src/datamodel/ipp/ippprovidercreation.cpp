@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/target/deviceprobe.h"
 #include "datamodel/ipp/target/printeruri.h"
@@ -12,6 +11,7 @@
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {

@@ -1,5 +1,4 @@
 // Jobs by whole exchanges: made, printed by reference, cancelled, asked about.
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/jobrecords.h"
 #include "datamodel/ipp/printing/jobresult.h"
@@ -7,6 +6,7 @@
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {

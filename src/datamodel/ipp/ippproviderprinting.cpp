@@ -1,13 +1,13 @@
 // Documents that the caller hands over piece by piece: one streamed Print-Job, or Send-Document into a job.
 #include <utility>
 
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/jobrecords.h"
 #include "datamodel/ipp/printing/jobresult.h"
 #include "utilslib/boundary.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {

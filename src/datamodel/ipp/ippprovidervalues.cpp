@@ -1,13 +1,13 @@
 // Attribute queries: from the cache, by a fresh request, with authorisation.
 #include <algorithm>
 
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "utilslib/boundary.h"
 #include "utilslib/com.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {
@@ -43,9 +43,9 @@ std::vector<std::string_view> NamesIn(std::string_view list) {
 }
 
 /// Whether a request was carried out and yet brought none of the attributes that it named.
-bool LacksAll(const Ipp::Response& response, std::string_view list) {
+bool LacksAll(const Ipp::Message& response, std::string_view list) {
     const auto names = NamesIn(list);
-    return response.StatusCode() < Ipp::Status::FirstError &&
+    return response.Code() < Ipp::Status::FirstError &&
            std::none_of(names.begin(), names.end(),
                         [&](std::string_view name) { return response.ValueText(name).has_value(); });
 }

@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "corvixdm/disposableptr.h"
-#include "datamodel/ipp/codec/encodedattributes.h"
 #include "utilslib/logging.h"
+#include "wire/ipp/encodedattributes.h"
 
 namespace Corvix {
 namespace {

@@ -7,11 +7,12 @@
 #include <thread>
 
 #include "cupstext.h"
-#include "datamodel/ipp/codec/requestbuilder.h"
-#include "datamodel/ipp/codec/requestwriter.h"
-#include "datamodel/ipp/codec/responsereader.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "support/libcups.h"
+#include "wire/ipp/messagereader.h"
+#include "wire/ipp/names.h"
+#include "wire/ipp/requestbuilder.h"
+#include "wire/ipp/requestwriter.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix::Ipp {
 namespace {
@@ -137,10 +138,10 @@ TEST(RequestsReadByLibcups, MeanWhatWasMeant) {
 
 /// Every attribute that libcups reads, and every member in it, reads alike with us.
 void ExpectReadsAlike(const std::string& body) {
-    const Response response = ReadResponse(body);
+    const Message response = ReadResponseData(body);
     ASSERT_FALSE(response.GetFault()) << response.GetFault()->offset << ": " << response.GetFault()->reason;
     const CupsMessage message = CupsParse(body);
-    EXPECT_EQ(response.StatusCode(), static_cast<unsigned>(ippGetStatusCode(message.get())));
+    EXPECT_EQ(response.Code(), static_cast<unsigned>(ippGetStatusCode(message.get())));
     std::size_t kept = 0;
     for (ipp_attribute_t* a = ippFirstAttribute(message.get()); a; a = ippNextAttribute(message.get())) {
         if (!ippGetName(a)) continue;
@@ -150,7 +151,53 @@ void ExpectReadsAlike(const std::string& body) {
             EXPECT_EQ(response.ValueText(name), text) << name;
         kept += texts.empty() ? 0 : 1;
     }
-    EXPECT_EQ(response.NameCount(), kept);
+    EXPECT_EQ(response.Names().size(), kept);
+}
+
+/// \return how many of the numbers have a name: libcups calls each of them the same.
+template <class Name, class CupsName>
+int CountNames(int end, Name name, CupsName cupsName) {
+    int count = 0;
+    for (int number = 0; number < end; ++number) {
+        if (!name(number)) continue;
+        EXPECT_STREQ(name(number), cupsName(number)) << number;
+        ++count;
+    }
+    return count;
+}
+
+TEST(Names, AreThoseOfLibcups) {
+    EXPECT_EQ(CountNames(0x4000, OperationName, [](int n) { return ippOpString(static_cast<ipp_op_t>(n)); }),
+              55);
+    EXPECT_EQ(CountNames(
+                  0x0600, [](int n) { return StatusName(static_cast<unsigned>(n)); },
+                  [](int n) { return ippErrorString(static_cast<ipp_status_t>(n)); }),
+              32);
+    EXPECT_EQ(CountNames(
+                  0x100,
+                  [](int n) {
+                      const auto tag = static_cast<unsigned char>(n);
+                      return n < Tag::FirstValue ? GroupName(tag) : TagName(tag);
+                  },
+                  [](int n) { return ippTagString(static_cast<ipp_tag_t>(n)); }),
+              37);
+    const std::pair<const char*, int> attributes[] = {{"job-state", 7},
+                                                      {"printer-state", 3},
+
+                                                      {"orientation-requested", 5},
+                                                      {"print-quality-default", 3},
+                                                      {"finishings-supported", 70},
+                                                      {"operations-supported", 55},
+                                                      {"copies", 0},
+                                                      {"-default", 0}};
+    for (const auto& [attribute, count] : attributes) {
+        const char* const name = attribute;
+        EXPECT_EQ(CountNames(
+                      0x100, [name](int n) { return EnumName(name, n); },
+                      [name](int n) { return ippEnumString(name, n); }),
+                  count)
+            << name;
+    }
 }
 
 CupsMessage MediaCol(int width, const char* type) {
@@ -212,11 +259,11 @@ protected:
         port_ = std::atoi(port);
         uri_ = std::string("ipp://localhost:") + port + "/ipp/print";
     }
-    Response Exchange(int operation, RequestFields fields, const std::string& document = {}) {
+    Message Exchange(int operation, RequestFields fields, const std::string& document = {}) {
         fields.printerUri = uri_;
         const std::string answer = CupsExchange(port_, Form(operation, fields) + document);
         ExpectReadsAlike(answer);
-        return ReadResponse(answer);
+        return ReadResponseData(answer);
     }
 
     /// The printer takes one job at a time.
@@ -238,13 +285,13 @@ protected:
 TEST_F(LivePrinter, TellsItsAttributes) {
     RequestFields fields;
     fields.requestedAttributes = "all,media-col-database";
-    const Response response = Exchange(Operation::GetPrinterAttributes, fields);
-    EXPECT_EQ(response.StatusCode(), 0u);
+    const Message response = Exchange(Operation::GetPrinterAttributes, fields);
+    EXPECT_EQ(response.Code(), 0u);
     EXPECT_EQ(response.ValueText("printer-name"), "B\xC3\xBCro 1");
     EXPECT_EQ(response.ValueText("printer-state"), "3");
     EXPECT_TRUE(response.ValueText("media-col-database.media-size.x-dimension"));
     fields.requestedAttributes = "printer-state";
-    EXPECT_LE(Exchange(Operation::GetPrinterAttributes, fields).NameCount(), 5u);
+    EXPECT_LE(Exchange(Operation::GetPrinterAttributes, fields).Names().size(), 5u);
 }
 
 TEST_F(LivePrinter, PrintsAndTellsOfTheJob) {
@@ -253,18 +300,18 @@ TEST_F(LivePrinter, PrintsAndTellsOfTheJob) {
     fields.jobName = "report";
     fields.copies = 2;
     ASSERT_TRUE(BecomesIdle());
-    const Response printed = Exchange(Operation::PrintJob, fields, "%PDF-1.4 a document");
-    EXPECT_EQ(printed.StatusCode(), 0u) << printed.ValueText("status-message").value_or("");
+    const Message printed = Exchange(Operation::PrintJob, fields, "%PDF-1.4 a document");
+    EXPECT_EQ(printed.Code(), 0u) << printed.ValueText("status-message").value_or("");
     const std::string jobUri = printed.ValueText("job-uri").value_or("");
     EXPECT_FALSE(jobUri.empty());
 
     fields.jobUri = jobUri;
-    const Response job = Exchange(Operation::GetJobAttributes, fields);
-    EXPECT_EQ(job.StatusCode(), 0u);
+    const Message job = Exchange(Operation::GetJobAttributes, fields);
+    EXPECT_EQ(job.Code(), 0u);
     EXPECT_EQ(job.ValueText("job-id"), printed.ValueText("job-id"));
     for (const bool completed : {false, true}) {
         fields.completedJobs = completed;
-        EXPECT_EQ(Exchange(Operation::GetJobs, fields).StatusCode(), 0u);
+        EXPECT_EQ(Exchange(Operation::GetJobs, fields).Code(), 0u);
     }
     EXPECT_TRUE(Exchange(Operation::CancelJob, fields).HasHeader());
 }
@@ -274,12 +321,12 @@ TEST_F(LivePrinter, TakesAJobInParts) {
     fields.userName = "ada";
     fields.jobName = "in parts";
     ASSERT_TRUE(BecomesIdle());
-    const Response created = Exchange(Operation::CreateJob, fields);
-    EXPECT_EQ(created.StatusCode(), 0u) << created.ValueText("status-message").value_or("");
+    const Message created = Exchange(Operation::CreateJob, fields);
+    EXPECT_EQ(created.Code(), 0u) << created.ValueText("status-message").value_or("");
     fields.jobId = static_cast<unsigned>(std::stoul(created.ValueText("job-id").value_or("0")));
     fields.lastDocument = true;
-    const Response sent = Exchange(Operation::SendDocument, fields, "%PDF-1.4 a document");
-    EXPECT_EQ(sent.StatusCode(), 0u) << sent.ValueText("status-message").value_or("");
+    const Message sent = Exchange(Operation::SendDocument, fields, "%PDF-1.4 a document");
+    EXPECT_EQ(sent.Code(), 0u) << sent.ValueText("status-message").value_or("");
 }
 
 TEST_F(LivePrinter, FindsNoJobThatIsNotThere) {
@@ -288,7 +335,7 @@ TEST_F(LivePrinter, FindsNoJobThatIsNotThere) {
     fields.jobUri = jobUri;
     fields.userName = "ada";
     for (const int operation : {Operation::GetJobAttributes, Operation::CancelJob})
-        EXPECT_EQ(Exchange(operation, fields).StatusCode(), 0x0406u);
+        EXPECT_EQ(Exchange(operation, fields).Code(), 0x0406u);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 #include "datamodel/ipp/exchange/ippanswer.h"
 
-#include "datamodel/ipp/codec/responsereader.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
+#include "wire/ipp/messagereader.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {
@@ -20,10 +20,10 @@ HRESULT IppAnswer::Read(HTTPResponse& response) {
 }
 
 HRESULT IppAnswer::Read(std::string_view body, bool failOnErrorStatus) {
-    message_ =
-        std::make_shared<const Ipp::Response>(Ipp::ReadResponse(body, Ipp::ReadOptions{failOnErrorStatus}));
-    if (message_->HasHeader() && message_->StatusCode() != Ipp::Status::Ok)
-        logSource.Error(L"IPP status is not success %d", static_cast<int>(message_->StatusCode()));
+    message_ = std::make_shared<const Ipp::Message>(
+        Ipp::ReadResponseData(body, Ipp::ReadOptions{failOnErrorStatus}));
+    if (message_->HasHeader() && message_->Code() != Ipp::Status::Ok)
+        logSource.Error(L"IPP status is not success %d", static_cast<int>(message_->Code()));
     const auto& fault = message_->GetFault();
     if (!fault) return S_OK;
     logSource.Error(L"The IPP response is malformed at byte %lu: %hs",

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "corvixdm/transport.h"
-#include "datamodel/ipp/codec/response.h"
+#include "wire/ipp/message.h"
 
 namespace Corvix {
 
@@ -25,12 +25,12 @@ public:
     HRESULT Read(std::string_view body, bool failOnErrorStatus = false);
 
     /// Null before the first.
-    const std::shared_ptr<const Ipp::Response>& Message() const { return message_; }
+    const std::shared_ptr<const Ipp::Message>& Message() const { return message_; }
     /// The values of one attribute as text, empty when the answer has none.
     std::wstring TextOf(std::string_view name) const;
 
 private:
-    std::shared_ptr<const Ipp::Response> message_;
+    std::shared_ptr<const Ipp::Message> message_;
 };
 
 }  // namespace Corvix

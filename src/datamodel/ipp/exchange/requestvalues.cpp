@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <new>
 
-#include "datamodel/ipp/codec/requestbuilder.h"
-#include "datamodel/ipp/codec/requestwriter.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
+#include "wire/ipp/requestbuilder.h"
+#include "wire/ipp/requestwriter.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {

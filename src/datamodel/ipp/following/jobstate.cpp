@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "datamodel/ipp/codec/tags.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {

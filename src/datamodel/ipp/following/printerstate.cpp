@@ -1,9 +1,9 @@
 #include "datamodel/ipp/following/printerstate.h"
 
-#include "datamodel/ipp/codec/tags.h"
 #include "datamodel/ipp/target/deviceprobe.h"
 #include "datamodel/ipp/target/printeruri.h"
 #include "utilslib/logging.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix {
 namespace {

@@ -1,11 +1,11 @@
-#include "datamodel/ipp/codec/requestbuilder.h"
+#include "wire/ipp/requestbuilder.h"
 
 #include <gmock/gmock.h>
 
-#include "datamodel/ipp/codec/encodedattributes.h"
-#include "datamodel/ipp/codec/requestwriter.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "support/ippbytes.h"
+#include "wire/ipp/encodedattributes.h"
+#include "wire/ipp/requestwriter.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix::Ipp {
 namespace {

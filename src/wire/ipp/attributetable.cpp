@@ -1,8 +1,8 @@
-#include "datamodel/ipp/codec/attributetable.h"
+#include "wire/ipp/attributetable.h"
 
 #include <algorithm>
 
-#include "datamodel/ipp/codec/tags.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix::Ipp {
 

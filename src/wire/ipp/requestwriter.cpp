@@ -1,45 +1,29 @@
-#include "datamodel/ipp/codec/requestwriter.h"
+#include "wire/ipp/requestwriter.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "datamodel/ipp/codec/attributetable.h"
-#include "datamodel/ipp/codec/tags.h"
+#include "wire/ipp/attributetable.h"
+#include "wire/ipp/messagewriter.h"
 
 namespace Corvix::Ipp {
 namespace {
 
-constexpr int requestId = 100;
+constexpr std::uint32_t requestId = 100;
 
 bool HasRoom(int length, std::size_t bytes) {
     return bytes <= static_cast<std::size_t>(attributePartLimit - std::min(length, attributePartLimit));
 }
 
-/// Puts bytes to the end of the request; whoever uses it has made sure that they fit.
-class Output {
+/// Where a message writer puts its bytes: whoever writes has made sure that they fit.
+class Area {
 public:
-    Output(unsigned char* buffer, int& length) : buffer_(buffer), length_(length) {}
-
-    Output& Byte(unsigned value) {
-        buffer_[length_++] = static_cast<unsigned char>(value);
-        return *this;
+    Area(unsigned char* buffer, int& length) : buffer_(buffer), length_(length) {}
+    void append(const char* bytes, std::size_t size) {
+        if (size > 0) std::memcpy(buffer_ + length_, bytes, size);
+        length_ += static_cast<int>(size);
     }
-    Output& Short(std::size_t value) {
-        return Byte(static_cast<unsigned>(value >> 8) & 0xFF).Byte(static_cast<unsigned>(value) & 0xFF);
-    }
-    Output& Int(std::int32_t value) {
-        const auto bits = static_cast<std::uint32_t>(value);
-        return Short(bits >> 16).Short(bits & 0xFFFF);
-    }
-    Output& Bytes(std::string_view bytes) {
-        if (!bytes.empty()) std::memcpy(buffer_ + length_, bytes.data(), bytes.size());
-        length_ += static_cast<int>(bytes.size());
-        return *this;
-    }
-    Output& Text(std::string_view text) { return Short(text.size()).Bytes(text); }
-    Output& Value(unsigned char tag, std::string_view name, std::size_t valueLength) {
-        return Byte(tag).Text(name).Short(valueLength);
-    }
+    BasicMessageWriter<Area> Write() { return BasicMessageWriter<Area>(*this); }
 
 private:
     unsigned char* buffer_;
@@ -60,7 +44,7 @@ int AddStringToIPPRequest(unsigned char* buffer, int& length, unsigned char tag,
                           std::string_view value) {
     if (name.empty() && !IsNull(name)) return EmptyName;
     if (!HasRoom(length, 5 + name.size() + value.size())) return NoRoom;
-    Output(buffer, length).Value(tag, name, value.size()).Bytes(value);
+    Area(buffer, length).Write().Octets(tag, name, value);
     return Written;
 }
 
@@ -68,11 +52,10 @@ int AddStringsToIPPRequest(unsigned char* buffer, int& length, unsigned char tag
                            std::string_view list) {
     const auto elements = static_cast<std::size_t>(std::count(list.begin(), list.end(), ',')) + 1;
     if (const int refused = Check(length, name, 2 * elements + 3 + name.size() + list.size())) return refused;
-    Output output(buffer, length);
+    Area area(buffer, length);
     for (std::size_t begin = 0, left = elements; left > 0; --left) {
         const std::size_t end = std::min(list.find(',', begin), list.size());
-        const std::string_view element = list.substr(begin, end - begin);
-        output.Value(tag, begin == 0 ? name : std::string_view(), element.size()).Bytes(element);
+        area.Write().Octets(tag, begin == 0 ? name : std::string_view(), list.substr(begin, end - begin));
         begin = end + 1;
     }
     return Written;
@@ -81,27 +64,27 @@ int AddStringsToIPPRequest(unsigned char* buffer, int& length, unsigned char tag
 int AddIntegerToIPPRequest(unsigned char* buffer, int& length, unsigned char tag, std::string_view name,
                            std::int32_t value) {
     if (const int refused = Check(length, name, 9 + name.size())) return refused;
-    Output(buffer, length).Value(tag, name, 4).Int(value);
+    Area(buffer, length).Write().Integer(tag, name, value);
     return Written;
 }
 
 int AddBooleanToIPPRequest(unsigned char* buffer, int& length, std::string_view name, unsigned char value) {
     if (const int refused = Check(length, name, 6 + name.size())) return refused;
-    Output(buffer, length).Value(Tag::Boolean, name, 1).Byte(value);
+    Area(buffer, length).Write().Boolean(name, value);
     return Written;
 }
 
 int AddRangeToIPPRequest(unsigned char* buffer, int& length, std::string_view name, std::int32_t lower,
                          std::int32_t upper) {
     if (const int refused = Check(length, name, 13 + name.size())) return refused;
-    Output(buffer, length).Value(Tag::RangeOfInteger, name, 8).Int(lower).Int(upper);
+    Area(buffer, length).Write().Range(name, {lower, upper});
     return Written;
 }
 
 int AddResolutionToIPPRequest(unsigned char* buffer, int& length, std::string_view name, unsigned char units,
                               std::int32_t crossFeed, std::int32_t feed) {
     if (const int refused = Check(length, name, 14 + name.size())) return refused;
-    Output(buffer, length).Value(Tag::Resolution, name, 9).Int(crossFeed).Int(feed).Byte(units);
+    Area(buffer, length).Write().Resolution(name, {crossFeed, feed, units});
     return Written;
 }
 
@@ -110,15 +93,15 @@ int AddAttributeBasedOnType(unsigned char* buffer, int& length, std::string_view
                                  attributeName);
 }
 
-int AddEncodedAttributes(unsigned char* buffer, int& length, std::string_view bytes) {
-    if (!HasRoom(length, bytes.size())) return NoRoom;
-    Output(buffer, length).Bytes(bytes);
+int AddIPPAttributesToIPPHeader(unsigned char* buffer, int& length, std::string_view attributes) {
+    if (!HasRoom(length, attributes.size())) return NoRoom;
+    Area(buffer, length).append(attributes.data(), attributes.size());
     return Written;
 }
 
 int AddDelimiter(unsigned char* buffer, int& length, unsigned char tag) {
     if (!HasRoom(length, 1)) return NoRoom;
-    Output(buffer, length).Byte(tag);
+    Area(buffer, length).Write().Group(tag);
     return Written;
 }
 
@@ -126,12 +109,10 @@ int AddHeader(unsigned char* buffer, int& length, int operation, std::string_vie
               std::string_view printerUri) {
     if (!HasRoom(length, 9)) return NoRoom;
     const int wireOperation = operation == Operation::StreamedPrintJob ? Operation::PrintJob : operation;
-    Output(buffer, length)
-        .Byte(2)
-        .Byte(0)
-        .Short(static_cast<std::size_t>(wireOperation))
-        .Int(requestId)
-        .Byte(Tag::OperationAttributes);
+    MessageHeader header;
+    header.code = static_cast<std::uint16_t>(wireOperation);
+    header.requestId = requestId;
+    Area(buffer, length).Write().Header(header).Group(Tag::OperationAttributes);
     if (const int refused =
             AddStringToIPPRequest(buffer, length, Tag::Charset, "attributes-charset", "utf-8"))
         return refused;

@@ -1,4 +1,4 @@
-/// The numbers of the IPP wire format that the engine names.
+/// The numbers of the IPP wire format that this system names.
 #pragma once
 
 namespace Corvix::Ipp {
@@ -8,7 +8,14 @@ namespace Tag {
 constexpr unsigned char OperationAttributes = 0x01;
 constexpr unsigned char JobAttributes = 0x02;
 constexpr unsigned char EndOfAttributes = 0x03;
+constexpr unsigned char PrinterAttributes = 0x04;
+constexpr unsigned char UnsupportedAttributes = 0x05;
 constexpr unsigned char FirstValue = 0x10;
+/// Out-of-band values say why there is none. They reach to FirstTyped.
+constexpr unsigned char Unsupported = 0x10;
+constexpr unsigned char Unknown = 0x12;
+constexpr unsigned char NoValue = 0x13;
+constexpr unsigned char FirstTyped = 0x20;
 constexpr unsigned char Integer = 0x21;
 constexpr unsigned char Boolean = 0x22;
 constexpr unsigned char Enum = 0x23;

@@ -1,4 +1,4 @@
-#include "datamodel/ipp/codec/keyedhash.h"
+#include "wire/ipp/keyedhash.h"
 
 #include <cstring>
 #include <random>

@@ -1,10 +1,10 @@
-#include "datamodel/ipp/codec/requestbuilder.h"
+#include "wire/ipp/requestbuilder.h"
 
 #include <array>
 #include <string>
 
-#include "datamodel/ipp/codec/requestwriter.h"
-#include "datamodel/ipp/codec/tags.h"
+#include "wire/ipp/requestwriter.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix::Ipp {
 namespace {
@@ -62,7 +62,7 @@ public:
         for (const EncodedAttributes& extra : fields.extras) {
             if (refused_) break;
             if (extra.operationGroup == ofOperationGroup)
-                Take(AddEncodedAttributes(buffer_, length_, extra.bytes));
+                Take(AddIPPAttributesToIPPHeader(buffer_, length_, extra.bytes));
         }
         return *this;
     }

@@ -45,8 +45,8 @@ int AddResolutionToIPPRequest(unsigned char* buffer, int& length, std::string_vi
 /// A "requested-attributes" value, written with the tag of the attribute that it names.
 int AddAttributeBasedOnType(unsigned char* buffer, int& length, std::string_view attributeName);
 
-/// Attributes that a caller encoded itself.
-int AddEncodedAttributes(unsigned char* buffer, int& length, std::string_view bytes);
+/// Attributes that a caller encoded itself, with group delimiters of their own if need be.
+int AddIPPAttributesToIPPHeader(unsigned char* buffer, int& length, std::string_view attributes);
 
 /// A group delimiter.
 int AddDelimiter(unsigned char* buffer, int& length, unsigned char tag);

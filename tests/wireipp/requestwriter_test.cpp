@@ -1,13 +1,13 @@
-#include "datamodel/ipp/codec/requestwriter.h"
+#include "wire/ipp/requestwriter.h"
 
 #include <gmock/gmock.h>
 
 #include <functional>
 #include <set>
 
-#include "datamodel/ipp/codec/attributetable.h"
-#include "datamodel/ipp/codec/tags.h"
 #include "support/ippbytes.h"
+#include "wire/ipp/attributetable.h"
+#include "wire/ipp/tags.h"
 
 namespace Corvix::Ipp {
 namespace {
