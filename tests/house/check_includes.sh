@@ -17,20 +17,23 @@ public='corvixdm/|[a-z]+\.h"'
 allow include/corvixdm '[a-z]+\.h"'
 allow shared/common/utils/utilslib 'utilslib/|corvixdm/'
 allow src/resolver 'resolver/|utilslib/|corvixdm/'
+allow src/datamodel/transport 'datamodel/transport/|utilslib/|corvixdm/'
 allow src/datamodel/dom 'datamodel/dom/|utilslib/|corvixdm/'
 allow src/datamodel/maps 'datamodel/(maps|dom)/|utilslib/|corvixdm/'
 allow src/datamodel/collection 'datamodel/(collection|maps)/|utilslib/|corvixdm/'
 for room in caches snmp; do
     allow src/datamodel/$room "datamodel/($room|collection|maps)/|utilslib/|corvixdm/"
 done
-allow src/datamodel/xml 'datamodel/(xml|collection|maps|dom)/|utilslib/|corvixdm/'
+allow src/datamodel/xml 'datamodel/(xml|collection|maps|dom|transport)/|utilslib/|corvixdm/'
 allow src/datamodel/ipp/target 'datamodel/ipp/target/|utilslib/|corvixdm/'
 allow src/datamodel/ipp/exchange 'datamodel/ipp/(exchange|target)/|wire/ipp/|utilslib/|corvixdm/'
 for folder in printing following; do
     allow src/datamodel/ipp/$folder "datamodel/ipp/($folder|exchange|target)/|wire/ipp/|utilslib/|corvixdm/"
 done
-allow src/datamodel/ipp 'datamodel/(ipp|collection|maps)/|wire/ipp/|resolver/|utilslib/|corvixdm/'
-allow src/datamodel/binding 'datamodel/|resolver/|utilslib/|corvixdm/'
+allow src/datamodel/ipp 'datamodel/(ipp|collection|maps|transport)/|wire/ipp/|resolver/|utilslib/|corvixdm/'
+allow src/datamodel/deviceinfo 'datamodel/(deviceinfo|ipp/target|transport)/|resolver/|utilslib/|corvixdm/'
+allow src/datamodel/binding 'datamodel/(binding|caches|snmp|xml|ipp|collection|maps|dom)/|utilslib/|corvixdm/'
+allow src/datamodel/api 'datamodel/|utilslib/|corvixdm/'
 # What travels is portable: no system header of one platform.
 for room in http ipp snmp; do
     allow src/wire/$room "wire/($room/|ascii\\.h)|corvixdm/ippvalue\\.h"

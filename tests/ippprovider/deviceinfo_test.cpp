@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "datamodel/api/stringsmap.h"
+#include "datamodel/deviceinfo/stringsmap.h"
 #include "support/fakeprinter.h"
 
 namespace Corvix {

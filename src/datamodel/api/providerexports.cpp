@@ -1,25 +1,29 @@
-// The exported factories of the providers.
-#include "corvixdm/pavoprovider.h"
-#include "corvixdm/wsprovider.h"
+// The exported factories of the SNMP and XML providers.
+#include "datamodel/snmp/oidproviderimpl.h"
 #include "datamodel/xml/pavoproviderimpl.h"
 #include "datamodel/xml/wsproviderimpl.h"
 #include "utilslib/boundary.h"
-#include "utilslib/logging.h"
 
 namespace {
 
 using Corvix::Address;
+using KyUtils::Entry;
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
 }  // namespace
 
+Corvix::OIDProvider* CreateOIDProvider(Address* address) {
+    return Entry(logSource, "CreateOIDProvider",
+                 [&] { return Corvix::OIDProviderImpl::Create(address).Release(); });
+}
+
 Corvix::PavoProvider* CreatePavoProvider(Address* address) {
-    const KyUtils::LogScope scope(logSource, "CreatePavoProvider");
-    return KyUtils::RaisingComErrors([&] { return Corvix::PavoProviderImpl::Create(address).Release(); });
+    return Entry(logSource, "CreatePavoProvider",
+                 [&] { return Corvix::PavoProviderImpl::Create(address).Release(); });
 }
 
 Corvix::WSProvider* CreateWSProvider(Address* address) {
-    const KyUtils::LogScope scope(logSource, "CreateWSProvider");
-    return KyUtils::RaisingComErrors([&] { return Corvix::WSProviderImpl::Create(address).Release(); });
+    return Entry(logSource, "CreateWSProvider",
+                 [&] { return Corvix::WSProviderImpl::Create(address).Release(); });
 }

@@ -2,8 +2,6 @@
 #include "corvixdm/singlerequest.h"
 #include "datamodel/binding/requestprocessor.h"
 #include "utilslib/boundary.h"
-#include "utilslib/com.h"
-#include "utilslib/logging.h"
 
 namespace {
 
@@ -15,25 +13,26 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 HRESULT AsResult(RequestStatus status) { return static_cast<HRESULT>(status); }
 
 HRESULT RunSingleRequest(Address* address, const wchar_t* document, VARIANT* value, bool hasArguments) {
-    return KyUtils::RaisingComErrors([&] {
-        const KyUtils::ComApartment apartment(logSource);
-        const auto requestor = Corvix::Requestor::Create();
-        if (!requestor) return AsResult(RequestStatus::NoRequestor);
-        const HRESULT result = hasArguments ? requestor->CreateFromDOM(*address, document, *value)
-                                            : requestor->Fail(RequestStatus::MissingArgument);
-        const RequestStatus status = requestor->GetRequestStatus();
-        return status == RequestStatus::None ? result : AsResult(status);
-    });
+    const KyUtils::ComApartment apartment(logSource);
+    const auto requestor = Corvix::Requestor::Create();
+    if (!requestor) return AsResult(RequestStatus::NoRequestor);
+    const HRESULT result = hasArguments ? requestor->CreateFromDOM(*address, document, *value)
+                                        : requestor->Fail(RequestStatus::MissingArgument);
+    const RequestStatus status = requestor->GetRequestStatus();
+    return status == RequestStatus::None ? result : AsResult(status);
 }
 
 }  // namespace
 
 HRESULT GetValueFromSingleRequest(Address* address, const wchar_t* document, VARIANT* value) {
-    const KyUtils::LogScope scope(logSource, "GetValueFromSingleRequest");
-    return RunSingleRequest(address, document, value, address && document && value);
+    return KyUtils::Entry(logSource, "GetValueFromSingleRequest", [&] {
+        return RunSingleRequest(address, document, value, address && document && value);
+    });
 }
 
 HRESULT SetValueFromSingleRequest(Address* address, const wchar_t* document, VARIANT* value) {
-    const KyUtils::LogScope scope(logSource, "SetValueFromSingleRequest");
-    return RunSingleRequest(address, document, value, address && document && value && value->vt != VT_EMPTY);
+    return KyUtils::Entry(logSource, "SetValueFromSingleRequest", [&] {
+        return RunSingleRequest(address, document, value,
+                                address && document && value && value->vt != VT_EMPTY);
+    });
 }

@@ -19,7 +19,7 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 BoundMap BindFirstMap(Address& address, const DataMapSpecCollection& maps, bool identityWanted) {
     for (unsigned i = 0; i < maps.GetCount(); ++i) {
         DataMapSpec* map = maps.GetDataMapSpec(i);
-        const MapBinder bind = BinderOf(map->GetDataMapType());
+        const MapBinder bind = BindersOf(map->GetDataMapType()).bind;
         if (!bind) continue;
         if (BoundMap bound = bind(address, *map, identityWanted); bound.mapper) return bound;
         logSource.Debug(L"No provider for the map with protocol %ls", map->GetProtocolType().c_str());
@@ -55,29 +55,33 @@ BoundMap BindRemembering(Address& address, const DataMapSpecCollection& maps, Re
     return bound;
 }
 
-/// A registry cache serves a device that tells who it is, and no other: the values could be another device's.
-void TakeRegistryCache(DataCollectionImpl& collection, RegCacheProvider& provider, std::wstring identity) {
+/// A registry cache under the key of this device. Null for a device that does not tell who it is: what is kept could
+/// be another device's.
+DisposablePtr<ICacheProvider> KeyByDevice(RegCacheProvider& cache, std::wstring identity,
+                                          const DataMapSpec& map) {
     identity = WithoutUuidScheme(std::move(identity));
-    if (IsBlank(identity)) {
-        if (provider.HasBaseKey())
-            logSource.Warning(L"The device has no identity: its values are not cached");
-        return;
-    }
-    const auto cache =
-        DeviceCache::Create(provider, std::move(identity), collection.Map()->GetProtocolType());
-    collection.SetCacheProvider(cache.Get());
-    cache->PopulateFromRegistry(collection.Map(), collection.Store());
+    if (!IsBlank(identity)) return DeviceCache::Create(cache, std::move(identity), map.GetProtocolType());
+    if (cache.HasBaseKey()) logSource.Warning(L"The device has no identity: its values are not cached");
+    return {};
 }
 
-void TakeCache(DataCollectionImpl& collection, ICacheProvider* cache, std::wstring identity) {
-    if (auto* registry = dynamic_cast<RegCacheProvider*>(cache)) {
-        TakeRegistryCache(collection, *registry, std::move(identity));
+/// Fills the store with what the collection's cache kept.
+void PopulateValueFromCache(DataCollectionImpl& collection, ICacheProvider* cache) {
+    if (auto* registry = dynamic_cast<DeviceCache*>(cache)) {
+        registry->PopulateFromRegistry(collection.Map(), collection.Store());
         return;
     }
-    collection.SetCacheProvider(cache);
     const auto* printerData = dynamic_cast<const PrintDataCacheProvider*>(cache);
     if (printerData && printerData->HasPrinter())
         printerData->FillDataMapSpec(collection.Map(), collection.Store());
+}
+
+void TakeCache(DataCollectionImpl& collection, ICacheProvider* cache, std::wstring identity) {
+    auto* registry = dynamic_cast<RegCacheProvider*>(cache);
+    const auto taken = registry ? KeyByDevice(*registry, std::move(identity), *collection.Map())
+                                : DisposablePtr<ICacheProvider>::Share(cache);
+    collection.SetCacheProvider(taken.Get());
+    PopulateValueFromCache(collection, taken.Get());
 }
 
 bool NeedsIdentity(ICacheProvider* cache) {

@@ -22,20 +22,52 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-std::wstring ReadIdentity(IXMLProvider& provider, const XmlIdentity& where) {
+/// What a protocol brings. `Provider` is the interface that its mapper asks.
+template <class Provider>
+struct Protocol {
+    /// Whether the address lets the protocol be tried at all; asks the device nothing. Null: every address does.
+    bool (*isPossible)(Address& address);
+    /// Whether the device speaks something that takes the protocol's place. Null: nothing does.
+    bool (*isReplaced)(Address& address);
+    /// Null for a device that does not speak the protocol.
+    DisposablePtr<Provider> (*make)(Address& address, const DataMapSpec& map);
+    std::wstring (*readIdentity)(Provider& provider);
+    DisposablePtr<DataCollectionImpl> (*makeMapper)(DisposablePtr<Provider>, DisposablePtr<DataMapSpec>);
+    /// A provider that is made by the first call. Null where making one leaves nothing to defer.
+    DisposablePtr<Provider> (*defer)(ProviderFactory<Provider> make);
+};
+
+// ---- XML
+
+template <class ProviderImpl>
+DisposablePtr<IXMLProvider> MakeXml(Address& address, const DataMapSpec&) {
+    return ProviderImpl::Create(&address);
+}
+
+template <const XmlIdentity& where>
+std::wstring ReadXmlIdentity(IXMLProvider& provider) {
     std::wstring text(where.textChars, L'\0');
     const HRESULT result =
         provider.GetValue(where.uri, where.xpath, text.data(), where.textChars, nullptr, true, 0);
     return result == S_OK ? text.c_str() : std::wstring();
 }
 
-BoundMap BindXml(DisposablePtr<IXMLProvider> provider, DataMapSpec& map, bool identityWanted,
-                 const XmlIdentity& where) {
-    if (!provider) return {};
-    std::wstring identity = identityWanted ? ReadIdentity(*provider, where) : std::wstring();
-    return {XMLDataMapper::Create(std::move(provider), DisposablePtr<DataMapSpec>::Share(&map)),
-            std::move(identity)};
+template <unsigned kind>
+DisposablePtr<IXMLProvider> DeferXml(ProviderFactory<IXMLProvider> make) {
+    return DeferXmlProvider(kind, std::move(make));
 }
+
+/// Addresses of other kinds do not tell; their devices are asked.
+bool HasWebServicePort(Address& address) {
+    auto* network = dynamic_cast<KyNetAddress*>(&address);
+    if (!network || network->IsWebServicePortAvailable()) return true;
+    logSource.Debug(
+        L"Skipping the WSPrint DataModel, webservice port not created. bWebServicePortAvailable = %ls",
+        L"FALSE");
+    return false;
+}
+
+// ---- IPP
 
 DisposablePtr<IPPProvider> CreateIppProvider(Address& address, const wchar_t* resource) {
     IPPProviderImpl::Settings settings;
@@ -43,125 +75,117 @@ DisposablePtr<IPPProvider> CreateIppProvider(Address& address, const wchar_t* re
     return IPPProviderImpl::Create(&address, settings);
 }
 
+DisposablePtr<IPPProvider> MakeIpp(Address& address, const DataMapSpec& map) {
+    const auto* parameters = dynamic_cast<const IPPDataItemSpec*>(map.GetDataItemSpec(L"IPPParams"));
+    return CreateIppProvider(address, parameters ? parameters->GetResourceUri() : nullptr);
+}
+
 std::wstring ReadText(IPPProvider& provider, const char* attribute) {
     KyUtils::Variant value;
-    return provider.GetValue(attribute, value.Receive()) == S_OK ? std::wstring(value.Text())
-                                                                 : std::wstring();
+    const bool isRead = provider.GetValue(attribute, value.Receive()) == S_OK;
+    return isRead ? std::wstring(value.Text()) : std::wstring();
 }
 
-BoundMap BindIpp(Address& address, DataMapSpec& map, bool identityWanted) {
-    const auto* parameters = dynamic_cast<const IPPDataItemSpec*>(map.GetDataItemSpec(L"IPPParams"));
-    DisposablePtr<IPPProvider> provider =
-        CreateIppProvider(address, parameters ? parameters->GetResourceUri() : nullptr);
-    return provider ? BindIppProvider(std::move(provider), map, identityWanted) : BoundMap();
-}
+std::wstring ReadUuid(IPPProvider& provider) { return ReadText(provider, "printer-uuid"); }
 
-/// Whether the device speaks the print contract, which takes the place of its Pavo resources.
+/// A device that speaks the print contract is not asked for its Pavo resources.
 bool IsPrintContractDevice(Address& address) {
     const DisposablePtr<IPPProvider> provider = CreateIppProvider(address, nullptr);
     return provider && !ReadText(*provider, "veyra-pc-version-major").empty();
 }
 
-BoundMap BindPavo(Address& address, DataMapSpec& map, bool identityWanted) {
-    if (IsPrintContractDevice(address)) return {};
-    return BindXml(PavoProviderImpl::Create(&address), map, identityWanted, pavoIdentity);
+// ---- SNMP
+
+DisposablePtr<OIDProvider> MakeOid(Address& address, const DataMapSpec&) {
+    return CreateOidProviderOrNull(address);
 }
 
-/// Addresses of other kinds do not tell; they are asked.
-bool HasWebServicePort(Address& address) {
-    auto* network = dynamic_cast<KyNetAddress*>(&address);
-    return !network || network->IsWebServicePortAvailable();
-}
+// ---- the table
 
-BoundMap BindWs(Address& address, DataMapSpec& map, bool identityWanted) {
-    if (!HasWebServicePort(address)) {
-        logSource.Debug(
-            L"Skipping the WSPrint DataModel, webservice port not created. bWebServicePortAvailable = %ls",
-            L"FALSE");
-        return {};
-    }
-    return BindXml(WSProviderImpl::Create(&address), map, identityWanted, wsIdentity);
-}
+constexpr Protocol<IXMLProvider> pavo = {
+    nullptr,
+    IsPrintContractDevice,
+    MakeXml<PavoProviderImpl>,
+    ReadXmlIdentity<pavoIdentity>,
+    XMLDataMapper::Create,
+    DeferXml<PavoProviderImpl::kind>,
+};
+constexpr Protocol<IXMLProvider> ws = {
+    HasWebServicePort,       nullptr,
+    MakeXml<WSProviderImpl>, ReadXmlIdentity<wsIdentity>,
+    XMLDataMapper::Create,   DeferXml<WSProviderImpl::kind>,
+};
+constexpr Protocol<IXMLProvider> plsxml = {
+    nullptr,
+    nullptr,
+    MakeXml<PLSXMLProviderImpl>,
+    ReadXmlIdentity<plsxmlIdentity>,
+    XMLDataMapper::Create,
+    DeferXml<PLSXMLProviderImpl::kind>,
+};
+/// Making an IPP provider is asking for everything that it answers.
+constexpr Protocol<IPPProvider> ipp = {nullptr, nullptr, MakeIpp, ReadUuid, IPPDataMapper::Create, nullptr};
+constexpr Protocol<OIDProvider> oid = {
+    nullptr, nullptr, MakeOid, ReadSerialNumber, OIDDataMapper::Create, DeferOidProvider};
 
-BoundMap BindPlsxml(Address& address, DataMapSpec& map, bool identityWanted) {
-    return BindXml(PLSXMLProviderImpl::Create(&address), map, identityWanted, plsxmlIdentity);
-}
-
-BoundMap BindOid(Address& address, DataMapSpec& map, bool identityWanted) {
-    DisposablePtr<OIDProvider> provider = CreateOidProviderOrNull(address);
-    if (!provider) return {};
-    std::wstring identity = identityWanted ? ReadSerialNumber(*provider) : std::wstring();
-    return {OIDDataMapper::Create(std::move(provider), DisposablePtr<DataMapSpec>::Share(&map)),
+template <class Provider>
+BoundMap BindProvider(const Protocol<Provider>& protocol, DisposablePtr<Provider> provider, DataMapSpec& map,
+                      bool identityWanted) {
+    std::wstring identity = identityWanted ? protocol.readIdentity(*provider) : std::wstring();
+    return {protocol.makeMapper(std::move(provider), DisposablePtr<DataMapSpec>::Share(&map)),
             std::move(identity)};
 }
 
-DisposablePtr<DataCollectionImpl> DeferOid(Address& address, DataMapSpec& map, IdentityCheck check) {
-    auto make = [device = DisposablePtr<Address>::Share(&address), check = std::move(check)] {
-        DisposablePtr<OIDProvider> provider = CreateOidProviderOrNull(*device);
-        const bool right = check(provider ? ReadSerialNumber(*provider) : std::wstring());
-        return right ? std::move(provider) : DisposablePtr<OIDProvider>();
+template <const auto& protocol>
+BoundMap BindAtOnce(Address& address, DataMapSpec& map, bool identityWanted) {
+    if (protocol.isPossible && !protocol.isPossible(address)) return {};
+    if (protocol.isReplaced && protocol.isReplaced(address)) return {};
+    auto provider = protocol.make(address, map);
+    return provider ? BindProvider(protocol, std::move(provider), map, identityWanted) : BoundMap();
+}
+
+template <const auto& protocol>
+DisposablePtr<DataCollectionImpl> BindLater(Address& address, DataMapSpec& map, IdentityCheck check) {
+    if (protocol.isPossible && !protocol.isPossible(address)) return {};
+    auto spec = DisposablePtr<DataMapSpec>::Share(&map);
+    auto make = [device = DisposablePtr<Address>::Share(&address), spec, check = std::move(check)] {
+        auto provider = protocol.make(*device, *spec);
+        const bool isRight = check(provider ? protocol.readIdentity(*provider) : std::wstring());
+        return isRight ? std::move(provider) : decltype(provider)();
     };
-    return OIDDataMapper::Create(DeferOidProvider(std::move(make)), DisposablePtr<DataMapSpec>::Share(&map));
+    return protocol.makeMapper(protocol.defer(std::move(make)), std::move(spec));
 }
 
-template <class ProviderImpl, const XmlIdentity& where>
-DisposablePtr<DataCollectionImpl> DeferXml(Address& address, DataMapSpec& map, IdentityCheck check) {
-    auto make = [device = DisposablePtr<Address>::Share(&address), check = std::move(check)] {
-        DisposablePtr<IXMLProvider> provider = ProviderImpl::Create(device.Get());
-        const bool right = check(provider ? ReadIdentity(*provider, where) : std::wstring());
-        return right ? std::move(provider) : DisposablePtr<IXMLProvider>();
-    };
-    return XMLDataMapper::Create(DeferXmlProvider(ProviderImpl::kind, std::move(make)),
-                                 DisposablePtr<DataMapSpec>::Share(&map));
-}
-
-DisposablePtr<DataCollectionImpl> DeferWs(Address& address, DataMapSpec& map, IdentityCheck check) {
-    if (!HasWebServicePort(address)) return {};
-    return DeferXml<WSProviderImpl, wsIdentity>(address, map, std::move(check));
-}
-
-struct BinderEntry {
-    DataMapTypeEnum type;
-    MapBinder bind;
-    DeferredMapBinder defer;
+constexpr MapBinders binders[] = {
+    {DataMapTypeEnum::Pavo, BindAtOnce<pavo>, BindLater<pavo>},
+    {DataMapTypeEnum::WS, BindAtOnce<ws>, BindLater<ws>},
+    {DataMapTypeEnum::PLSXML, BindAtOnce<plsxml>, BindLater<plsxml>},
+    {DataMapTypeEnum::IPP, BindAtOnce<ipp>, nullptr},
+    {DataMapTypeEnum::OID, BindAtOnce<oid>, BindLater<oid>},
 };
-/// Making an IPP provider is asking for everything that it answers, which leaves nothing to defer.
-constexpr BinderEntry binders[] = {
-    {DataMapTypeEnum::Pavo, BindPavo, DeferXml<PavoProviderImpl, pavoIdentity>},
-    {DataMapTypeEnum::WS, BindWs, DeferWs},
-    {DataMapTypeEnum::PLSXML, BindPlsxml, DeferXml<PLSXMLProviderImpl, plsxmlIdentity>},
-    {DataMapTypeEnum::IPP, BindIpp, nullptr},
-    {DataMapTypeEnum::OID, BindOid, DeferOid},
-};
-constexpr BinderEntry noBinders = {DataMapTypeEnum::Unknown, nullptr, nullptr};
+constexpr MapBinders noBinders = {DataMapTypeEnum::Unknown, nullptr, nullptr};
 
-const BinderEntry& EntryOf(DataMapTypeEnum type) {
-    for (const BinderEntry& entry : binders) {
-        if (entry.type == type) return entry;
+}  // namespace
+
+const MapBinders& BindersOf(DataMapTypeEnum type) {
+    for (const MapBinders& row : binders) {
+        if (row.type == type) return row;
     }
     return noBinders;
 }
 
-}  // namespace
+BoundMap BindIppProvider(DisposablePtr<IPPProvider> provider, DataMapSpec& map, bool identityWanted) {
+    return BindProvider(ipp, std::move(provider), map, identityWanted);
+}
 
 DisposablePtr<OIDProvider> CreateOidProviderOrNull(Address& address) {
     try {
         return OIDProviderImpl::Create(&address);
     } catch (const _com_error& error) {
         if (error.Error() == E_OUTOFMEMORY) throw;
-        logSource.ErrorResult(error.Error(), L"The device's SNMP description is no text");
+        logSource.ErrorResult(error.Error(), L"The device's SNMP description is not text");
         return {};
     }
 }
-
-BoundMap BindIppProvider(DisposablePtr<IPPProvider> provider, DataMapSpec& map, bool identityWanted) {
-    std::wstring identity = identityWanted ? ReadText(*provider, "printer-uuid") : std::wstring();
-    return {IPPDataMapper::Create(std::move(provider), DisposablePtr<DataMapSpec>::Share(&map)),
-            std::move(identity)};
-}
-
-MapBinder BinderOf(DataMapTypeEnum type) { return EntryOf(type).bind; }
-
-DeferredMapBinder DeferredBinderOf(DataMapTypeEnum type) { return EntryOf(type).defer; }
 
 }  // namespace Corvix

@@ -48,7 +48,7 @@ BoundMap BindFromMemory(Address& address, const DataMapSpecCollection& maps, Reg
     const std::optional<KnownDevice> known = cache.Memory()->Recall(question);
     if (!known) return {};
     DataMapSpec* map = FindMap(maps, known->protocol);
-    const DeferredMapBinder bind = map ? DeferredBinderOf(map->GetDataMapType()) : nullptr;
+    const DeferredMapBinder bind = map ? BindersOf(map->GetDataMapType()).defer : nullptr;
     if (!bind) return {};
     return {bind(address, *map, CheckOf(cache, std::move(question), *known)), known->identity};
 }

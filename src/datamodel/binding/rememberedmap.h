@@ -1,4 +1,4 @@
-/// Binds a map without asking the device which one it speaks and who it is: an earlier collection did.
+/// Binds from the protocol and identity that an earlier collection recorded, without contacting the device.
 #pragma once
 
 #include "datamodel/binding/mapbinders.h"

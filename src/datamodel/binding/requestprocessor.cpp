@@ -5,7 +5,7 @@
 #include <string>
 
 #include "datamodel/binding/mapbinders.h"
-#include "datamodel/dom/dom.h"
+#include "datamodel/maps/ownedmaps.h"
 #include "datamodel/xml/wsproviderimpl.h"
 #include "utilslib/com.h"
 #include "utilslib/logging.h"
@@ -14,11 +14,6 @@ namespace Corvix {
 namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
-
-struct DisposeMaps {
-    void operator()(DataMapSpecCollection* maps) const { DataMapSpecCollection::Dispose(maps); }
-};
-using OwnedMaps = std::unique_ptr<DataMapSpecCollection, DisposeMaps>;
 
 /// The first item in name order that is of the kind, or null.
 template <class ItemSpec>
@@ -47,9 +42,8 @@ HRESULT Requestor::CreateFromDOM(Address& device, const wchar_t* document, VARIA
     const KyUtils::LogScope scope(logSource, "Corvix::Requestor::CreateFromDOM");
     ComPtr<IXMLDOMDocument> dom;
     if (LoadDomText(document, dom) != S_OK) return Fail(RequestStatus::DocumentNotLoaded);
-    ComPtr<IXMLDOMNode> root;
-    if (SelectNode(dom.Get(), L"DataMaps", root) != S_OK) return Fail(RequestStatus::NoDataMaps);
-    const OwnedMaps maps(DataMapSpecCollection::CreateDataMapSpecCollection(root.Get()));
+    OwnedMaps maps;
+    if (FAILED(ReadDataMaps(dom.Get(), maps))) return Fail(RequestStatus::NoDataMaps);
     return GetValueOrSetValueFromDataMapSpecsColl(device, *maps, value);
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-constexpr const wchar_t* dataKey = L"UBidiData";
+constexpr wchar_t dataKey[] = L"UBidiData";
 
 KyUtils::Variant TextOf(const PRINTER_ENUM_VALUESW& entry) {
     std::wstring text(entry.cbData / sizeof(wchar_t), L'\0');
@@ -89,8 +89,8 @@ HRESULT PrintDataCacheProvider::FillDataMapSpec(const DataMapSpec* spec, ValueSt
 }
 
 HRESULT PrintDataCacheProvider::GetDataValue(const wchar_t* name, VARIANT* value) {
-    const KyUtils::LogScope scope(logSource, "Corvix::PrintDataCacheProvider::GetDataValue");
-    return KyUtils::RaisingComErrors([&] { return values_.Get(name, value); });
+    return KyUtils::Entry(logSource, "Corvix::PrintDataCacheProvider::GetDataValue",
+                          [&] { return values_.Get(name, value); });
 }
 
 void PrintDataCacheProvider::RegistryWrite(const std::wstring& name, const VARIANT& value,
@@ -107,18 +107,16 @@ void PrintDataCacheProvider::RegistryWrite(const std::wstring& name, const VARIA
 
 HRESULT PrintDataCacheProvider::SetDataValue(const wchar_t* name, const VARIANT& value,
                                              unsigned long long timeStamp) {
-    const KyUtils::LogScope scope(logSource, "Corvix::PrintDataCacheProvider::SetDataValue");
-    if (!name) return S_FALSE;
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::PrintDataCacheProvider::SetDataValue", [&] {
+        if (!name) return S_FALSE;
         RegistryWrite(name, value, timeStamp);
         return S_OK;
     });
 }
 
 HRESULT PrintDataCacheProvider::SetDataValues(const CachedValueMap* values) {
-    const KyUtils::LogScope scope(logSource, "Corvix::PrintDataCacheProvider::SetDataValues");
-    if (!values) return S_FALSE;
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::PrintDataCacheProvider::SetDataValues", [&] {
+        if (!values) return S_FALSE;
         for (const auto& [name, record] : *values) {
             if (!KyUtils::IsExpired(record.timeStamp, record.lifespan))
                 RegistryWrite(name, record.value, record.timeStamp);

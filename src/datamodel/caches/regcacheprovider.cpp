@@ -64,8 +64,8 @@ HRESULT RegCacheProvider::PopulateFromRegistry(const DataMapSpec* spec, ValueSto
 }
 
 HRESULT RegCacheProvider::GetDataValue(const wchar_t* name, VARIANT* value) {
-    const KyUtils::LogScope scope(logSource, "Corvix::RegCacheProvider::GetDataValue");
-    return KyUtils::RaisingComErrors([&] { return values_.Get(name, value); });
+    return KyUtils::Entry(logSource, "Corvix::RegCacheProvider::GetDataValue",
+                          [&] { return values_.Get(name, value); });
 }
 
 bool RegCacheProvider::OpenForWriting(KyUtils::RegistryKey& key) const {
@@ -79,9 +79,8 @@ bool RegCacheProvider::OpenForWriting(KyUtils::RegistryKey& key) const {
 
 HRESULT RegCacheProvider::SetDataValue(const wchar_t* name, const VARIANT& value,
                                        unsigned long long timeStamp) {
-    const KyUtils::LogScope scope(logSource, "Corvix::RegCacheProvider::SetDataValue");
-    if (!name) return S_FALSE;
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::RegCacheProvider::SetDataValue", [&] {
+        if (!name) return S_FALSE;
         KyUtils::RegistryKey key;
         if (!OpenForWriting(key)) return S_FALSE;
         RegistryWrite(key, name, value, timeStamp);
@@ -90,9 +89,8 @@ HRESULT RegCacheProvider::SetDataValue(const wchar_t* name, const VARIANT& value
 }
 
 HRESULT RegCacheProvider::SetDataValues(const CachedValueMap* values) {
-    const KyUtils::LogScope scope(logSource, "Corvix::RegCacheProvider::SetDataValues");
-    if (!values) return S_FALSE;
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::RegCacheProvider::SetDataValues", [&] {
+        if (!values) return S_FALSE;
         KyUtils::RegistryKey key;
         if (!OpenForWriting(key)) return S_FALSE;
         for (const auto& [name, record] : *values) {

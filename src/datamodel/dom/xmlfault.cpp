@@ -52,13 +52,13 @@ constexpr Reason reasons[] = {
     {SC_E_MAXELEMENTDEPTH, L"elements nested too deeply"},
 };
 
-// All results of the reader that are about the document.
+/// All results of the reader that are about the document.
 constexpr unsigned firstXmlResult = 0xC00CE000;
 constexpr unsigned lastXmlResult = 0xC00CEFFF;
 
 using CreateXmlReaderFunction = HRESULT(WINAPI*)(REFIID, void**, IMalloc*);
 
-// The reader comes with the system; its import library does not come with every compiler.
+/// The reader comes with the system; its import library does not come with every compiler.
 HRESULT CreateReader(ComPtr<IXmlReader>& reader) {
     static const KyUtils::Module xmlLite = KyUtils::Module::FromSystemFolder(L"xmllite.dll");
     const auto create = xmlLite.Find<CreateXmlReaderFunction>("CreateXmlReader");

@@ -8,7 +8,7 @@ namespace Corvix {
 namespace {
 
 constexpr std::wstring_view blanks = L" \t\r\n";
-// The longer ones first, so that none is taken for its beginning.
+/// The longer ones first, so that none is taken for its beginning.
 constexpr std::wstring_view signOperators[] = {L"!=", L"<=", L">=", L"=", L"<", L">"};
 constexpr std::wstring_view wordOperators[] = {L"and", L"or"};
 

@@ -148,8 +148,7 @@ void CvxDataItem::AddToConversionCollection(const DomElement& element) {
 }
 
 VARIANT CvxDataItem::ConvertValue(VARIANT raw) const {
-    const KyUtils::LogScope scope(logSource, "Corvix::CvxDataItem::ConvertValue");
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::CvxDataItem::ConvertValue", [&] {
         if (equalsRules_.empty() && containsRules_.empty()) return KyUtils::Variant::Copy(raw).Release();
         const std::wstring text = KyUtils::ToLower(RawText(raw));
         const std::wstring* replacement = FindReplacement(equalsRules_, containsRules_, text);

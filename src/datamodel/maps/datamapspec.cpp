@@ -16,15 +16,13 @@ DataMapSpec::~DataMapSpec() = default;
 DataMapSpec* DataMapSpec::CreateDataMapSpec() { return CreateDataMapSpec(DataMapTypeEnum::Unknown); }
 
 DataMapSpec* DataMapSpec::CreateDataMapSpec(DataMapTypeEnum type) {
-    const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpec::CreateDataMapSpec");
-    return KyUtils::RaisingComErrors([type] {
+    return KyUtils::Entry(logSource, "Corvix::DataMapSpec::CreateDataMapSpec", [type] {
         return DisposablePtr<DataMapSpec>::Share(new DataMapSpecImpl(ProtocolText(type))).Release();
     });
 }
 
 DataMapSpec* DataMapSpec::CreateDataMapSpec(IXMLDOMNode* node) {
-    const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpec::CreateDataMapSpec");
-    return KyUtils::RaisingComErrors([node] {
+    return KyUtils::Entry(logSource, "Corvix::DataMapSpec::CreateDataMapSpec", [node] {
         auto map = DisposablePtr<DataMapSpecImpl>::Share(new DataMapSpecImpl);
         map->Read(node);
         return map.Release();

@@ -1,5 +1,5 @@
-#include "corvixdm/datamapspec.h"
 #include "datamodel/dom/domreader.h"
+#include "datamodel/maps/ownedmaps.h"
 #include "utilslib/boundary.h"
 
 namespace Corvix {
@@ -14,10 +14,8 @@ DataMapSpecCollection* DataMapSpecCollection::CreateDataMapSpecCollection() {
 }
 
 DataMapSpecCollection* DataMapSpecCollection::CreateDataMapSpecCollection(IXMLDOMNode* node) {
-    const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpecCollection::CreateDataMapSpecCollection");
-    return KyUtils::RaisingComErrors([node] {
-        std::unique_ptr<DataMapSpecCollection, decltype(&Dispose)> collection(new DataMapSpecCollection,
-                                                                              &Dispose);
+    return KyUtils::Entry(logSource, "Corvix::DataMapSpecCollection::CreateDataMapSpecCollection", [node] {
+        OwnedMaps collection(new DataMapSpecCollection);
         ForEachChild(node, [&collection](IXMLDOMNode* child) {
             collection->AddDataMapSpec(DataMapSpec::CreateDataMapSpec(child));
         });
@@ -41,6 +39,15 @@ DataMapSpec* DataMapSpecCollection::GetDataMapSpec(unsigned index) const {
 void DataMapSpecCollection::Dispose(DataMapSpecCollection* collection) {
     const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpecCollection::Dispose");
     delete collection;
+}
+
+HRESULT ReadDataMaps(IXMLDOMNode* document, OwnedMaps& maps) {
+    ComPtr<IXMLDOMNode> root;
+    const HRESULT selected = SelectNode(document, L"DataMaps", root);
+    if (FAILED(selected)) return selected;
+    if (!root) return E_FAIL;
+    maps.reset(DataMapSpecCollection::CreateDataMapSpecCollection(root.Get()));
+    return S_OK;
 }
 
 }  // namespace Corvix

@@ -27,22 +27,22 @@ IPPDataItemSpec::IPPDataItemSpec(const wchar_t* name, const wchar_t* command, bo
 }
 
 IPPDataItemSpec* IPPDataItemSpec::CreateIPPDataItemSpec() {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPDataItemSpec::CreateIPPDataItemSpec");
-    return KyUtils::RaisingComErrors([] { return new IPPDataItemSpec; });
+    return KyUtils::Entry(logSource, "Corvix::IPPDataItemSpec::CreateIPPDataItemSpec",
+                          [] { return new IPPDataItemSpec; });
 }
 
 IPPDataItemSpec* IPPDataItemSpec::CreateIPPDataItemSpec(IXMLDOMNode* node) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPDataItemSpec::CreateIPPDataItemSpec");
-    return KyUtils::RaisingComErrors([&] { return new IPPDataItemSpec(DomElement(node)); });
+    return KyUtils::Entry(logSource, "Corvix::IPPDataItemSpec::CreateIPPDataItemSpec",
+                          [&] { return new IPPDataItemSpec(DomElement(node)); });
 }
 
 IPPDataItemSpec* IPPDataItemSpec::CreateIPPDataItemSpec(const wchar_t* name, const wchar_t* command,
                                                         bool transient, const wchar_t* prefix,
                                                         const wchar_t* jobUri, unsigned long long lifespan,
                                                         const wchar_t* type) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPDataItemSpec::CreateIPPDataItemSpec");
-    return KyUtils::RaisingComErrors(
-        [&] { return new IPPDataItemSpec(name, command, transient, prefix, jobUri, lifespan, type); });
+    return KyUtils::Entry(logSource, "Corvix::IPPDataItemSpec::CreateIPPDataItemSpec", [&] {
+        return new IPPDataItemSpec(name, command, transient, prefix, jobUri, lifespan, type);
+    });
 }
 
 void IPPDataItemSpec::Initialize() {

@@ -22,20 +22,19 @@ NextOIDDataItemSpec::NextOIDDataItemSpec(const wchar_t* name, const wchar_t* oid
       untilEnd_(untilEnd) {}
 
 NextOIDDataItemSpec* NextOIDDataItemSpec::CreateNextOidDataItemSpec() {
-    const KyUtils::LogScope scope(logSource, "Corvix::NextOIDDataItemSpec::CreateNextOidDataItemSpec");
-    return KyUtils::RaisingComErrors([] { return new NextOIDDataItemSpec; });
+    return KyUtils::Entry(logSource, "Corvix::NextOIDDataItemSpec::CreateNextOidDataItemSpec",
+                          [] { return new NextOIDDataItemSpec; });
 }
 
 NextOIDDataItemSpec* NextOIDDataItemSpec::CreateNextOidDataItemSpec(IXMLDOMNode* node) {
-    const KyUtils::LogScope scope(logSource, "Corvix::NextOIDDataItemSpec::CreateNextOidDataItemSpec");
-    return KyUtils::RaisingComErrors([&] { return new NextOIDDataItemSpec(DomElement(node)); });
+    return KyUtils::Entry(logSource, "Corvix::NextOIDDataItemSpec::CreateNextOidDataItemSpec",
+                          [&] { return new NextOIDDataItemSpec(DomElement(node)); });
 }
 
 NextOIDDataItemSpec* NextOIDDataItemSpec::CreateNextOidDataItemSpec(
     const wchar_t* name, const wchar_t* oid, const wchar_t* group, bool transient, const wchar_t* prefix,
     unsigned long long lifespan, const wchar_t* type, bool untilEnd, int count) {
-    const KyUtils::LogScope scope(logSource, "Corvix::NextOIDDataItemSpec::CreateNextOidDataItemSpec");
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::NextOIDDataItemSpec::CreateNextOidDataItemSpec", [&] {
         return new NextOIDDataItemSpec(name, oid, group, transient, prefix, lifespan, type, untilEnd, count);
     });
 }

@@ -19,22 +19,22 @@ OIDDataItemSpec::OIDDataItemSpec(const wchar_t* name, const wchar_t* oid, const 
     : DataItemSpec(name, transient, prefix, lifespan, type), group_(CopyText(group)), oid_(CopyText(oid)) {}
 
 OIDDataItemSpec* OIDDataItemSpec::CreateOIDDataItemSpec() {
-    const KyUtils::LogScope scope(logSource, "Corvix::OIDDataItemSpec::CreateOIDDataItemSpec");
-    return KyUtils::RaisingComErrors([] { return new OIDDataItemSpec; });
+    return KyUtils::Entry(logSource, "Corvix::OIDDataItemSpec::CreateOIDDataItemSpec",
+                          [] { return new OIDDataItemSpec; });
 }
 
 OIDDataItemSpec* OIDDataItemSpec::CreateOIDDataItemSpec(IXMLDOMNode* node) {
-    const KyUtils::LogScope scope(logSource, "Corvix::OIDDataItemSpec::CreateOIDDataItemSpec");
-    return KyUtils::RaisingComErrors([&] { return new OIDDataItemSpec(DomElement(node)); });
+    return KyUtils::Entry(logSource, "Corvix::OIDDataItemSpec::CreateOIDDataItemSpec",
+                          [&] { return new OIDDataItemSpec(DomElement(node)); });
 }
 
 OIDDataItemSpec* OIDDataItemSpec::CreateOIDDataItemSpec(const wchar_t* name, const wchar_t* oid,
                                                         const wchar_t* group, bool transient,
                                                         const wchar_t* prefix, unsigned long long lifespan,
                                                         const wchar_t* type) {
-    const KyUtils::LogScope scope(logSource, "Corvix::OIDDataItemSpec::CreateOIDDataItemSpec");
-    return KyUtils::RaisingComErrors(
-        [&] { return new OIDDataItemSpec(name, oid, group, transient, prefix, lifespan, type); });
+    return KyUtils::Entry(logSource, "Corvix::OIDDataItemSpec::CreateOIDDataItemSpec", [&] {
+        return new OIDDataItemSpec(name, oid, group, transient, prefix, lifespan, type);
+    });
 }
 
 void OIDDataItemSpec::Initialize() {

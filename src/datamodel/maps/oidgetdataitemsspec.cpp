@@ -29,20 +29,19 @@ OIDGetDataItemsSpec::OIDGetDataItemsSpec(const wchar_t* name, const wchar_t* oid
       untilEnd_(untilEnd) {}
 
 OIDGetDataItemsSpec* OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec() {
-    const KyUtils::LogScope scope(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec");
-    return KyUtils::RaisingComErrors([] { return new OIDGetDataItemsSpec; });
+    return KyUtils::Entry(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec",
+                          [] { return new OIDGetDataItemsSpec; });
 }
 
 OIDGetDataItemsSpec* OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(IXMLDOMNode* node) {
-    const KyUtils::LogScope scope(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec");
-    return KyUtils::RaisingComErrors([&] { return new OIDGetDataItemsSpec(DomElement(node)); });
+    return KyUtils::Entry(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec",
+                          [&] { return new OIDGetDataItemsSpec(DomElement(node)); });
 }
 
 OIDGetDataItemsSpec* OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(
     const wchar_t* name, const wchar_t* oid, const wchar_t* group, bool transient, const wchar_t* prefix,
     unsigned long long lifespan, const wchar_t* type, bool untilEnd, int count, const wchar_t* n) {
-    const KyUtils::LogScope scope(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec");
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec", [&] {
         return new OIDGetDataItemsSpec(name, oid, group, transient, prefix, lifespan, type, untilEnd, count,
                                        n);
     });
@@ -71,8 +70,8 @@ std::wstring OIDGetDataItemsSpec::GetOid() {
 }
 
 std::wstring OIDGetDataItemsSpec::GetNextOid() {
-    const KyUtils::LogScope scope(logSource, "Corvix::OIDGetDataItemsSpec::GetNextOid");
-    return KyUtils::RaisingComErrors([this] { return FindAndReplaceNInOID(); });
+    return KyUtils::Entry(logSource, "Corvix::OIDGetDataItemsSpec::GetNextOid",
+                          [this] { return FindAndReplaceNInOID(); });
 }
 
 std::wstring OIDGetDataItemsSpec::FindAndReplaceNInOID() {

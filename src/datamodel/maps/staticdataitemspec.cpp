@@ -17,19 +17,19 @@ StaticDataItemSpec::StaticDataItemSpec(const wchar_t* name, const wchar_t* value
     : CvxDataItem(name, prefix), value_(CopyText(value)) {}
 
 StaticDataItemSpec* StaticDataItemSpec::CreateStaticDataItemSpec() {
-    const KyUtils::LogScope scope(logSource, "Corvix::StaticDataItemSpec::CreateStaticDataItemSpec");
-    return KyUtils::RaisingComErrors([] { return new StaticDataItemSpec; });
+    return KyUtils::Entry(logSource, "Corvix::StaticDataItemSpec::CreateStaticDataItemSpec",
+                          [] { return new StaticDataItemSpec; });
 }
 
 StaticDataItemSpec* StaticDataItemSpec::CreateStaticDataItemSpec(IXMLDOMNode* node) {
-    const KyUtils::LogScope scope(logSource, "Corvix::StaticDataItemSpec::CreateStaticDataItemSpec");
-    return KyUtils::RaisingComErrors([&] { return new StaticDataItemSpec(DomElement(node)); });
+    return KyUtils::Entry(logSource, "Corvix::StaticDataItemSpec::CreateStaticDataItemSpec",
+                          [&] { return new StaticDataItemSpec(DomElement(node)); });
 }
 
 StaticDataItemSpec* StaticDataItemSpec::CreateStaticDataItemSpec(const wchar_t* name, const wchar_t* value,
                                                                  const wchar_t* prefix) {
-    const KyUtils::LogScope scope(logSource, "Corvix::StaticDataItemSpec::CreateStaticDataItemSpec");
-    return KyUtils::RaisingComErrors([&] { return new StaticDataItemSpec(name, value, prefix); });
+    return KyUtils::Entry(logSource, "Corvix::StaticDataItemSpec::CreateStaticDataItemSpec",
+                          [&] { return new StaticDataItemSpec(name, value, prefix); });
 }
 
 void StaticDataItemSpec::Initialize() { value_.reset(); }

@@ -19,22 +19,22 @@ XMLDataItemSpec::XMLDataItemSpec(const wchar_t* name, const wchar_t* uri, const 
     : DataItemSpec(name, transient, prefix, lifespan, type), uri_(CopyText(uri)), xpath_(CopyText(xpath)) {}
 
 XMLDataItemSpec* XMLDataItemSpec::CreateXMLDataItem() {
-    const KyUtils::LogScope scope(logSource, "Corvix::XMLDataItemSpec::CreateXMLDataItem");
-    return KyUtils::RaisingComErrors([] { return new XMLDataItemSpec; });
+    return KyUtils::Entry(logSource, "Corvix::XMLDataItemSpec::CreateXMLDataItem",
+                          [] { return new XMLDataItemSpec; });
 }
 
 XMLDataItemSpec* XMLDataItemSpec::CreateXMLDataItem(IXMLDOMNode* node) {
-    const KyUtils::LogScope scope(logSource, "Corvix::XMLDataItemSpec::CreateXMLDataItem");
-    return KyUtils::RaisingComErrors([&] { return new XMLDataItemSpec(DomElement(node)); });
+    return KyUtils::Entry(logSource, "Corvix::XMLDataItemSpec::CreateXMLDataItem",
+                          [&] { return new XMLDataItemSpec(DomElement(node)); });
 }
 
 XMLDataItemSpec* XMLDataItemSpec::CreateXMLDataItem(const wchar_t* name, const wchar_t* uri,
                                                     const wchar_t* xpath, const wchar_t* prefix,
                                                     bool transient, unsigned long long lifespan,
                                                     const wchar_t* type) {
-    const KyUtils::LogScope scope(logSource, "Corvix::XMLDataItemSpec::CreateXMLDataItem");
-    return KyUtils::RaisingComErrors(
-        [&] { return new XMLDataItemSpec(name, uri, xpath, prefix, transient, lifespan, type); });
+    return KyUtils::Entry(logSource, "Corvix::XMLDataItemSpec::CreateXMLDataItem", [&] {
+        return new XMLDataItemSpec(name, uri, xpath, prefix, transient, lifespan, type);
+    });
 }
 
 void XMLDataItemSpec::Initialize() {

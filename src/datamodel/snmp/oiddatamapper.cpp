@@ -6,6 +6,7 @@
 #include "datamodel/collection/itemname.h"
 #include "datamodel/snmp/oidtext.h"
 #include "datamodel/snmp/oidwalk.h"
+#include "datamodel/snmp/variantlist.h"
 #include "utilslib/boundary.h"
 #include "utilslib/logging.h"
 
@@ -16,43 +17,6 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr std::wstring_view wholeSequence = L"###";
 constexpr size_t sequenceDigits = 3;
-constexpr wchar_t groupSeparator = L',';
-
-/// Owns the values of one multiple get.
-class VariantList {
-public:
-    explicit VariantList(size_t count) : values_(count) {
-        for (VARIANT& value : values_)
-            VariantInit(&value);
-    }
-    ~VariantList() {
-        for (VARIANT& value : values_)
-            VariantClear(&value);
-    }
-    VariantList(const VariantList&) = delete;
-    VariantList& operator=(const VariantList&) = delete;
-
-    VARIANT* Data() { return values_.data(); }
-    unsigned Count() const { return static_cast<unsigned>(values_.size()); }
-
-    /// \throws _com_error for a value that has no text.
-    std::wstring Join() const {
-        std::wstring text;
-        for (const VARIANT& value : values_) {
-            if (&value != values_.data()) text += groupSeparator;
-            text += TextOf(value);
-        }
-        return text;
-    }
-
-private:
-    static std::wstring TextOf(const VARIANT& value) {
-        if (value.vt == VT_I4) return std::to_wstring(value.lVal);
-        return std::wstring(KyUtils::Variant::ToText(value).Text());
-    }
-
-    std::vector<VARIANT> values_;
-};
 
 std::wstring_view ViewOf(const wchar_t* text) { return text ? std::wstring_view(text) : std::wstring_view(); }
 
@@ -91,7 +55,7 @@ struct OIDDataMapper::Sequence {
     int count = 0;         ///< of the elements fetched
     bool complete = true;  ///< whether the device told where the sequence ends, and what is missing in it
 
-    /// Every failure but one leaves open whether there would have been something.
+    /// Any failure other than "not found" means that the element may exist.
     void Note(HRESULT result) {
         if (FAILED(result) && result != HRESULT_FROM_WIN32(ERROR_NOT_FOUND)) complete = false;
     }
@@ -148,9 +112,8 @@ OIDDataMapper::DataNode OIDDataMapper::GetDataNode(std::wstring_view name) const
 }
 
 HRESULT OIDDataMapper::GetValue(const wchar_t* name, VARIANT* value) {
-    const KyUtils::LogScope scope(logSource, "Corvix::OIDDataMapper::GetValue");
-    if (!name || !value || !provider_) return E_FAIL;
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::OIDDataMapper::GetValue", [&] {
+        if (!name || !value || !provider_) return E_FAIL;
         const HRESULT stored = DataCollectionImpl::GetValue(name, value);
         if (stored == S_OK) return stored;
         const DataNode node = GetDataNode(name);
@@ -173,27 +136,21 @@ HRESULT OIDDataMapper::GetDataItem(std::wstring_view name, const OIDDataItemSpec
 }
 
 HRESULT OIDDataMapper::GetGroup(std::wstring_view name, const OIDDataItemSpec& item, VARIANT* value) {
-    std::vector<const wchar_t*> oids;
-    for (const GroupMember& member : PopulateOidListForGroupID(item.GetGroup()))
-        oids.push_back(member.oid);
+    std::vector<const wchar_t*> oids = PopulateOidListForGroupID(item.GetGroup());
     VariantList values(oids.size());
     const HRESULT result = provider_->GetMultipleValues(oids.data(), values.Data(), values.Count());
     if (FAILED(result)) return result;
     return Answer(item, name, KyUtils::Variant::FromText(values.Join()), value);
 }
 
-std::vector<OIDDataMapper::GroupMember> OIDDataMapper::PopulateOidListForGroupID(
-    std::wstring_view group) const {
-    std::vector<GroupMember> members;
-    for (const auto& [mapName, each] : Map()->GetItems()) {
+std::vector<const wchar_t*> OIDDataMapper::PopulateOidListForGroupID(std::wstring_view group) const {
+    std::vector<const wchar_t*> oids;
+    for (const auto& [name, each] : Map()->GetItems()) {
         const auto* item = dynamic_cast<const OIDDataItemSpec*>(each.get());
-        if (!item || !item->GetOid() || ViewOf(item->GetGroup()) != group) continue;
-        GroupMember member{{}, item->IsTransient(), item->GetOid()};
-        if (FAILED(ConstructKey(ViewOf(item->GetPrefix()), ViewOf(item->GetName()), {}, member.key)))
-            continue;
-        members.push_back(std::move(member));
+        const bool isMember = item && item->GetOid() && ViewOf(item->GetGroup()) == group;
+        if (isMember && !ViewOf(item->GetName()).empty()) oids.push_back(item->GetOid());
     }
-    return members;
+    return oids;
 }
 
 HRESULT OIDDataMapper::AnswerSequence(const DataNode& node, VARIANT* value) {

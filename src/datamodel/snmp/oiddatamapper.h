@@ -40,11 +40,6 @@ private:
         std::wstring_view suffix;
         OIDDataItemSpec* item = nullptr;  ///< null for a name that is no SNMP item of the map
     };
-    struct GroupMember {
-        std::wstring key;
-        bool transient;
-        const wchar_t* oid;
-    };
     struct Sequence;
 
     OIDDataMapper(DisposablePtr<OIDProvider> provider, DisposablePtr<DataMapSpec> map);
@@ -54,7 +49,7 @@ private:
     HRESULT Fetch(const wchar_t* name, const DataNode& node, VARIANT* value);
     HRESULT GetDataItem(std::wstring_view name, const OIDDataItemSpec& item, VARIANT* value);
     HRESULT GetGroup(std::wstring_view name, const OIDDataItemSpec& item, VARIANT* value);
-    std::vector<GroupMember> PopulateOidListForGroupID(std::wstring_view group) const;
+    std::vector<const wchar_t*> PopulateOidListForGroupID(std::wstring_view group) const;
     HRESULT GetNextDataItem(Sequence& sequence, const NextOIDDataItemSpec& item, VARIANT* value);
     HRESULT GetDataItemsInSequnce(Sequence& sequence, const OIDGetDataItemsSpec& item, VARIANT* value);
 

@@ -13,7 +13,7 @@ namespace {
 const KyUtils::LogSource logSource(L"CorvixDM");
 
 /// hrDeviceDescr of the first device (RFC 2790): a printer that has SNMP at all answers it.
-constexpr const wchar_t* probeOid = L"1.3.6.1.2.1.25.3.2.1.3.1";
+constexpr wchar_t probeOid[] = L"1.3.6.1.2.1.25.3.2.1.3.1";
 constexpr wchar_t triggerSeparator = L';';
 
 bool HasDescription(MIBConnection& connection) {

@@ -10,7 +10,7 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-// The room for the next name: a little more than the start needs, a little more again with every object.
+/// The room for the next name: a little more than the start needs, a little more again with every object.
 constexpr size_t firstMargin = 5;
 constexpr size_t growthPerObject = 4;
 constexpr size_t growthPerRetry = 2;

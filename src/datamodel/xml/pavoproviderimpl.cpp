@@ -10,7 +10,7 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-constexpr const wchar_t* discoveryTree = L"/DevMgmt/DiscoveryTree.xml";
+constexpr wchar_t discoveryTree[] = L"/DevMgmt/DiscoveryTree.xml";
 
 bool IsResourceType(const wchar_t* uri) { return *uri && *uri != L'/'; }
 

@@ -15,8 +15,8 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-constexpr const wchar_t* defaultUserName = L"guest";
-constexpr const wchar_t* defaultPath = L"/";
+constexpr wchar_t defaultUserName[] = L"guest";
+constexpr wchar_t defaultPath[] = L"/";
 /// The print service, as its requests name it.
 constexpr std::wstring_view printService = L"uri:prn";
 
@@ -164,7 +164,7 @@ HRESULT WSProviderImpl::Post(const wchar_t* path, const std::string& envelope, s
                            static_cast<unsigned long>(envelope.size()));
     if (FAILED(result)) return result;
     request->SetContentType(L"application/soap+xml");
-    return ReceiveBody(*request, body);
+    return ReceiveText(*request, body);
 }
 
 }  // namespace Corvix

@@ -41,8 +41,7 @@ std::wstring XMLDataMapper::GetDataMapName() const {
 }
 
 HRESULT XMLDataMapper::GetValue(const wchar_t* name, VARIANT* value) {
-    const KyUtils::LogScope scope(logSource, "Corvix::XMLDataMapper::GetValue");
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::XMLDataMapper::GetValue", [&] {
         const HRESULT stored = DataCollectionImpl::GetValue(name, value);
         return SUCCEEDED(stored) ? stored : Fetch(name, value);
     });

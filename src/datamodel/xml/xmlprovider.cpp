@@ -1,10 +1,10 @@
 #include "datamodel/xml/xmlprovider.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 #include "datamodel/dom/devicexml.h"
+#include "datamodel/transport/fetch.h"
 #include "utilslib/clock.h"
 #include "utilslib/logging.h"
 
@@ -13,13 +13,7 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-constexpr unsigned long statusOk = 200;
-constexpr const wchar_t* defaultUserName = L"admin";
-
-std::string TextOf(HTTPResponse& response) {
-    const auto* body = reinterpret_cast<const char*>(response.GetBody());
-    return body ? std::string(body, strnlen(body, response.GetBodyLength())) : std::string();
-}
+constexpr wchar_t defaultUserName[] = L"admin";
 
 HRESULT CopyText(std::wstring_view source, wchar_t* text, unsigned textChars) {
     if (!text || textChars <= source.size()) return E_OUTOFMEMORY;
@@ -41,27 +35,16 @@ void XMLProvider::SetCredentials(std::wstring userName, std::wstring password) {
 }
 
 HRESULT XMLProvider::CreateRequest(DisposablePtr<HTTPRequest>& request) {
-    if (!address_) return E_FAIL;
-    const HRESULT result = address_->CreateHTTPRequest(request.Receive(), port_);
-    if (result != S_OK) return FAILED(result) ? result : E_FAIL;
-    return request ? S_OK : E_FAIL;
+    return address_ ? Corvix::CreateRequest(*address_, port_, request) : E_FAIL;
 }
 
-HRESULT XMLProvider::ReceiveBody(HTTPRequest& request, std::string& body) {
-    DisposablePtr<HTTPResponse> response;
-    const HRESULT result = request.GetResponse(response.Receive());
-    if (FAILED(result)) {
-        logSource.ErrorResult(result, L"No response, system error %lu", request.GetLastErrorCode());
-        return result;
-    }
-    if (!response) return E_FAIL;
-    const unsigned long status = response->GetStatusCode();
-    if (status != statusOk) {
-        logSource.Error(L"HTTP status %lu", status);
-        return E_FAIL;
-    }
-    body = TextOf(*response);
-    return S_OK;
+HRESULT XMLProvider::ReceiveText(HTTPRequest& request, std::string& text) {
+    std::string body;
+    unsigned long status = 0;
+    const HRESULT result = ReceiveBody(request, body, status);
+    // A document ends with the first zero, wherever its body does.
+    if (SUCCEEDED(result)) text = body.substr(0, body.find('\0'));
+    return result;
 }
 
 HRESULT XMLProvider::GetContent(const wchar_t* uri, std::string& body) {
@@ -75,7 +58,7 @@ HRESULT XMLProvider::GetContent(const wchar_t* uri, std::string& body) {
         request->SetPassword(password_.c_str());
         request->SetUserName(userName_.empty() ? defaultUserName : userName_.c_str());
     }
-    return ReceiveBody(*request, body);
+    return ReceiveText(*request, body);
 }
 
 const XMLProvider::CachedDocument* XMLProvider::FindDocument(const std::wstring& uri,

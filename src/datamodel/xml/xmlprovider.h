@@ -31,10 +31,10 @@ protected:
     Address* Device() const { return address_.Get(); }
     const std::wstring& UserName() const { return userName_; }
     const std::wstring& Password() const { return password_; }
-    /// A new request on the provider's port. \return the transport's result, E_FAIL without a request.
+    /// A new request on the provider's port.
     HRESULT CreateRequest(DisposablePtr<HTTPRequest>& request);
-    /// Waits for the response and takes the body of a 200; `body` is left as it was on failure.
-    static HRESULT ReceiveBody(HTTPRequest& request, std::string& body);
+    /// Waits for the answer of status 200 and takes its text, which is left as it was on failure.
+    static HRESULT ReceiveText(HTTPRequest& request, std::string& text);
 
 private:
     struct CachedDocument {

@@ -65,18 +65,4 @@ private:
     const KernelMutex* mutex_;
 };
 
-/// Puts the thread's last-error value back as it was.
-class LastErrorKeeper {
-public:
-    LastErrorKeeper() noexcept : error_(GetLastError()) {}
-    LastErrorKeeper(const LastErrorKeeper&) = delete;
-    LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
-    ~LastErrorKeeper() { SetLastError(error_); }
-
-    DWORD Error() const noexcept { return error_; }
-
-private:
-    DWORD error_;
-};
-
 }  // namespace KyUtils

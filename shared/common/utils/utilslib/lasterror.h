@@ -1,12 +1,18 @@
-/// The thread's last error across what may change it.
+/// The thread's last error: failing with one, and keeping it across what may change it.
 #pragma once
 
 #include <windows.h>
 
 namespace KyUtils {
 
-/// Puts the last error back to what it was, or to what it is told, when the scope is left: cleaning up must
-/// not hide why it was needed.
+/// Sets the last error and gives the result, for `return FailWith(...)`.
+inline HRESULT FailWith(DWORD error, HRESULT result = E_FAIL) noexcept {
+    SetLastError(error);
+    return result;
+}
+
+/// Puts the last error back to what it was, or to what it is told, when the scope is left: neither cleaning up
+/// nor logging may hide why it was needed.
 class LastErrorScope {
 public:
     LastErrorScope() noexcept : error_(GetLastError()) {}
@@ -21,11 +27,5 @@ public:
 private:
     DWORD error_;
 };
-
-/// Sets the last error. \return E_FAIL
-inline HRESULT FailWith(DWORD error) noexcept {
-    SetLastError(error);
-    return E_FAIL;
-}
 
 }  // namespace KyUtils

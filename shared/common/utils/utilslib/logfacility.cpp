@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "utilslib/lasterror.h"
 #include "utilslib/logline.h"
 
 namespace KyUtils {
@@ -54,7 +55,7 @@ LogModule& LogFacility::Register(const wchar_t* name) {
 }
 
 void LogFacility::Refresh(bool anew) noexcept {
-    const LastErrorKeeper lastError;
+    const LastErrorScope lastError;
     try {
         MonitorSettings monitorSettings;
         {

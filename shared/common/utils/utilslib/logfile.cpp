@@ -16,7 +16,7 @@ Handle OpenForAppending(const std::wstring& name) {
                               FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-// The file's length, with the position at its end; devices have none.
+/// The file's length, with the position at its end; devices have none.
 std::uint64_t MoveToEnd(const Handle& file) {
     LARGE_INTEGER end{};
     if (!SetFilePointerEx(file.Get(), {}, &end, FILE_END)) return 0;

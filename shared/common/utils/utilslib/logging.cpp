@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "utilslib/lasterror.h"
 #include "utilslib/logfacility.h"
 #include "utilslib/logtext.h"
 
@@ -25,7 +26,7 @@ void LogSource::WriteNoted(std::uint32_t flags, const wchar_t* format, std::va_l
 }
 
 void LogSource::Write(std::uint32_t flags, const wchar_t* format, ...) const noexcept {
-    const LastErrorKeeper lastError;
+    const LastErrorScope lastError;
     std::va_list arguments;
     va_start(arguments, format);
     WriteNoted(flags, format, arguments, [] { return L""; });
@@ -34,7 +35,7 @@ void LogSource::Write(std::uint32_t flags, const wchar_t* format, ...) const noe
 
 void LogSource::WriteWithResult(std::uint32_t flags, HRESULT result, const wchar_t* format,
                                 ...) const noexcept {
-    const LastErrorKeeper lastError;
+    const LastErrorScope lastError;
     std::va_list arguments;
     va_start(arguments, format);
     WriteNoted(flags, format, arguments, [result] { return ResultNote(result); });
@@ -42,10 +43,10 @@ void LogSource::WriteWithResult(std::uint32_t flags, HRESULT result, const wchar
 }
 
 void LogSource::WriteWithLastError(std::uint32_t flags, const wchar_t* format, ...) const noexcept {
-    const LastErrorKeeper lastError;
+    const LastErrorScope lastError;
     std::va_list arguments;
     va_start(arguments, format);
-    WriteNoted(flags, format, arguments, [&lastError] { return LastErrorNote(lastError.Error()); });
+    WriteNoted(flags, format, arguments, [&lastError] { return LastErrorNote(lastError.Get()); });
     va_end(arguments);
 }
 

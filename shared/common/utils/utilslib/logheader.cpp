@@ -14,7 +14,7 @@
 namespace KyUtils {
 namespace {
 
-// The module that this code is linked into: the library, not the program that loaded it.
+/// The module that this code is linked into: the library, not the program that loaded it.
 HMODULE OwnModule() {
     static const wchar_t inThisModule = 0;
     HMODULE module = nullptr;

@@ -50,7 +50,7 @@ struct PrefixPart {
     std::wstring (*text)(std::uint32_t options, const LineOrigin& origin, Sequence sequence);
 };
 
-// In the order in which they are written.
+/// In the order in which they are written.
 constexpr PrefixPart prefixParts[] = {
     {LogOption::Date, DatePrefix},
     {LogOption::Time, TimePrefix},
@@ -94,7 +94,7 @@ std::wstring_view WithoutTrailingLineEnds(std::wstring_view text) {
     return text.substr(0, last == text.npos ? 0 : last + 1);
 }
 
-// Cuts off the first line, with the line end after it.
+/// Cuts off the first line, with the line end after it.
 std::wstring_view TakeLine(std::wstring_view& text) {
     const size_t end = text.find(L'\n');
     std::wstring_view line = text.substr(0, end);

@@ -7,7 +7,7 @@ namespace {
 
 thread_local bool isInMonitor = false;
 
-// Marks the thread while the monitor's code runs: what is logged meanwhile must not come back to it.
+/// Marks the thread while the monitor's code runs: what is logged meanwhile must not come back to it.
 class MonitorCall {
 public:
     MonitorCall() { isInMonitor = true; }

@@ -2,14 +2,14 @@
 #include <exception>
 #include <new>
 
-#include "utilslib/handle.h"
+#include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/logtext.h"
 
 namespace KyUtils {
 namespace {
 
-// Reading a thread's own variable may change its last error: whoever does keeps that.
+/// Reading a thread's own variable may change its last error: whoever does keeps that.
 thread_local LogScope* innermostScope = nullptr;
 
 std::int64_t NowInMicroseconds() {
@@ -21,12 +21,12 @@ std::int64_t NowInMicroseconds() {
 }  // namespace
 
 void LogScope::NoteHandledException() noexcept {
-    const LastErrorKeeper lastError;
+    const LastErrorScope lastError;
     if (innermostScope) innermostScope->handledException_ = true;
 }
 
 void LogScope::Enter(const LogSource& source, const char* function, std::uint32_t flags) noexcept {
-    const LastErrorKeeper lastError;
+    const LastErrorScope lastError;
     source_ = &source;
     function_ = function;
     flags_ = flags;
@@ -38,7 +38,7 @@ void LogScope::Enter(const LogSource& source, const char* function, std::uint32_
 }
 
 void LogScope::Leave() noexcept {
-    const LastErrorKeeper lastError;
+    const LastErrorScope lastError;
     innermostScope = outer_;
     if (!source_->IsOn(LineFlag::Exit)) return;
     const int exceptionsInFlight = std::uncaught_exceptions();

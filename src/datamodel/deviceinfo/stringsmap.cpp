@@ -1,4 +1,4 @@
-#include "datamodel/api/stringsmap.h"
+#include "datamodel/deviceinfo/stringsmap.h"
 
 #include <algorithm>
 

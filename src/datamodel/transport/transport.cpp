@@ -1,9 +1,6 @@
 // The interfaces that callers implement: the library ships what every such class shares.
 #include "corvixdm/transport.h"
 
-#include "corvixdm/cacheprovider.h"
-#include "corvixdm/datacollection.h"
-
 namespace Corvix {
 
 HTTPResponse::HTTPResponse() = default;
