@@ -148,7 +148,6 @@ TEST_F(DataCollectionApiTest, ComesFromAnIppProvider) {
     map->AddDataItemSpec(L"map", StaticDataItemSpec::CreateStaticDataItemSpec(L"map", L"IPP", nullptr));
     maps->AddDataMapSpec(map);
     EXPECT_EQ(create(nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromIPPProvider(nullptr, maps, &collection, nullptr), E_FAIL);
     EXPECT_EQ(CreateDataCollectionFromIPPProvider(provider.Get(), nullptr, &collection, nullptr), E_FAIL);
     DisposablePtr<DataCollection> made;
     EXPECT_EQ(create(made.Receive()), S_OK);
@@ -195,28 +194,6 @@ TEST_F(DataCollectionApiTest, RefusesFilesThatDoNotLoad) {
     empty.close();
     EXPECT_NE(create(), S_OK) << "empty";
     EXPECT_NE(CreateDataCollectionFromFile(address.Get(), L"", &collection, nullptr), S_OK);
-}
-
-TEST_F(DataCollectionApiTest, RefusesMissingArguments) {
-    const ComThread com;
-    const ComPtr<IXMLDOMDocument> dom = Load(document);
-    DataMapSpecCollection* maps = DataMapSpecCollection::CreateDataMapSpecCollection();
-    Address* const to = address.Get();
-    EXPECT_EQ(CreateDataCollectionFromXML(nullptr, document, &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromXML(to, nullptr, &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromXML(to, document, nullptr, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromFile(nullptr, L"x", &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromFile(to, nullptr, &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromFile(to, L"x", nullptr, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromDOM(nullptr, dom.Get(), &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromDOM(to, nullptr, &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromDOM(to, dom.Get(), nullptr, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromDataMapSpecsCollection(nullptr, maps, &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromDataMapSpecsCollection(to, nullptr, &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateDataCollectionFromDataMapSpecsCollection(to, maps, &collection, nullptr), E_FAIL)
-        << "empty";
-    EXPECT_EQ(CreateDataCollectionFromDataMapSpecsCollection(to, maps, nullptr, nullptr), E_FAIL);
-    DataMapSpecCollection::Dispose(maps);
 }
 
 // A device that speaks the print contract answers other maps than the Pavo one, although it has the

@@ -98,17 +98,5 @@ TEST_F(RegistryCaches, TellWhetherTheyCanBeWritten) {
     EXPECT_TRUE(FAILED(CheckRegCacheAccess(tooLong.c_str())));
 }
 
-TEST_F(RegistryCaches, AreNeverTheRootOfTheRegistry) {
-    const auto ignore = [](const RegCacheEntry*, void*) {};
-    for (const wchar_t* path : {static_cast<const wchar_t*>(nullptr), L"", L"\\\\"}) {
-        unsigned removed = 9;
-        EXPECT_EQ(ListRegCache(path, ignore, nullptr), E_FAIL);
-        EXPECT_EQ(ClearRegCache(path, &removed), E_FAIL);
-        EXPECT_EQ(CheckRegCacheAccess(path), E_FAIL);
-        EXPECT_EQ(removed, 9u);
-    }
-    EXPECT_EQ(ListRegCache(root, nullptr, nullptr), E_FAIL);
-}
-
 }  // namespace
 }  // namespace Corvix

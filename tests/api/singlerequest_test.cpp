@@ -166,21 +166,5 @@ TEST_F(SingleRequestTest, LooksAtTheFirstMapOnly) {
     EXPECT_EQ(Get(L""), L"status 109");
 }
 
-TEST_F(SingleRequestTest, NeedsItsArguments) {
-    VARIANT value;
-    VariantInit(&value);
-    const std::wstring document = OidMap(pagesItem);
-    EXPECT_EQ(GetValueFromSingleRequest(nullptr, document.c_str(), &value), 108);
-    EXPECT_EQ(GetValueFromSingleRequest(address.Get(), nullptr, &value), 108);
-    EXPECT_EQ(GetValueFromSingleRequest(address.Get(), document.c_str(), nullptr), 108);
-    EXPECT_EQ(SetValueFromSingleRequest(address.Get(), document.c_str(), nullptr), 108);
-    EXPECT_EQ(Set(document, VT_EMPTY), 108u);
-    value.vt = VT_INT;
-    EXPECT_EQ(SetValueFromSingleRequest(nullptr, document.c_str(), &value), 108);
-    EXPECT_EQ(SetValueFromSingleRequest(address.Get(), nullptr, &value), 108);
-    EXPECT_EQ(device->calls, 0);
-    EXPECT_TRUE(agent->calls.empty());
-}
-
 }  // namespace
 }  // namespace Corvix

@@ -8,6 +8,7 @@
 #include "datamodel/caches/cachekeys.h"
 #include "datamodel/caches/printdatacacheprovider.h"
 #include "datamodel/caches/regcacheprovider.h"
+#include "datamodel/maps/ownedmaps.h"
 #include "datamodel/snmp/oididentity.h"
 #include "support/fakecache.h"
 #include "support/fakemib.h"
@@ -34,14 +35,9 @@ using KyUtils::Variant;
 constexpr const wchar_t* identityUri = L"/veyra/device/product_information.xml";
 constexpr const wchar_t* root = L"Software\\Test\\Cache";
 
-struct DisposeMaps {
-    void operator()(DataMapSpecCollection* maps) const { DataMapSpecCollection::Dispose(maps); }
-};
-using Maps = std::unique_ptr<DataMapSpecCollection, DisposeMaps>;
-
 /// Maps of these kinds, each with one item "Model".
-Maps MapsOf(std::initializer_list<DataMapTypeEnum> types) {
-    Maps maps(DataMapSpecCollection::CreateDataMapSpecCollection());
+OwnedMaps MapsOf(std::initializer_list<DataMapTypeEnum> types) {
+    OwnedMaps maps(DataMapSpecCollection::CreateDataMapSpecCollection());
     for (const DataMapTypeEnum type : types) {
         DataMapSpec* map = DataMapSpec::CreateDataMapSpec(type);
         map->AddDataItemSpec(L"Model", XMLDataItemSpec::CreateXMLDataItem(L"Model", L"/model.xml", L"//Model",
@@ -83,7 +79,7 @@ void ServeIpp(FakeDevice& device, const std::string& attributes) {
     device.resources[L"/ipp/printer"] = {200, Ipp::Testing::Body(attributes)};
 }
 
-DisposablePtr<DataCollection> Create(const FakeDevicePtr& device, const Maps& maps,
+DisposablePtr<DataCollection> Create(const FakeDevicePtr& device, const OwnedMaps& maps,
                                      ICacheProvider* cache = nullptr) {
     const DisposablePtr<Address> address(new FakeAddress(device));
     DisposablePtr<DataCollection> collection;
@@ -153,39 +149,11 @@ TEST_F(CreateFromSpecsTest, DoesNotAskADeviceWithoutWebServicePort) {
     EXPECT_FALSE(Create(device, MapsOf({DataMapTypeEnum::WS})));
     EXPECT_TRUE(device->exchanges.empty());
     const DisposablePtr<Address> local(new FakeLocalAddress(device));
-    const Maps maps = MapsOf({DataMapTypeEnum::WS});
+    const OwnedMaps maps = MapsOf({DataMapTypeEnum::WS});
     ServeWs(*device);
     DisposablePtr<DataCollection> collection;
     EXPECT_EQ(CreateFromSpecs(local.Get(), maps.get(), collection.Receive(), nullptr), S_OK)
         << "an address that does not tell is asked";
-}
-
-TEST_F(CreateFromSpecsTest, FailsWithoutTouchingTheOutput) {
-    const auto device = DeviceWith("1", "Printer");
-    const DisposablePtr<Address> address(new FakeAddress(device));
-    const Maps none = MapsOf({});
-    const Maps unspoken = MapsOf({DataMapTypeEnum::Unknown, DataMapTypeEnum::Pavo});
-    const Maps plsxml = MapsOf({DataMapTypeEnum::PLSXML});
-    auto* const untouched = reinterpret_cast<DataCollection*>(1);
-    DataCollection* collection = untouched;
-    EXPECT_EQ(CreateFromSpecs(nullptr, plsxml.get(), &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateFromSpecs(address.Get(), nullptr, &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateFromSpecs(address.Get(), plsxml.get(), nullptr, nullptr), E_FAIL);
-    EXPECT_EQ(CreateFromSpecs(address.Get(), none.get(), &collection, nullptr), E_FAIL);
-    EXPECT_EQ(CreateFromSpecs(address.Get(), unspoken.get(), &collection, nullptr), E_FAIL);
-    EXPECT_EQ(collection, untouched);
-}
-
-TEST_F(CreateFromSpecsTest, KeepsConstantsOutOfTheMap) {
-    const auto device = DeviceWith("1", "Printer");
-    const Maps maps = MapsOf({DataMapTypeEnum::PLSXML});
-    maps->GetDataMapSpec(0)->AddDataItemSpec(
-        L"Class", StaticDataItemSpec::CreateStaticDataItemSpec(L"Class", L"laser", nullptr));
-    const auto collection = Create(device, maps);
-    Variant value;
-    EXPECT_EQ(collection->GetValue(L"Class", value.Receive()), S_OK);
-    EXPECT_EQ(value.Text(), L"laser");
-    EXPECT_EQ(maps->GetDataMapSpec(0)->SizeOf(), 1u);
 }
 
 TEST_F(CreateFromSpecsTest, BindsSnmpAndIppMaps) {
@@ -197,30 +165,6 @@ TEST_F(CreateFromSpecsTest, BindsSnmpAndIppMaps) {
     EXPECT_EQ(Create(device, MapsOf({Type::OID, Type::IPP, Type::PLSXML}))->GetDataMapName(), L"IPPDataMap");
     ServeSnmp(*device, L"SN1");
     EXPECT_EQ(Create(device, MapsOf({Type::OID, Type::IPP, Type::PLSXML}))->GetDataMapName(), L"OIDDataMap");
-}
-
-TEST_F(CreateFromSpecsTest, SkipsThePavoMapsOfPrintContractDevices) {
-    struct Case {
-        const char* what;
-        std::string attributes;
-        const wchar_t* bound;
-    };
-    const Case cases[] = {
-        {"no IPP", "", L"Pavo"},
-        {"another printer", Ipp::Testing::Keyword("printer-name", "p"), L"Pavo"},
-        {"an empty version", Ipp::Testing::Keyword("veyra-pc-version-major", ""), L"Pavo"},
-        {"a version", Ipp::Testing::Keyword("veyra-pc-version-major", "2"), L"PLSXML"},
-        {"a number", Ipp::Testing::Integer("veyra-pc-version-major", 2), L"PLSXML"},
-    };
-    for (const Case& c : cases) {
-        const auto device = DeviceWith("1", "Printer");
-        ServePavo(*device);
-        if (!c.attributes.empty()) ServeIpp(*device, c.attributes);
-        const auto collection = Create(device, MapsOf({DataMapTypeEnum::Pavo, DataMapTypeEnum::PLSXML}));
-        ASSERT_TRUE(collection) << c.what;
-        EXPECT_EQ(collection->GetDataMapName(), std::wstring(L"XMLDataMap[@Protocol='") + c.bound + L"']")
-            << c.what;
-    }
 }
 
 class RegistryCacheTest : public CreateFromSpecsTest {
@@ -483,7 +427,7 @@ TEST_F(DeviceMemoryTest, AsksNothingOfAnotherSnmpDevice) {
     const auto device = std::make_shared<FakeDevice>();
     ServeSnmp(*device, L"ONE");
     const auto maps = [] {
-        Maps made = MapsOf({DataMapTypeEnum::OID});
+        OwnedMaps made = MapsOf({DataMapTypeEnum::OID});
         made->GetDataMapSpec(0)->AddDataItemSpec(
             L"Name", OIDDataItemSpec::CreateOIDDataItemSpec(L"Name", L"1.3.6.1.2.1.25.3.2.1.3.1", nullptr,
                                                             false, nullptr, 0, nullptr));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "corvixdm/datamapspec.h"
+#include "datamodel/maps/ownedmaps.h"
 #include "support/dom.h"
 
 namespace Corvix {
@@ -25,11 +26,6 @@ std::vector<std::wstring> NamesOf(DataMapSpec& map) {
         names.emplace_back(item->GetName());
     return names;
 }
-
-struct DisposeCollection {
-    void operator()(DataMapSpecCollection* maps) const { DataMapSpecCollection::Dispose(maps); }
-};
-using OwnedCollection = std::unique_ptr<DataMapSpecCollection, DisposeCollection>;
 
 TEST(DataMap, KnowsItsProtocol) {
     struct {
@@ -138,7 +134,7 @@ TEST(DataMap, OrdersNamesByTheirCodeUnits) {
 
 TEST(DataMapCollection, HasAMapForEveryChild) {
     const Document document(L"<DataMaps><!-- c --><OIDDataMap/><Other/><IPPDataMap/></DataMaps>");
-    const OwnedCollection maps(DataMapSpecCollection::CreateDataMapSpecCollection(document.Root().Get()));
+    const OwnedMaps maps(DataMapSpecCollection::CreateDataMapSpecCollection(document.Root().Get()));
     ASSERT_EQ(maps->GetCount(), 4u);
     EXPECT_EQ(maps->GetDataMapSpec(0)->GetDataMapType(), DataMapTypeEnum::Unknown);
     EXPECT_EQ(maps->GetDataMapSpec(1)->GetDataMapType(), DataMapTypeEnum::OID);
@@ -148,11 +144,10 @@ TEST(DataMapCollection, HasAMapForEveryChild) {
 }
 
 TEST(DataMapCollection, OfNothingIsEmpty) {
-    EXPECT_EQ(OwnedCollection(DataMapSpecCollection::CreateDataMapSpecCollection(nullptr))->GetCount(), 0u);
+    EXPECT_EQ(OwnedMaps(DataMapSpecCollection::CreateDataMapSpecCollection(nullptr))->GetCount(), 0u);
     const Document document(L"<DataMaps/>");
-    EXPECT_EQ(OwnedCollection(DataMapSpecCollection::CreateDataMapSpecCollection(document.Root().Get()))
-                  ->GetCount(),
-              0u);
+    EXPECT_EQ(
+        OwnedMaps(DataMapSpecCollection::CreateDataMapSpecCollection(document.Root().Get()))->GetCount(), 0u);
     const DisposablePtr<DataMapSpec> map(DataMapSpec::CreateDataMapSpec(nullptr));
     EXPECT_EQ(map->SizeOf(), 0u);
     EXPECT_EQ(map->GetDataMapType(), DataMapTypeEnum::Unknown);
@@ -161,7 +156,7 @@ TEST(DataMapCollection, OfNothingIsEmpty) {
 TEST(DataMapCollection, OwnsAReferenceToEachMap) {
     const DisposablePtr<DataMapSpec> map(DataMapSpec::CreateDataMapSpec(DataMapTypeEnum::WS));
     {
-        const OwnedCollection maps(DataMapSpecCollection::CreateDataMapSpecCollection());
+        const OwnedMaps maps(DataMapSpecCollection::CreateDataMapSpecCollection());
         map->AddRef();
         maps->AddDataMapSpec(map.Get());
         maps->AddDataMapSpec(nullptr);

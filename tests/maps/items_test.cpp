@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <climits>
-#include <initializer_list>
 #include <memory>
 
 #include "corvixdm/dataitemspec.h"
@@ -12,289 +11,208 @@ namespace Corvix {
 namespace {
 
 using CorvixTest::Document;
+using ItemPtr = std::unique_ptr<CvxDataItem>;
 
-std::unique_ptr<XMLDataItemSpec> XmlItem(const std::wstring& attributes) {
-    const Document document(L"<DataItem " + attributes + L"/>");
-    return std::unique_ptr<XMLDataItemSpec>(XMLDataItemSpec::CreateXMLDataItem(document.Root().Get()));
+std::wstring Show(const wchar_t* text) { return text ? L" '" + std::wstring(text) + L"'" : L" -"; }
+
+template <class Sequence>
+std::wstring ExtentOf(const Sequence& item) {
+    return L" x" + std::to_wstring(item.Count()) + (item.IsUntilEnd() ? L" until end" : L"");
 }
 
-TEST(DataItem, ReadsWhatEveryItemHas) {
-    const auto item = XmlItem(
-        L"Name='n' AttributeID='a' Prefix='p' Type='t' Transient='true' LifeSpan='12' "
-        L"URI='/u' XPath='//x'");
-    EXPECT_STREQ(item->GetName(), L"n");
-    EXPECT_STREQ(item->GetAttributeID(), L"a");
-    EXPECT_STREQ(item->GetPrefix(), L"p");
-    EXPECT_STREQ(item->GetType(), L"t");
-    EXPECT_TRUE(item->IsTransient());
-    EXPECT_EQ(item->GetLifespan(), 12u);
-    EXPECT_STREQ(item->GetUri(), L"/u");
-    EXPECT_STREQ(item->GetXPath(), L"//x");
-}
-
-TEST(DataItem, TellsAbsentFromEmpty) {
-    const auto item = XmlItem(L"AttributeID='a' URI=''");
-    EXPECT_STREQ(item->GetName(), L"a") << "the attribute ID stands in for a missing name";
-    EXPECT_STREQ(item->GetUri(), L"");
-    EXPECT_EQ(item->GetXPath(), nullptr);
-    EXPECT_EQ(item->GetPrefix(), nullptr);
-    EXPECT_FALSE(item->IsTransient());
-    EXPECT_EQ(XmlItem(L"")->GetName(), nullptr);
-}
-
-TEST(DataItem, ReadsBooleansAndNumbersLeniently) {
-    struct {
-        const wchar_t* transient;
-        bool expected;
-    } const booleans[] = {{L"true", true}, {L"TRUE", true}, {L"True", true},
-                          {L"1", false},   {L"yes", false}, {L"", false}};
-    for (const auto& row : booleans) {
-        EXPECT_EQ(XmlItem(std::wstring(L"Transient='") + row.transient + L"'")->IsTransient(), row.expected)
-            << row.transient;
+/// Every field of an item in the order of its classes, "-" for a text that is not there.
+std::wstring FieldsOf(const CvxDataItem& item) {
+    std::wstring fields = Show(item.GetName()) + Show(item.GetAttributeID()) + Show(item.GetPrefix());
+    if (const auto* fetched = dynamic_cast<const DataItemSpec*>(&item)) {
+        fields += L" |" + Show(fetched->GetType()) + (fetched->IsTransient() ? L" transient" : L"");
+        fields += L" " + std::to_wstring(fetched->GetLifespan());
     }
-    struct {
-        const wchar_t* lifespan;
-        unsigned expected;
-    } const numbers[] = {{L"12abc", 12},
-                         {L"abc", 0},
-                         {L"", 0},
-                         {L"007", 7},
-                         {L"-5", 0},
-                         {L"4294967295", 4294967295u},
-                         {L"4294967296", 4294967295u},
-                         {L"99999999999999999999999", 4294967295u}};
-    for (const auto& row : numbers) {
-        EXPECT_EQ(XmlItem(std::wstring(L"LifeSpan='") + row.lifespan + L"'")->GetLifespan(), row.expected)
-            << row.lifespan;
+    if (const auto* xml = dynamic_cast<const XMLDataItemSpec*>(&item))
+        fields += L" |" + Show(xml->GetUri()) + Show(xml->GetXPath());
+    if (const auto* oid = dynamic_cast<const OIDDataItemSpec*>(&item))
+        fields += L" |" + Show(oid->GetOid()) + Show(oid->GetGroup());
+    if (const auto* walk = dynamic_cast<const NextOIDDataItemSpec*>(&item)) fields += ExtentOf(*walk);
+    if (const auto* table = dynamic_cast<const OIDGetDataItemsSpec*>(&item))
+        fields += ExtentOf(*table) + Show(table->GetN());
+    if (const auto* ipp = dynamic_cast<const IPPDataItemSpec*>(&item)) {
+        fields += L" |" + Show(ipp->GetCommand()) + Show(ipp->GetJobUri()) + Show(ipp->GetResourceUri()) +
+                  Show(ipp->GetCharSet()) + Show(ipp->GetLang());
     }
+    if (const auto* constant = dynamic_cast<const StaticDataItemSpec*>(&item))
+        fields += L" |" + Show(constant->GetStaticDataItemValue());
+    return fields.substr(1);
+}
+
+CvxDataItem* Xml(IXMLDOMNode* node) { return XMLDataItemSpec::CreateXMLDataItem(node); }
+CvxDataItem* Oid(IXMLDOMNode* node) { return OIDDataItemSpec::CreateOIDDataItemSpec(node); }
+CvxDataItem* Walk(IXMLDOMNode* node) { return NextOIDDataItemSpec::CreateNextOidDataItemSpec(node); }
+CvxDataItem* Table(IXMLDOMNode* node) { return OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(node); }
+CvxDataItem* Ipp(IXMLDOMNode* node) { return IPPDataItemSpec::CreateIPPDataItemSpec(node); }
+CvxDataItem* Constant(IXMLDOMNode* node) { return StaticDataItemSpec::CreateStaticDataItemSpec(node); }
+
+std::wstring FieldsFrom(CvxDataItem* (*create)(IXMLDOMNode*), const std::wstring& xml) {
+    const Document document(xml);
+    return FieldsOf(*ItemPtr(create(document.Root().Get())));
+}
+
+TEST(Items, ReadTheAttributesOfTheirElement) {
+    struct Case {
+        CvxDataItem* (*create)(IXMLDOMNode*);
+        const wchar_t* attributes;
+        const wchar_t* fields;
+    };
+    const Case cases[] = {
+        {Xml,
+         L"Name='n' AttributeID='a' Prefix='p' Type='t' Transient='true' LifeSpan='12' URI='/u' XPath='//x'",
+         L"'n' 'a' 'p' | 't' transient 12 | '/u' '//x'"},
+        {Xml, L"AttributeID='a' URI=''", L"'a' 'a' - | - 0 | '' -"},
+        {Xml, L"", L"- - - | - 0 | - -"},
+        {Oid, L"Name='a' OID='1.2' GroupID='g'", L"'a' - - | - 0 | '1.2' 'g'"},
+        {Walk, L"Name='b' OID='1.3' UntilEnd='true'", L"'b' - - | - 0 | '1.3' - x0 until end"},
+        {Table, L"Name='c' OID='1.4.N' Count='-3x' N='1'", L"'c' - - | - 0 | '1.4.N' - x-3 '1'"},
+        {Ipp, L"Command='c' JobURI='j' ResourceURI='/r' Charset='utf-8' Lang='de'",
+         L"- - - | - 0 | 'c' 'j' '/r' 'utf-8' 'de'"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(FieldsFrom(c.create, std::wstring(L"<e ") + c.attributes + L"/>"), c.fields);
+    EXPECT_EQ(FieldsOf(*ItemPtr(Table(nullptr))), L"- - - | - 0 | - - x0 ''") << "no node, no fields";
+}
+
+TEST(Items, ReadBooleansAndNumbersLeniently) {
+    const auto expect = [](auto create, const wchar_t* attribute, const std::wstring& text,
+                           const std::wstring& field) {
+        EXPECT_EQ(FieldsFrom(create, std::wstring(L"<e ") + attribute + L"='" + text + L"'/>"), field)
+            << text;
+    };
+    for (const wchar_t* text : {L"true", L"TRUE", L"True"})
+        expect(Xml, L"Transient", text, L"- - - | - transient 0 | - -");
+    for (const wchar_t* text : {L"1", L"yes", L""})
+        expect(Xml, L"Transient", text, L"- - - | - 0 | - -");
+    const std::pair<const wchar_t*, unsigned> lifespans[] = {{L"12abc", 12},
+                                                             {L"abc", 0},
+                                                             {L"", 0},
+                                                             {L"007", 7},
+                                                             {L"-5", 0},
+                                                             {L"4294967295", UINT_MAX},
+                                                             {L"4294967296", UINT_MAX},
+                                                             {L"99999999999999999999999", UINT_MAX}};
+    for (const auto& [text, number] : lifespans)
+        expect(Xml, L"LifeSpan", text, L"- - - | - " + std::to_wstring(number) + L" | - -");
+    const std::pair<const wchar_t*, int> counts[] = {{L"7", 7},
+                                                     {L"+7", 7},
+                                                     {L"-7", -7},
+                                                     {L"--7", 0},
+                                                     {L"-", 0},
+                                                     {L"12abc", 12},
+                                                     {L"2147483648", INT_MAX},
+                                                     {L"-2147483648", INT_MIN},
+                                                     {L"-99999999999", INT_MIN}};
+    for (const auto& [text, number] : counts)
+        expect(Walk, L"Count", text, L"- - - | - 0 | - - x" + std::to_wstring(number));
+}
+
+TEST(Items, TakeTheWholeTextOfAConstant) {
+    const std::pair<const wchar_t*, const wchar_t*> cases[] = {{L"", L""},
+                                                               {L"plain", L"plain"},
+                                                               {L"x<b>y<c>z</c></b>w", L"xyzw"},
+                                                               {L"a<![CDATA[<&>]]>b", L"a<&>b"},
+                                                               {L"a<!-- not this -->b", L"ab"},
+                                                               {L"&lt;&#x20AC;&amp;", L"<\x20AC&"}};
+    for (const auto& [content, value] : cases)
+        EXPECT_EQ(FieldsFrom(Constant, std::wstring(L"<e Name='n'>") + content + L"</e>"),
+                  L"'n' - - |" + Show(value));
+}
+
+/// One item of each kind with every field given, and what it is like then and when each class is emptied.
+struct Kind {
+    ItemPtr item;
+    const wchar_t* made;
+    const wchar_t* initialized;
+};
+std::vector<Kind> Kinds() {
+    std::vector<Kind> kinds;
+    const auto add = [&](CvxDataItem* item, const wchar_t* made, const wchar_t* initialized) {
+        kinds.push_back({ItemPtr(item), made, initialized});
+    };
+    add(XMLDataItemSpec::CreateXMLDataItem(L"n", L"u", L"x", L"p", true, 0x1'0000'0007, L"t"),
+        L"'n' 'n' 'p' | 't' transient 7 | 'u' 'x'", L"'n' 'n' 'p' | 't' transient 7 | - -");
+    add(OIDDataItemSpec::CreateOIDDataItemSpec(L"n", L"1.2", L"g", true, L"p", 7, L"t"),
+        L"'n' 'n' 'p' | 't' transient 7 | '1.2' 'g'", L"'n' 'n' 'p' | 't' transient 7 | - -");
+    add(NextOIDDataItemSpec::CreateNextOidDataItemSpec(L"n", L"1.2", L"g", true, L"p", 7, L"t", true, 3),
+        L"'n' 'n' 'p' | 't' transient 7 | '1.2' 'g' x3 until end",
+        L"'n' 'n' 'p' | 't' transient 7 | '1.2' 'g' x0");
+    add(OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(L"n", L"1.N", L"g", true, L"p", 7, L"t", true, 3,
+                                                       L"4"),
+        L"'n' 'n' 'p' | 't' transient 7 | '1.N' 'g' x3 until end '4'",
+        L"'n' 'n' 'p' | 't' transient 7 | '1.N' 'g' x0 ''");
+    add(IPPDataItemSpec::CreateIPPDataItemSpec(L"n", L"c", true, L"p", L"j", 7, L"t"),
+        L"'n' 'n' 'p' | 't' transient 7 | 'c' 'j' - - -", L"'n' 'n' 'p' | 't' transient 7 | - - - - -");
+    add(IPPDataItemSpec::CreateIPPDataItemSpec(L"n", nullptr, false, nullptr, L"j", 5, nullptr),
+        L"'n' 'n' - | - 5 | - - - - -", L"'n' 'n' - | - 5 | - - - - -");
+    add(StaticDataItemSpec::CreateStaticDataItemSpec(L"n", L"v", L"p"), L"'n' 'n' 'p' | 'v'",
+        L"'n' 'n' 'p' | -");
+    add(StaticDataItemSpec::CreateStaticDataItemSpec(L"n", nullptr, nullptr), L"'n' 'n' - | -",
+        L"'n' 'n' - | -");
+    add(XMLDataItemSpec::CreateXMLDataItem(nullptr, nullptr, L"", nullptr, false, 0, nullptr),
+        L"- - - | - 0 | - ''", L"- - - | - 0 | - -");
+    return kinds;
+}
+
+TEST(Items, AreMadeWithWhatTheirFactoriesAreGivenAndEmptyTheFieldsOfTheirOwnClass) {
+    for (const Kind& kind : Kinds()) {
+        EXPECT_EQ(FieldsOf(*kind.item), kind.made);
+        kind.item->Initialize();
+        EXPECT_EQ(FieldsOf(*kind.item), kind.initialized);
+        if (auto* fetched = dynamic_cast<DataItemSpec*>(kind.item.get())) fetched->DataItemSpec::Initialize();
+        kind.item->CvxDataItem::Initialize();
+        EXPECT_EQ(FieldsOf(*kind.item).rfind(L"- - - | -", 0), 0u);
+    }
+}
+
+TEST(Items, CopiesAreTheirOwn) {
+    auto kinds = Kinds();
+    const XMLDataItemSpec copy(dynamic_cast<XMLDataItemSpec&>(*kinds[0].item));
+    StaticDataItemSpec assigned(dynamic_cast<StaticDataItemSpec&>(*kinds[6].item));
+    assigned = dynamic_cast<StaticDataItemSpec&>(*kinds[7].item);
+    kinds.clear();
+    EXPECT_EQ(FieldsOf(copy), L"'n' 'n' 'p' | 't' transient 7 | 'u' 'x'");
+    EXPECT_EQ(FieldsOf(assigned), L"'n' 'n' - | -");
 }
 
 TEST(OidItem, AnswersWhatItIs) {
-    const Document document(
-        L"<m><DataItem Name='a' OID='1.2'/><NextDataItem Name='b' OID='1.3' UntilEnd='true'/>"
-        L"<GetDataItems Name='c' OID='1.4.N' Count='-3x' N='1'/></m>");
-    ComPtr<IXMLDOMNode> node;
-    document.Root()->get_firstChild(&node);
-    const std::unique_ptr<OIDDataItemSpec> plain(OIDDataItemSpec::CreateOIDDataItemSpec(node.Get()));
-    ComPtr<IXMLDOMNode> second;
-    node->get_nextSibling(&second);
-    const std::unique_ptr<NextOIDDataItemSpec> walk(
-        NextOIDDataItemSpec::CreateNextOidDataItemSpec(second.Get()));
-    ComPtr<IXMLDOMNode> third;
-    second->get_nextSibling(&third);
-    const std::unique_ptr<OIDGetDataItemsSpec> table(
-        OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(third.Get()));
-
-    EXPECT_EQ(plain->GetNextOIDDataItemSpec(), nullptr);
-    EXPECT_EQ(plain->GetOIDGetDataItemsSpec(), nullptr);
-    EXPECT_EQ(plain->GetGroup(), nullptr);
-    EXPECT_EQ(walk->GetNextOIDDataItemSpec(), walk.get());
-    EXPECT_EQ(walk->GetOIDGetDataItemsSpec(), nullptr);
-    EXPECT_TRUE(walk->IsUntilEnd());
-    EXPECT_EQ(walk->Count(), 0);
-    EXPECT_EQ(table->GetNextOIDDataItemSpec(), nullptr);
-    EXPECT_EQ(table->GetOIDGetDataItemsSpec(), table.get());
-    EXPECT_EQ(table->Count(), -3);
+    const ItemPtr items[] = {ItemPtr(Oid(nullptr)), ItemPtr(Walk(nullptr)), ItemPtr(Table(nullptr))};
+    for (const ItemPtr& each : items) {
+        auto& item = dynamic_cast<OIDDataItemSpec&>(*each);
+        EXPECT_EQ(item.GetNextOIDDataItemSpec(), dynamic_cast<NextOIDDataItemSpec*>(each.get()));
+        EXPECT_EQ(item.GetOIDGetDataItemsSpec(), dynamic_cast<OIDGetDataItemsSpec*>(each.get()));
+    }
 }
 
-std::unique_ptr<OIDGetDataItemsSpec> Table(const wchar_t* attributes) {
-    const Document document(std::wstring(L"<GetDataItems ") + attributes + L"/>");
+std::unique_ptr<OIDGetDataItemsSpec> TableFrom(const wchar_t* attributes) {
+    const Document document(std::wstring(L"<e ") + attributes + L"/>");
     return std::unique_ptr<OIDGetDataItemsSpec>(
         OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(document.Root().Get()));
 }
 
 TEST(TableItem, CountsThroughItsTemplate) {
-    const auto table = Table(L"OID='1.N.7' N='9'");
+    const auto table = TableFrom(L"OID='1.N.7' N='9'");
     EXPECT_EQ(table->GetNextOid(), L"1.9.7");
     OIDGetDataItemsSpec copy(*table);
     EXPECT_EQ(table->GetOid(), L"1.10.7");
     EXPECT_EQ(copy.GetOid(), L"1.10.7") << "a copy goes on from the same index";
     EXPECT_STREQ(table->GetN(), L"9");
-
-    const auto withoutN = Table(L"OID='1.N'");
-    EXPECT_EQ(withoutN->GetOid(), L"");
-    EXPECT_STREQ(withoutN->GetN(), L"");
-    EXPECT_EQ(withoutN->GetNextOid(), L"1.0");
-
     const std::unique_ptr<OIDGetDataItemsSpec> made(OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(
         L"t", L"1.N", nullptr, false, nullptr, 0, nullptr, true, 0, L"5"));
-    EXPECT_STREQ(made->GetN(), L"5");
     EXPECT_EQ(made->GetOid(), L"1.0") << "made in code, the index starts at 0 whatever the text says";
-}
-
-TEST(TableItem, ReadsNumbersWithASign) {
-    struct {
-        const wchar_t* text;
-        int expected;
-    } const rows[] = {{L"7", 7},
-                      {L"+7", 7},
-                      {L"-7", -7},
-                      {L"--7", 0},
-                      {L"-", 0},
-                      {L"12abc", 12},
-                      {L"2147483648", 2147483647},
-                      {L"-2147483648", INT_MIN},
-                      {L"-99999999999", INT_MIN}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(Table((std::wstring(L"Count='") + row.text + L"'").c_str())->Count(), row.expected)
-            << row.text;
-    }
-}
-
-TEST(TableItem, StaysInBoundsWithOddTemplates) {
-    const auto last = Table(L"OID='1.N' N='2147483647'");
-    EXPECT_EQ(last->GetOid(), L"1.2147483647");
-    EXPECT_EQ(last->GetOid(), L"1.2147483647") << "there is no next index";
-    EXPECT_EQ(Table(L"OID='1.N.N' N='1'")->GetOid(), L"1.1.N") << "only the first N is the index";
-    EXPECT_EQ(Table(L"OID='1.2' N='1'")->GetOid(), L"1.2");
-    EXPECT_EQ(Table(L"N='1'")->GetOid(), L"");
-    EXPECT_EQ(Table(L"OID='1.N' N='x'")->GetOid(), L"1.0");
-    EXPECT_EQ(Table(L"OID='1.N' N=''")->GetOid(), L"") << "an empty text is no N text";
-}
-
-TEST(IppItem, KeepsAJobUriOnlyWithACommand) {
-    const std::unique_ptr<IPPDataItemSpec> without(
-        IPPDataItemSpec::CreateIPPDataItemSpec(L"n", nullptr, true, nullptr, L"ipp://h/1", 5, L"text"));
-    EXPECT_EQ(without->GetJobUri(), nullptr);
-    EXPECT_STREQ(without->GetAttributeID(), L"n");
-    const std::unique_ptr<IPPDataItemSpec> with(IPPDataItemSpec::CreateIPPDataItemSpec(
-        L"n", L"Get-Job-Attributes", true, nullptr, L"ipp://h/1", 5, L"text"));
-    EXPECT_STREQ(with->GetJobUri(), L"ipp://h/1");
-    EXPECT_EQ(with->GetResourceUri(), nullptr);
-
-    const Document document(
-        L"<IPPParams Command='c' JobURI='j' ResourceURI='/r' Charset='utf-8' Lang='de'/>");
-    const std::unique_ptr<IPPDataItemSpec> read(
-        IPPDataItemSpec::CreateIPPDataItemSpec(document.Root().Get()));
-    EXPECT_STREQ(read->GetResourceUri(), L"/r");
-    EXPECT_STREQ(read->GetCharSet(), L"utf-8");
-    EXPECT_STREQ(read->GetLang(), L"de");
-}
-
-TEST(StaticItem, TakesTheWholeTextOfItsElement) {
-    struct {
-        const wchar_t* content;
-        const wchar_t* value;
-    } const rows[] = {
-        {L"", L""},
-        {L"plain", L"plain"},
-        {L"x<b>y<c>z</c></b>w", L"xyzw"},
-        {L"a<![CDATA[<&>]]>b", L"a<&>b"},
-        {L"a<!-- not this -->b", L"ab"},
-        {L"&lt;&#x20AC;&amp;", L"<\x20AC&"},
-    };
-    for (const auto& row : rows) {
-        const Document document(std::wstring(L"<StaticDataItem Name='n'>") + row.content +
-                                L"</StaticDataItem>");
-        const std::unique_ptr<StaticDataItemSpec> item(
-            StaticDataItemSpec::CreateStaticDataItemSpec(document.Root().Get()));
-        EXPECT_STREQ(item->GetStaticDataItemValue(), row.value) << row.content;
-        EXPECT_STREQ(item->GetName(), L"n");
-    }
-}
-
-/// One item of each kind with every field given.
-struct Kinds {
-    std::unique_ptr<XMLDataItemSpec> xml{
-        XMLDataItemSpec::CreateXMLDataItem(L"n", L"u", L"x", L"p", true, 0x1'0000'0007, L"t")};
-    std::unique_ptr<OIDDataItemSpec> oid{
-        OIDDataItemSpec::CreateOIDDataItemSpec(L"n", L"1.2", L"g", true, L"p", 7, L"t")};
-    std::unique_ptr<NextOIDDataItemSpec> walk{
-        NextOIDDataItemSpec::CreateNextOidDataItemSpec(L"n", L"1.2", L"g", true, L"p", 7, L"t", true, 3)};
-    std::unique_ptr<OIDGetDataItemsSpec> table{OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(
-        L"n", L"1.N", L"g", true, L"p", 7, L"t", true, 3, L"4")};
-    std::unique_ptr<IPPDataItemSpec> ipp{
-        IPPDataItemSpec::CreateIPPDataItemSpec(L"n", L"c", true, L"p", L"j", 7, L"t")};
-    std::unique_ptr<StaticDataItemSpec> constant{
-        StaticDataItemSpec::CreateStaticDataItemSpec(L"n", L"v", L"p")};
-};
-
-TEST(Items, AreMadeWithWhatTheirFactoriesAreGiven) {
-    const Kinds kinds;
-    for (const CvxDataItem* item : std::initializer_list<const CvxDataItem*>{
-             kinds.xml.get(), kinds.oid.get(), kinds.walk.get(), kinds.table.get(), kinds.ipp.get(),
-             kinds.constant.get()}) {
-        EXPECT_STREQ(item->GetName(), L"n");
-        EXPECT_STREQ(item->GetAttributeID(), L"n") << "a name given in code is the attribute ID, too";
-        EXPECT_STREQ(item->GetPrefix(), L"p");
-        const auto* fetched = dynamic_cast<const DataItemSpec*>(item);
-        if (!fetched) continue;
-        EXPECT_TRUE(fetched->IsTransient());
-        EXPECT_EQ(fetched->GetLifespan(), 7u);
-        EXPECT_STREQ(fetched->GetType(), L"t");
-    }
-    EXPECT_STREQ(kinds.xml->GetUri(), L"u");
-    EXPECT_STREQ(kinds.xml->GetXPath(), L"x");
-    for (const OIDDataItemSpec* item : {kinds.oid.get(), static_cast<OIDDataItemSpec*>(kinds.walk.get())}) {
-        EXPECT_STREQ(item->GetOid(), L"1.2");
-        EXPECT_STREQ(item->GetGroup(), L"g");
-    }
-    EXPECT_TRUE(kinds.walk->IsUntilEnd());
-    EXPECT_EQ(kinds.walk->Count(), 3);
-    EXPECT_TRUE(kinds.table->IsUntilEnd());
-    EXPECT_EQ(kinds.table->Count(), 3);
-    EXPECT_STREQ(kinds.ipp->GetCommand(), L"c");
-    EXPECT_STREQ(kinds.constant->GetStaticDataItemValue(), L"v");
-}
-
-TEST(Items, KeepTextsThatWereNotGivenNull) {
-    const std::unique_ptr<XMLDataItemSpec> xml(
-        XMLDataItemSpec::CreateXMLDataItem(nullptr, nullptr, L"", nullptr, false, 0, nullptr));
-    EXPECT_EQ(xml->GetName(), nullptr);
-    EXPECT_EQ(xml->GetAttributeID(), nullptr);
-    EXPECT_EQ(xml->GetUri(), nullptr);
-    EXPECT_STREQ(xml->GetXPath(), L"");
-    EXPECT_EQ(xml->GetType(), nullptr);
-    const std::unique_ptr<StaticDataItemSpec> constant(
-        StaticDataItemSpec::CreateStaticDataItemSpec(L"n", nullptr, nullptr));
-    EXPECT_EQ(constant->GetStaticDataItemValue(), nullptr);
-    const std::unique_ptr<OIDGetDataItemsSpec> table(OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(nullptr));
-    EXPECT_EQ(table->GetName(), nullptr) << "no node, no fields";
-    EXPECT_STREQ(table->GetN(), L"");
-    EXPECT_EQ(static_cast<OIDDataItemSpec&>(*table).GetOid(), nullptr);
-}
-
-TEST(Items, InitializeEmptiesTheFieldsOfItsOwnClass) {
-    const Kinds kinds;
-    kinds.xml->Initialize();
-    EXPECT_EQ(kinds.xml->GetUri(), nullptr);
-    EXPECT_EQ(kinds.xml->GetXPath(), nullptr);
-    EXPECT_STREQ(kinds.xml->GetName(), L"n");
-    kinds.oid->Initialize();
-    EXPECT_EQ(kinds.oid->GetOid(), nullptr);
-    EXPECT_EQ(kinds.oid->GetGroup(), nullptr);
-    kinds.walk->Initialize();
-    EXPECT_EQ(kinds.walk->Count(), 0);
-    EXPECT_FALSE(kinds.walk->IsUntilEnd());
-    EXPECT_STREQ(kinds.walk->OIDDataItemSpec::GetOid(), L"1.2");
-    kinds.table->Initialize();
-    EXPECT_STREQ(kinds.table->GetN(), L"");
-    EXPECT_EQ(kinds.table->Count(), 0);
-    kinds.ipp->Initialize();
-    EXPECT_EQ(kinds.ipp->GetCommand(), nullptr);
-    EXPECT_EQ(kinds.ipp->GetJobUri(), nullptr);
-    kinds.constant->Initialize();
-    EXPECT_EQ(kinds.constant->GetStaticDataItemValue(), nullptr);
-    kinds.xml->DataItemSpec::Initialize();
-    EXPECT_EQ(kinds.xml->GetLifespan(), 0u);
-    EXPECT_FALSE(kinds.xml->IsTransient());
-    EXPECT_EQ(kinds.xml->GetType(), nullptr);
-    kinds.xml->CvxDataItem::Initialize();
-    EXPECT_EQ(kinds.xml->GetName(), nullptr);
-}
-
-TEST(Items, CopiesAreTheirOwn) {
-    auto kinds = std::make_unique<Kinds>();
-    const XMLDataItemSpec copy(*kinds->xml);
-    StaticDataItemSpec assigned(*kinds->constant);
-    assigned = *std::unique_ptr<StaticDataItemSpec>(
-        StaticDataItemSpec::CreateStaticDataItemSpec(L"other", L"w", nullptr));
-    kinds.reset();
-    EXPECT_STREQ(copy.GetUri(), L"u");
-    EXPECT_STREQ(copy.GetName(), L"n");
-    EXPECT_EQ(copy.GetLifespan(), 7u);
-    EXPECT_STREQ(assigned.GetStaticDataItemValue(), L"w");
-    EXPECT_EQ(assigned.GetPrefix(), nullptr);
+    EXPECT_EQ(TableFrom(L"OID='1.N'")->GetNextOid(), L"1.0");
+    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+        {L"OID='1.N'", L""}, {L"OID='1.N.N' N='1'", L"1.1.N"}, {L"OID='1.2' N='1'", L"1.2"},
+        {L"N='1'", L""},     {L"OID='1.N' N='x'", L"1.0"},     {L"OID='1.N' N=''", L""}};
+    for (const auto& [attributes, oid] : cases)
+        EXPECT_EQ(TableFrom(attributes)->GetOid(), oid) << attributes;
+    const auto last = TableFrom(L"OID='1.N' N='2147483647'");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(last->GetOid(), L"1.2147483647") << "there is no next index";
 }
 
 }  // namespace

