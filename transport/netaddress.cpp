@@ -1,7 +1,7 @@
 #include "transport/netaddress.h"
 
-#include "transport/netrequest.h"
-#include "transport/text.h"
+#include "transport/http/netrequest.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixTransport {
 
@@ -46,7 +46,7 @@ RequestSettings NetAddress::SettingsFor(unsigned short port) {
     settings.realPort = options_.portMap.Tcp(port);
     settings.secure = options_.secure;
     settings.securityFlags = options_.securityFlags;
-    settings.credentials = {ToUtf8(options_.userName), ToUtf8(options_.password)};
+    settings.credentials = {KyUtils::ToUtf8(options_.userName), KyUtils::ToUtf8(options_.password)};
     settings.timeoutMilliseconds = options_.timeoutMilliseconds;
     settings.responseLimitMilliseconds = options_.responseLimitMilliseconds;
     settings.maximumBodyLength = options_.maximumBodyLength;
@@ -131,7 +131,7 @@ bool NetAddress::IsSameDevice(Corvix::Address* other) {
     if (!other || !other->GetHostName() || !other->GetPort()) return false;
     const std::wstring_view host = other->GetHostName();
     const std::wstring_view port = other->GetPort();
-    return EqualsIgnoringCase<wchar_t>(host, GetHostName()) && port == GetPort();
+    return KyUtils::EqualsIgnoringCase(host, GetHostName()) && port == GetPort();
 }
 
 bool NetAddress::IsWebServicePortAvailable() { return options_.webServicePortAvailable; }

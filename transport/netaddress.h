@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "transport/exchangecontext.h"
+#include "transport/http/exchangecontext.h"
 #include "transport/nettransport.h"
 #include "transport/refcounted.h"
 

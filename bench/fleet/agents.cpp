@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "transport/resolver.h"
-#include "transport/winsock.h"
+#include "transport/sockets/resolver.h"
+#include "utilslib/winsock.h"
 #include "wire/snmp/message.h"
 
 namespace CorvixBench {
@@ -15,9 +15,9 @@ namespace {
 using namespace CorvixTransport;
 namespace Snmp = Corvix::Snmp;
 
-Socket Bind(const std::wstring& host) {
-    const AddressList address = ResolveHost(host, 0, SOCK_DGRAM);
-    Socket made(socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP));
+KyUtils::Socket Bind(const std::wstring& host) {
+    const KyUtils::AddressList address = KyUtils::ResolveHost(host, 0, SOCK_DGRAM);
+    KyUtils::Socket made(socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP));
     if (!address || bind(made.Get(), address->ai_addr, static_cast<int>(address->ai_addrlen)) != 0) {
         std::fprintf(stderr, "%ls cannot be bound: %d\n", host.c_str(), WSAGetLastError());
         std::exit(1);
@@ -25,14 +25,14 @@ Socket Bind(const std::wstring& host) {
     return made;
 }
 
-unsigned short PortOf(const Socket& bound) {
+unsigned short PortOf(const KyUtils::Socket& bound) {
     sockaddr_in address{};
     int length = sizeof address;
     getsockname(bound.Get(), reinterpret_cast<sockaddr*>(&address), &length);
     return ntohs(address.sin_port);
 }
 
-void Answer(const Socket& agent, std::string_view datagram, const sockaddr_in& client) {
+void Answer(const KyUtils::Socket& agent, std::string_view datagram, const sockaddr_in& client) {
     std::optional<Snmp::Message> message = Snmp::DecodeMessage(datagram);
     if (!message) return;
     message->type = Snmp::PduType::Response;
@@ -44,7 +44,7 @@ void Answer(const Socket& agent, std::string_view datagram, const sockaddr_in& c
 }
 
 /// A thread for each device: waiting for all of them at once would cost more the more there are.
-void Serve(const Socket agent) {
+void Serve(const KyUtils::Socket agent) {
     std::vector<char> buffer(65536);
     for (;;) {
         sockaddr_in client{};
@@ -62,9 +62,9 @@ std::wstring HostOf(int device) {
 }
 
 void ServeDevices(int devices) {
-    const WinsockSession winsock;
+    const KyUtils::WinsockSession winsock;
     for (int device = 0; device < devices; ++device) {
-        Socket agent = Bind(HostOf(device));
+        KyUtils::Socket agent = Bind(HostOf(device));
         std::printf("%u ", PortOf(agent));
         std::thread(Serve, std::move(agent)).detach();
     }

@@ -40,7 +40,15 @@ for room in http ipp snmp; do
 done
 lines=$(grep -rnE '#include <(windows|oaidl|win[a-z0-9]+|ws2[a-z]+|com[a-z]+|sys/[a-z]+|unistd)\.h>' src/wire)
 [ -z "$lines" ] || { echo "src/wire includes a system's own headers:"; echo "$lines"; bad=1; }
+headers='transport/[a-z]+\.h'
+allow transport/sockets 'transport/sockets/|utilslib/'
+allow transport/tls 'transport/(sockets|tls)/|utilslib/'
+allow transport/http "transport/(sockets|tls|http)/|$headers|wire/(http/|ascii\\.h)|utilslib/|corvixdm/"
+allow transport/snmp "transport/(sockets|snmp)/|$headers|wire/snmp/|utilslib/|corvixdm/"
 allow transport "$public|transport/|wire/|utilslib/"
+for header in nettransport nettransport_c portmap snmpconnection refcounted; do
+    allow transport/$header.h "corvixdm/|$headers"
+done
 allow examples "$public|transport/"
 allow tools/corvixsim '(base|control|device|http|ipp|snmp|soap|wire/[a-z]+)/[a-z]+\.h"|(options|simulator)\.h"'
 

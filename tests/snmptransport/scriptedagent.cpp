@@ -10,29 +10,29 @@ void Require(bool done, const char* what) {
     if (!done) throw std::runtime_error(std::string(what) + ": " + std::to_string(WSAGetLastError()));
 }
 
-Socket Bind(const wchar_t* host) {
-    const AddressList address = ResolveHost(host, 0, SOCK_DGRAM);
+KyUtils::Socket Bind(const wchar_t* host) {
+    const KyUtils::AddressList address = KyUtils::ResolveHost(host, 0, SOCK_DGRAM);
     Require(address != nullptr, "resolve");
-    Socket made(socket(address->ai_family, SOCK_DGRAM, IPPROTO_UDP));
+    KyUtils::Socket made(socket(address->ai_family, SOCK_DGRAM, IPPROTO_UDP));
     Require(static_cast<bool>(made), "socket");
     Require(bind(made.Get(), address->ai_addr, static_cast<int>(address->ai_addrlen)) == 0, "bind");
     return made;
 }
 
-sockaddr_storage AddressOf(const Socket& bound, int* length) {
+sockaddr_storage AddressOf(const KyUtils::Socket& bound, int* length) {
     sockaddr_storage address{};
     *length = sizeof(address);
     Require(getsockname(bound.Get(), reinterpret_cast<sockaddr*>(&address), length) == 0, "getsockname");
     return address;
 }
 
-unsigned short PortOf(const Socket& bound) {
+unsigned short PortOf(const KyUtils::Socket& bound) {
     int length = 0;
     const sockaddr_storage address = AddressOf(bound, &length);
     return ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
 }
 
-void SendTo(const Socket& from, std::string_view datagram, const sockaddr_storage& to, int length) {
+void SendTo(const KyUtils::Socket& from, std::string_view datagram, const sockaddr_storage& to, int length) {
     sendto(from.Get(), datagram.data(), static_cast<int>(datagram.size()), 0,
            reinterpret_cast<const sockaddr*>(&to), length);
 }
@@ -63,7 +63,7 @@ std::vector<Snmp::Message> ScriptedAgent::Received() const {
     return received_;
 }
 
-const Socket& ScriptedAgent::SocketOf(Sender sender) const {
+const KyUtils::Socket& ScriptedAgent::SocketOf(Sender sender) const {
     if (sender == Sender::OtherPort) return otherPort_;
     return sender == Sender::OtherHost ? otherHost_ : agent_;
 }
@@ -99,7 +99,7 @@ void ScriptedAgent::Play(const Turn& turn, const sockaddr_storage& client, int c
 }
 
 unsigned short UnusedPort() {
-    const WinsockSession winsock;
+    const KyUtils::WinsockSession winsock;
     return PortOf(Bind(L"127.0.0.7"));
 }
 

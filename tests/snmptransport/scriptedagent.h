@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "transport/winsock.h"
+#include "utilslib/winsock.h"
 #include "wire/snmp/message.h"
 
 namespace CorvixTransport {
@@ -41,13 +41,13 @@ public:
 private:
     void Serve();
     void Play(const Turn& turn, const sockaddr_storage& client, int clientLength);
-    const Socket& SocketOf(Sender sender) const;
+    const KyUtils::Socket& SocketOf(Sender sender) const;
 
-    WinsockSession winsock_;
+    KyUtils::WinsockSession winsock_;
     Script script_;
-    Socket agent_;
-    Socket otherPort_;
-    Socket otherHost_;
+    KyUtils::Socket agent_;
+    KyUtils::Socket otherPort_;
+    KyUtils::Socket otherHost_;
     unsigned short port_ = 0;
     mutable std::mutex mutex_;
     std::vector<Snmp::Message> received_;

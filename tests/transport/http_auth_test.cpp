@@ -1,5 +1,5 @@
 // Devices that ask for a user name and a password.
-#include "transport/hash.h"
+#include "transport/http/hash.h"
 #include "transport/httptest.h"
 
 namespace CorvixTransport {

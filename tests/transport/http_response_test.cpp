@@ -1,6 +1,6 @@
 // What is made of a device's answers, honest and otherwise.
 #include "transport/httptest.h"
-#include "transport/waiting.h"
+#include "transport/sockets/waiting.h"
 
 namespace CorvixTransport {
 namespace {

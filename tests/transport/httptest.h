@@ -9,9 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "transport/failure.h"
 #include "transport/nettransport.h"
 #include "transport/scriptedserver.h"
+#include "transport/sockets/failure.h"
 
 #include <winhttp.h>
 

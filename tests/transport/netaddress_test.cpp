@@ -1,5 +1,5 @@
 #include "transport/httptest.h"
-#include "transport/waiting.h"
+#include "transport/sockets/waiting.h"
 
 namespace CorvixTransport {
 namespace {

@@ -92,13 +92,14 @@ void Peer::Interrupt() {
 void Peer::Reset() {
     const linger abort = {1, 0};
     setsockopt(socket_.Get(), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&abort), sizeof abort);
-    socket_ = Socket();
+    socket_ = KyUtils::Socket();
 }
 
 ScriptedServer::ScriptedServer(Script script, const std::string& host) : script_(std::move(script)) {
-    const AddressList list = ResolveHost(std::wstring(host.begin(), host.end()), 0, SOCK_STREAM);
+    const KyUtils::AddressList list =
+        KyUtils::ResolveHost(std::wstring(host.begin(), host.end()), 0, SOCK_STREAM);
     Require(list != nullptr, "no such address");
-    listener_ = Socket(socket(list->ai_family, SOCK_STREAM, IPPROTO_TCP));
+    listener_ = KyUtils::Socket(socket(list->ai_family, SOCK_STREAM, IPPROTO_TCP));
     Require(bind(listener_.Get(), list->ai_addr, static_cast<int>(list->ai_addrlen)) == 0, "cannot bind");
     Require(listen(listener_.Get(), 16) == 0, "cannot listen");
     addressLength_ = sizeof address_;
@@ -109,7 +110,7 @@ ScriptedServer::ScriptedServer(Script script, const std::string& host) : script_
 
 ScriptedServer::~ScriptedServer() {
     stopping_ = true;
-    const Socket waker(socket(address_.ss_family, SOCK_STREAM, IPPROTO_TCP));
+    const KyUtils::Socket waker(socket(address_.ss_family, SOCK_STREAM, IPPROTO_TCP));
     connect(waker.Get(), reinterpret_cast<sockaddr*>(&address_), addressLength_);
     acceptor_.join();
     {
@@ -123,15 +124,15 @@ ScriptedServer::~ScriptedServer() {
 
 void ScriptedServer::Accept() {
     for (;;) {
-        Socket accepted(accept(listener_.Get(), nullptr, nullptr));
+        KyUtils::Socket accepted(accept(listener_.Get(), nullptr, nullptr));
         if (stopping_ || !accepted) return;
         const int connection = connections_++;
-        auto shared = std::make_shared<Socket>(std::move(accepted));
+        auto shared = std::make_shared<KyUtils::Socket>(std::move(accepted));
         threads_.emplace_back([this, shared, connection] { Play(std::move(*shared), connection); });
     }
 }
 
-void ScriptedServer::Play(Socket socket, int connection) {
+void ScriptedServer::Play(KyUtils::Socket socket, int connection) {
     Peer peer(std::move(socket));
     {
         const std::lock_guard<std::mutex> lock(mutex_);

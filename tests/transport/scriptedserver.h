@@ -11,14 +11,14 @@
 #include <string>
 #include <thread>
 
-#include "transport/winsock.h"
+#include "utilslib/winsock.h"
 
 namespace CorvixTransport {
 
 // The server's end of one connection. Reading stops quietly when the connection ends.
 class Peer {
 public:
-    explicit Peer(Socket socket) : socket_(std::move(socket)) {}
+    explicit Peer(KyUtils::Socket socket) : socket_(std::move(socket)) {}
 
     // The head of the next request, up to and with the empty line; empty when there is none.
     std::string ReadHead() { return ReadThrough("\r\n\r\n"); }
@@ -46,7 +46,7 @@ private:
     bool WaitUntilReadable();
     bool Receive();
 
-    Socket socket_;
+    KyUtils::Socket socket_;
     std::atomic<bool> isInterrupted_{false};
     std::string received_;
     std::promise<void> interrupted_;
@@ -67,11 +67,11 @@ public:
 
 private:
     void Accept();
-    void Play(Socket socket, int connection);
+    void Play(KyUtils::Socket socket, int connection);
 
-    WinsockSession winsock_;
+    KyUtils::WinsockSession winsock_;
     Script script_;
-    Socket listener_;
+    KyUtils::Socket listener_;
     sockaddr_storage address_ = {};
     int addressLength_ = 0;
     unsigned short port_ = 0;

@@ -5,8 +5,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "transport/certificate.h"
 #include "transport/nettransport.h"
+#include "transport/tls/certificate.h"
 
 #include <winhttp.h>
 

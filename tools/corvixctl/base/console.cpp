@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/exitcodes.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 namespace {
@@ -44,7 +44,7 @@ bool WriteTo(DWORD which, std::wstring_view text) {
     const HANDLE handle = GetStdHandle(which);
     DWORD mode = 0;
     if (GetConsoleMode(handle, &mode)) return WriteToConsole(handle, text);
-    return WriteBytes(handle, CorvixTransport::ToUtf8(text));
+    return WriteBytes(handle, KyUtils::ToUtf8(text));
 }
 
 }  // namespace

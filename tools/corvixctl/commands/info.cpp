@@ -11,13 +11,13 @@
 #include "device/ippstatus.h"
 #include "device/printer.h"
 #include "output/records.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 namespace {
 
 using Corvix::IPPAttributes;
-using CorvixTransport::ToWide;
+using KyUtils::ToWideOrLatin1;
 
 constexpr const char* wantedAttributes =
     "printer-make-and-model,printer-info,printer-location,printer-uuid,printer-device-id,"
@@ -151,8 +151,8 @@ void RequireAnswer(const Printer& printer, const IPPAttributes& answer) {
     Corvix::IPPAnswerHeader header = {};
     Corvix::IPPFault fault = {};
     if (answer.GetFault(&fault) == S_OK && answer.GetCount() == 0) {
-        throw Failure(ExitCode::Incomplete,
-                      L"printer " + printer.uri + L": its answer cannot be read: " + ToWide(fault.reason));
+        throw Failure(ExitCode::Incomplete, L"printer " + printer.uri + L": its answer cannot be read: " +
+                                                ToWideOrLatin1(fault.reason));
     }
     if (answer.GetHeader(&header) == S_OK && !IsIppSuccess(header.status))
         throw Failure(ExitCode::Incomplete, L"printer " + printer.uri + L": " + IppStatusText(header.status));

@@ -13,7 +13,7 @@
 #include "device/printer.h"
 #include "maps/reading.h"
 #include "output/format.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 namespace {
@@ -22,8 +22,8 @@ using Corvix::DisposablePtr;
 using Corvix::IPPAnswerHeader;
 using Corvix::IPPAttributes;
 using Corvix::IPPFault;
-using CorvixTransport::ToUtf8;
-using CorvixTransport::ToWide;
+using KyUtils::ToUtf8;
+using KyUtils::ToWideOrLatin1;
 
 const OptionGroup answerOptions = {
     L"Answer",
@@ -110,7 +110,7 @@ struct Listing {
     // By their own bytes: a device's names need not be UTF-8.
     void AddAll(const IPPAttributes& answer) {
         for (unsigned i = 0; i < answer.GetCount(); ++i)
-            records.rows.push_back({ToWide(answer.GetName(i)), ValueOf(answer, answer.GetName(i))});
+            records.rows.push_back({ToWideOrLatin1(answer.GetName(i)), ValueOf(answer, answer.GetName(i))});
     }
 };
 
@@ -135,7 +135,7 @@ std::wstring FaultJson(const IPPAttributes& answer) {
     IPPFault fault = {};
     if (answer.GetFault(&fault) != S_OK) return L"null";
     JsonObject object;
-    object.Add(L"offset", static_cast<long long>(fault.offset)).Add(L"reason", ToWide(fault.reason));
+    object.Add(L"offset", static_cast<long long>(fault.offset)).Add(L"reason", ToWideOrLatin1(fault.reason));
     return object.Text();
 }
 
@@ -166,7 +166,7 @@ std::vector<std::wstring> Complaints(const IPPAttributes& answer, const Names& m
     IPPFault fault = {};
     if (answer.GetFault(&fault) == S_OK) {
         complaints.push_back(L"the answer is malformed at byte " + std::to_wstring(fault.offset) + L": " +
-                             ToWide(fault.reason));
+                             ToWideOrLatin1(fault.reason));
     }
     if (!missing.empty()) complaints.push_back(L"not in the answer: " + Joined(missing));
     return complaints;

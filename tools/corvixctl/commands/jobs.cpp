@@ -5,7 +5,7 @@
 #include "commands/commands.h"
 #include "output/format.h"
 #include "printing/joblist.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 namespace {
@@ -15,7 +15,7 @@ const OptionGroup jobsOptions = {
     {{L"all", nullptr, L"those that have ended, too, as far as the printer remembers them"}},
 };
 
-using CorvixTransport::ToWide;
+using KyUtils::ToWideOrLatin1;
 
 Cell NumberOrNothing(const std::optional<long long>& number) { return number ? Cell(*number) : Cell(); }
 
@@ -29,9 +29,9 @@ Records ToRecords(const std::vector<ListedJob>& jobs) {
         {{L"id"}, {L"state"}, {L"reasons", true}, {L"name"}, {L"user"}, {L"kilobytes", true}, {L"age", true}},
         {}};
     for (const ListedJob& job : jobs) {
-        records.rows.push_back({static_cast<long long>(job.id), StateName(job.state), ToWide(job.reasons),
-                                ToWide(job.name), ToWide(job.user), NumberOrNothing(job.kilobytes),
-                                AgeOf(job)});
+        records.rows.push_back({static_cast<long long>(job.id), StateName(job.state),
+                                ToWideOrLatin1(job.reasons), ToWideOrLatin1(job.name),
+                                ToWideOrLatin1(job.user), NumberOrNothing(job.kilobytes), AgeOf(job)});
     }
     return records;
 }

@@ -8,7 +8,6 @@
 #include "base/systemtext.h"
 #include "commands/commands.h"
 #include "printing/submission.h"
-#include "transport/text.h"
 
 namespace CorvixCtl {
 namespace {

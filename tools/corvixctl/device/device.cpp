@@ -7,7 +7,7 @@
 #include "base/exitcodes.h"
 #include "device/printeruri.h"
 #include "transport/nettransport.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 
@@ -40,7 +40,7 @@ CorvixTransport::PortMap ReadPortMap(const Arguments& arguments) {
     try {
         return CorvixTransport::PortMap::Parse(text);
     } catch (const std::invalid_argument& error) {
-        throw UsageError(L"--port-map " + text + L": " + CorvixTransport::ToWide(error.what()));
+        throw UsageError(L"--port-map " + text + L": " + KyUtils::ToWideOrLatin1(error.what()));
     }
 }
 
@@ -53,7 +53,7 @@ CorvixTransport::SnmpVersion ReadSnmpVersion(const std::wstring& text) {
 void ReadSnmpOptions(const Arguments& arguments, CorvixTransport::SnmpOptions& snmp) {
     if (const auto version = arguments.Find(L"snmp-version")) snmp.version = ReadSnmpVersion(*version);
     if (const auto community = arguments.Find(L"community"))
-        snmp.readCommunity = snmp.writeCommunity = CorvixTransport::ToUtf8(*community);
+        snmp.readCommunity = snmp.writeCommunity = KyUtils::ToUtf8(*community);
     if (const auto retries = arguments.Find(L"retries"))
         snmp.retries = static_cast<unsigned>(ReadNumber(L"retries", *retries, 100));
 }

@@ -10,7 +10,7 @@
 #include "base/exitcodes.h"
 #include "base/systemtext.h"
 #include "device/printeruri.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 
@@ -124,10 +124,10 @@ Printer OpenPrinter(const Arguments& arguments, HANDLE stopEvent, const std::wst
 }
 
 std::string UserName(const Arguments& arguments) {
-    if (const auto user = arguments.Find(L"user")) return CorvixTransport::ToUtf8(*user);
+    if (const auto user = arguments.Find(L"user")) return KyUtils::ToUtf8(*user);
     wchar_t name[UNLEN + 1];
     DWORD length = static_cast<DWORD>(std::size(name));
-    return GetUserNameW(name, &length) ? CorvixTransport::ToUtf8(name) : "anonymous";
+    return GetUserNameW(name, &length) ? KyUtils::ToUtf8(name) : "anonymous";
 }
 
 DisposablePtr<IPPProvider> ConnectPrinter(const Printer& printer) {

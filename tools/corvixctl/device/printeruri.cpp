@@ -5,7 +5,7 @@
 
 #include "base/exitcodes.h"
 #include "base/text.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 namespace {
@@ -17,7 +17,7 @@ UsageError BadUri(const std::wstring& uri, const std::wstring& reason) {
 std::wstring_view CutScheme(const std::wstring& uri, bool& secure) {
     const std::wstring_view text = uri;
     const size_t mark = text.find(L"://");
-    const std::wstring scheme = CorvixTransport::ToLower(uri.substr(0, mark));
+    const std::wstring scheme = KyUtils::ToLower(uri.substr(0, mark));
     secure = scheme == L"ipps";
     if (mark == std::wstring_view::npos || (!secure && scheme != L"ipp"))
         throw BadUri(uri, L"expected ipp://HOST/PATH or ipps://HOST/PATH");

@@ -12,7 +12,7 @@
 #include "device/printer.h"
 #include "printing/job.h"
 #include "printing/joblist.h"
-#include "transport/waiting.h"
+#include "transport/sockets/waiting.h"
 
 namespace CorvixCtl {
 

@@ -2,7 +2,7 @@
 
 #include "base/exitcodes.h"
 #include "device/ippstatus.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 namespace {
@@ -39,7 +39,7 @@ std::string Exchange(const Printer& printer, const std::string& body) {
 }  // namespace
 
 std::vector<ListedJob> ListJobs(const Printer& printer, const std::string& user, WhichJobs which) {
-    const std::string request = FormGetJobs(CorvixTransport::ToUtf8(printer.uri), user, which);
+    const std::string request = FormGetJobs(KyUtils::ToUtf8(printer.uri), user, which);
     std::optional<JobList> list = ReadJobList(Exchange(printer, request));
     if (!list) throw Failure(ExitCode::Incomplete, L"the printer's list of jobs cannot be read");
     if (!IsIppSuccess(list->status)) {

@@ -7,7 +7,7 @@
 #include "base/exitcodes.h"
 #include "base/systemtext.h"
 #include "device/printer.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 
@@ -64,7 +64,7 @@ JobAttribute ReadChoice(const std::wstring& option, const std::wstring& word) {
     std::wstring words;
     for (const Choice& choice : choices) {
         if (option != choice.option) continue;
-        const bool isKeyword = choice.tag == keywordTag && CorvixTransport::ToUtf8(word) == choice.value;
+        const bool isKeyword = choice.tag == keywordTag && KyUtils::ToUtf8(word) == choice.value;
         if (word == choice.word || isKeyword)
             return {choice.tag, choice.attribute, std::string(choice.value)};
         words += (words.empty() ? L"" : L", ") + std::wstring(choice.word);
@@ -101,7 +101,7 @@ std::string ReadMimeType(const std::wstring& text) {
     const bool isType = text.find(L'/') != std::wstring::npos && text.size() <= longest;
     if (!text.empty() && !isType)
         throw UsageError(L"--document-format " + text + L": expected a MIME type, such as application/pdf");
-    return CorvixTransport::ToUtf8(text);
+    return KyUtils::ToUtf8(text);
 }
 
 void ReadWishes(const Arguments& arguments, PrintOrder& order) {
@@ -117,7 +117,7 @@ void ReadWishes(const Arguments& arguments, PrintOrder& order) {
 
 std::string ToIppName(const std::wstring& text) {
     constexpr size_t longest = 255;
-    std::string name = CorvixTransport::ToUtf8(text);
+    std::string name = KyUtils::ToUtf8(text);
     if (name.size() <= longest) return name;
     size_t end = longest;
     while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80)

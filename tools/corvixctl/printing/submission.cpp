@@ -5,7 +5,7 @@
 #include "device/ippstatus.h"
 #include "printing/carrying.h"
 #include "printing/joblist.h"
-#include "transport/text.h"
+#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 namespace {
@@ -110,7 +110,7 @@ std::optional<Submission::Found> Submission::Find() const {
     for (const WhichJobs which : {WhichJobs::NotCompleted, WhichJobs::Completed}) {
         if (const auto job = FindOwnJob(ListJobs(printer_, order_.owner.user, which), order_.owner))
             return Found{{static_cast<unsigned>(job->id), job->uri},
-                         {job->state, CorvixTransport::ToWide(job->reasons)}};
+                         {job->state, KyUtils::ToWideOrLatin1(job->reasons)}};
     }
     return std::nullopt;
 }

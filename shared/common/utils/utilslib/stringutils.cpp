@@ -35,6 +35,16 @@ std::wstring ToWide(std::string_view utf8) {
     return text;
 }
 
+bool IsUtf8(std::string_view bytes) { return ToUtf8(ToWide(bytes)) == bytes; }
+
+std::wstring ToWideOrLatin1(std::string_view bytes) {
+    if (IsUtf8(bytes)) return ToWide(bytes);
+    std::wstring text;
+    for (const char c : bytes)
+        text += static_cast<wchar_t>(static_cast<unsigned char>(c));
+    return text;
+}
+
 std::wstring ToLower(std::wstring_view text) {
     std::wstring lower(text);
     std::transform(lower.begin(), lower.end(), lower.begin(), LowerCharacter);

@@ -11,6 +11,10 @@ namespace KyUtils {
 std::string ToUtf8(std::wstring_view text);
 /// Bytes that are not UTF-8 become U+FFFD.
 std::wstring ToWide(std::string_view utf8);
+/// Whether ToWide() loses nothing of the bytes.
+bool IsUtf8(std::string_view bytes);
+/// Takes bytes that are not UTF-8 for Latin-1, which is what old devices send.
+std::wstring ToWideOrLatin1(std::string_view bytes);
 
 /// Lower-cases character by character, by the invariant locale.
 std::wstring ToLower(std::wstring_view text);
