@@ -1,6 +1,8 @@
 // An SNMP agent in the test's own process that does whatever it is told, mistakes above all.
 #pragma once
 
+#include "utilslib/winsock.h"
+
 #include <atomic>
 #include <functional>
 #include <mutex>
@@ -8,7 +10,6 @@
 #include <thread>
 #include <vector>
 
-#include "utilslib/winsock.h"
 #include "wire/snmp/message.h"
 
 namespace CorvixTransport {
@@ -35,36 +36,22 @@ public:
     ScriptedAgent(const ScriptedAgent&) = delete;
     ScriptedAgent& operator=(const ScriptedAgent&) = delete;
 
-    unsigned short Port() const { return port_; }
+    unsigned short Port() const { return ntohs(reinterpret_cast<const sockaddr_in*>(&address_)->sin_port); }
     std::vector<Snmp::Message> Received() const;
 
 private:
     void Serve();
-    void Play(const Turn& turn, const sockaddr_storage& client, int clientLength);
-    const KyUtils::Socket& SocketOf(Sender sender) const;
+    void Play(const Turn& turn, const sockaddr_storage& client);
 
     KyUtils::WinsockSession winsock_;
     Script script_;
-    KyUtils::Socket agent_;
-    KyUtils::Socket otherPort_;
-    KyUtils::Socket otherHost_;
-    unsigned short port_ = 0;
+    // One for each sender.
+    std::vector<KyUtils::Socket> sockets_;
+    sockaddr_storage address_{};
     mutable std::mutex mutex_;
     std::vector<Snmp::Message> received_;
     std::atomic<bool> ending_{false};
     std::thread thread_;
 };
-
-// A port of the agent's host on which nobody listens.
-unsigned short UnusedPort();
-
-// The ordinary answer to a request.
-Snmp::Message AnswerTo(const Snmp::Message& request, std::vector<Snmp::VarBind> variables);
-Snmp::Message ErrorTo(const Snmp::Message& request, std::int32_t status);
-// A turn of one ordinary reply.
-ScriptedAgent::Turn Only(const Snmp::Message& answer);
-
-Snmp::VarBind Integer(const Snmp::Oid& oid, std::int32_t number);
-Snmp::VarBind Text(const Snmp::Oid& oid, std::string text);
 
 }  // namespace CorvixTransport
