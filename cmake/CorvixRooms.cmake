@@ -11,9 +11,10 @@
 #       SOURCE_DIR tells it where the source tree is, as CORVIX_SOURCE_DIR.
 #   corvix_program(NAME [FOLDERS folder...] [LIBS lib...] [DLL])
 #       A program of all sources in the current folder and in these folders below it, put into the build tree's bin/.
-#   corvix_transcripts(NAME [FILES file...] [PROGRAMS name target...])
+#   corvix_transcripts(NAME [FILES file...] [PROGRAMS name target...] [BEFORE command...])
 #       A test of each *.transcript in the current folder, or of these. Its commands may use the native simulator
-#       as corvixsim, targets of the build tree by the names given, and the functions in the folder's commands.sh.
+#       as corvixsim, targets of the build tree (or the system's programs of Windows) by the names given, and the
+#       functions in the folder's commands.sh; others may be run before them.
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
@@ -155,7 +156,7 @@ function(corvix_test NAME)
 endfunction()
 
 function(corvix_transcripts NAME)
-  cmake_parse_arguments(TRANSCRIPTS "" "" "FILES;PROGRAMS" ${ARGN})
+  cmake_parse_arguments(TRANSCRIPTS "" "" "FILES;PROGRAMS;BEFORE" ${ARGN})
   if(NOT TRANSCRIPTS_FILES)
     file(GLOB TRANSCRIPTS_FILES CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}"
       "${CMAKE_CURRENT_SOURCE_DIR}/*.transcript")
@@ -167,12 +168,18 @@ function(corvix_transcripts NAME)
   while(TRANSCRIPTS_PROGRAMS)
     list(POP_FRONT TRANSCRIPTS_PROGRAMS program target)
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
-    list(APPEND options --program "${program}=${emulator} $<TARGET_FILE:${target}>")
+    if(TARGET "${target}")
+      set(target "$<TARGET_FILE:${target}>")
+    endif()
+    list(APPEND options --program "${program}=${emulator} ${target}")
   endwhile()
+  foreach(command IN LISTS TRANSCRIPTS_BEFORE)
+    list(APPEND options --before "${command}")
+  endforeach()
   foreach(file IN LISTS TRANSCRIPTS_FILES)
     get_filename_component(name "${file}" NAME_WE)
     add_test(NAME ${NAME}.${name} COMMAND "${CMAKE_SOURCE_DIR}/tests/transcript/transcript.py"
       "${CMAKE_CURRENT_SOURCE_DIR}/${file}" ${options})
-    set_tests_properties(${NAME}.${name} PROPERTIES TIMEOUT 120)
+    set_tests_properties(${NAME}.${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 240)
   endforeach()
 endfunction()

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""transcript.py FILE [--bin DIR]... [--program NAME=COMMAND]... [--var NAME=VALUE]... [--show]
+"""transcript.py FILE [--bin DIR]... [--program NAME=COMMAND]... [--var NAME=VALUE]... [--before COMMAND]... [--show]
 
 Runs the commands of a transcript and compares what they print with what the transcript says:
 
@@ -17,7 +17,8 @@ and "exit N" stands behind them unless N is 0. "..." in a line stands for any te
 ${NAME} for a variable. A command that ends in "&" goes on until the end of the transcript: it must say where it serves
 in a line "ready NAME=VALUE ...", which become variables of the commands after it ($address, $control, $port_80, ...), get
 the options that make it end with its standard input and take free ports, and end with exit code 0. Markdown is read too:
-of FILE.md only the blocks fenced as ```console count. --show prints the transcript with the outputs that came.
+of FILE.md only the blocks fenced as ```console count; --before runs what they take for granted. A command with exit
+code 77 ends the transcript, and the runner ends with 77 itself: the machine lacks what is tested. --show prints the transcript with the outputs that came.
 """
 import argparse
 import difflib
@@ -85,19 +86,21 @@ class Transcript:
         self.environment["PATH"] = ":".join(path)
 
     def start(self, command, **streams):
-        return subprocess.Popen(["timeout", str(PATIENCE), "bash", "-c", command], cwd=self.scratch, env=self.environment, text=True,
-                                encoding="utf-8", errors="replace", stdout=subprocess.PIPE, **streams)
+        return subprocess.Popen(command, cwd=self.scratch, env=self.environment, text=True, encoding="utf-8",
+                                errors="replace", stdout=subprocess.PIPE, **streams)
 
     def run(self, command):
         if command.endswith("&"):
             return self.serve(command[:-1].strip())
-        process = self.start(command, stdin=subprocess.DEVNULL, stderr=subprocess.STDOUT)
+        process = self.start(["timeout", str(PATIENCE), "bash", "-c", command], stdin=subprocess.DEVNULL,
+                             stderr=subprocess.STDOUT)
         lines = strip_end(process.communicate()[0].replace("\r\n", "\n").split("\n"))
         return lines + ["exit %d" % process.returncode] * (process.returncode != 0)
 
     def serve(self, command):
         errors = tempfile.TemporaryFile("w+", dir=self.scratch)
-        process = self.start("exec " + command + " --until-eof --port-base 0", stdin=subprocess.PIPE, stderr=errors)
+        process = self.start(["bash", "-c", "exec " + command + " --until-eof --port-base 0"], stdin=subprocess.PIPE,
+                             stderr=errors)
         self.running.append((command, process, errors))
         ready = process.stdout.readline()
         if not ready.startswith("ready "):
@@ -124,14 +127,17 @@ def main():
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("file")
     parser.add_argument("--show", action="store_true")
-    for name in ("bin", "program", "var"):
+    for name in ("bin", "program", "var", "before"):
         parser.add_argument("--" + name, action="append", default=[])
     options = parser.parse_args()
     faults = []
     with tempfile.TemporaryDirectory(prefix="transcript-") as scratch:
         transcript = Transcript(scratch, options)
-        for command, written in read_steps(options.file):
+        for command, written in [[command, ["..."]] for command in options.before] + read_steps(options.file):
             actual = transcript.run(command) if command is not None else written
+            if actual[-1:] == ["exit 77"]:
+                transcript.end()
+                sys.exit(77)
             expected = [re.sub(r"\$\{(\w+)\}", lambda name: transcript.environment.get(name[1], name[0]), line)
                         for line in strip_end(written)]
             fits = re.fullmatch(pattern(expected), "".join(line + "\n" for line in strip_end(actual)))

@@ -1,0 +1,1 @@
+. "$source/tests/corvixctl/commands.sh"
