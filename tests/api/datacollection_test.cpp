@@ -160,28 +160,18 @@ TEST_F(DataCollectionApiTest, ComesFromAnIppProvider) {
 }
 
 TEST_F(DataCollectionApiTest, RefusesTextsThatAreNoDocument) {
-    struct Case {
-        const char* what;
-        const wchar_t* text;
-        HRESULT result;
-    };
-    const Case cases[] = {
-        {"nothing", L"", S_FALSE},
-        {"no XML", L"DataMaps", S_FALSE},
-        {"truncated", L"<DataMaps><XMLDataMap Protocol='PLSXML'>", S_FALSE},
-        {"another root", L"<Maps><XMLDataMap Protocol='PLSXML'/></Maps>", E_FAIL},
-        {"the root in another case", L"<datamaps/>", E_FAIL},
-        {"no maps", L"<DataMaps/>", E_FAIL},
-        {"comments only", L"<DataMaps><!-- a --><!-- b --></DataMaps>", E_FAIL},
-        {"unknown elements", L"<DataMaps><SomeMap/><XMLDataMap/><XMLDataMap Protocol='FTP'/></DataMaps>",
-         E_FAIL},
-        {"a protocol that the device does not speak", L"<DataMaps><XMLDataMap Protocol='Pavo'/></DataMaps>",
-         E_FAIL},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(CreateDataCollectionFromXML(address.Get(), c.text, &collection, nullptr), c.result)
-            << c.what;
-    }
+    const std::pair<const wchar_t*, HRESULT> cases[] = {
+        {L"", S_FALSE},
+        {L"DataMaps", S_FALSE},
+        {L"<DataMaps><XMLDataMap Protocol='PLSXML'>", S_FALSE},
+        {L"<Maps><XMLDataMap Protocol='PLSXML'/></Maps>", E_FAIL},
+        {L"<datamaps/>", E_FAIL},
+        {L"<DataMaps/>", E_FAIL},
+        {L"<DataMaps><!-- a --><!-- b --></DataMaps>", E_FAIL},
+        {L"<DataMaps><SomeMap/><XMLDataMap/><XMLDataMap Protocol='FTP'/></DataMaps>", E_FAIL},
+        {L"<DataMaps><XMLDataMap Protocol='Pavo'/></DataMaps>", E_FAIL}};
+    for (const auto& [text, result] : cases)
+        EXPECT_EQ(CreateDataCollectionFromXML(address.Get(), text, &collection, nullptr), result) << text;
 }
 
 TEST_F(DataCollectionApiTest, RefusesFilesThatDoNotLoad) {

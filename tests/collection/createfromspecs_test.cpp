@@ -6,13 +6,11 @@
 #include <string>
 
 #include "datamodel/caches/cachekeys.h"
-#include "datamodel/caches/printdatacacheprovider.h"
 #include "datamodel/caches/regcacheprovider.h"
 #include "datamodel/maps/ownedmaps.h"
 #include "datamodel/snmp/oididentity.h"
 #include "support/fakecache.h"
 #include "support/fakemib.h"
-#include "support/fakespooler.h"
 #include "support/faketransport.h"
 #include "support/ippbytes.h"
 #include "support/registrysandbox.h"
@@ -22,13 +20,11 @@
 namespace Corvix {
 namespace {
 
-using CorvixTest::BytesOf;
 using CorvixTest::FakeAddress;
 using CorvixTest::FakeCache;
 using CorvixTest::FakeDevice;
 using CorvixTest::FakeDevicePtr;
 using CorvixTest::FakeLocalAddress;
-using CorvixTest::FakeSpooler;
 using CorvixTest::TestClock;
 using KyUtils::Variant;
 
@@ -110,36 +106,29 @@ protected:
 
 TEST_F(CreateFromSpecsTest, BindsTheFirstMapThatTheDeviceSpeaks) {
     using Type = DataMapTypeEnum;
+    const std::initializer_list<Type> all = {Type::Pavo, Type::WS, Type::PLSXML};
+    const std::initializer_list<Type> unknownFirst = {Type::Unknown, Type::Unknown, Type::PLSXML};
+    const std::initializer_list<Type> plsxmlFirst = {Type::PLSXML, Type::Pavo};
     struct Case {
-        const char* what;
-        std::initializer_list<Type> maps;
-        bool pavo;
-        bool ws;
-        bool webServicePort;
+        const char* speaks;  // P: Pavo, W: web services, p: has a port for those
+        const std::initializer_list<Type>& maps;
         const wchar_t* bound;
     };
-    const Case cases[] = {
-        {"document order", {Type::Pavo, Type::WS, Type::PLSXML}, true, true, true, L"Pavo"},
-        {"the device speaks no Pavo", {Type::Pavo, Type::WS, Type::PLSXML}, false, true, true, L"WS"},
-        {"neither", {Type::Pavo, Type::WS, Type::PLSXML}, false, false, true, L"PLSXML"},
-        {"no web-service port", {Type::WS, Type::PLSXML}, false, true, false, L"PLSXML"},
-        {"maps of no protocol come first",
-         {Type::Unknown, Type::Unknown, Type::PLSXML},
-         true,
-         true,
-         true,
-         L"PLSXML"},
-        {"PLSXML is never asked first", {Type::PLSXML, Type::Pavo}, true, true, true, L"PLSXML"},
-    };
+    const Case cases[] = {{"PWp", all, L"Pavo"},
+                          {"Wp", all, L"WS"},
+                          {"p", all, L"PLSXML"},
+                          {"W", all, L"PLSXML"},
+                          {"PWp", unknownFirst, L"PLSXML"},
+                          {"PWp", plsxmlFirst, L"PLSXML"}};
     for (const Case& c : cases) {
         const auto device = DeviceWith("1", "Printer");
-        if (c.pavo) ServePavo(*device);
-        if (c.ws) ServeWs(*device);
-        device->hasWebServicePort = c.webServicePort;
+        if (strchr(c.speaks, 'P')) ServePavo(*device);
+        if (strchr(c.speaks, 'W')) ServeWs(*device);
+        device->hasWebServicePort = strchr(c.speaks, 'p') != nullptr;
         const auto collection = Create(device, MapsOf(c.maps));
-        ASSERT_TRUE(collection) << c.what;
+        ASSERT_TRUE(collection) << c.speaks;
         EXPECT_EQ(collection->GetDataMapName(), std::wstring(L"XMLDataMap[@Protocol='") + c.bound + L"']")
-            << c.what;
+            << c.speaks;
     }
 }
 
@@ -216,20 +205,6 @@ TEST_F(RegistryCacheTest, KeysByTheIdentityWhateverItLooksLike) {
         EXPECT_TRUE(KeyExists(PathOf(c.identity))) << c.serial;
     }
     EXPECT_FALSE(KeyExists(std::wstring(root) + L"\\a"));
-}
-
-TEST_F(RegistryCacheTest, KeysSnmpDevicesByWhateverTheyCallThemselves) {
-    const std::wstring longName(300, L's');
-    const std::wstring identities[] = {L"a\\b", L"..\\..", L"a\x01\x1F\x7F",
-                                       L"%5C",  longName,  longName + L"2"};
-    for (const std::wstring& identity : identities) {
-        const auto device = std::make_shared<FakeDevice>();
-        ServeSnmp(*device, identity.c_str());
-        const std::wstring key = std::wstring(root) + L"\\" + KeyPart(identity) + L"\\OID";
-        EXPECT_FALSE(KeyExists(key)) << identity;
-        EXPECT_TRUE(Create(device, MapsOf({DataMapTypeEnum::OID}), cache.Get()));
-        EXPECT_TRUE(KeyExists(key)) << identity;
-    }
 }
 
 TEST_F(RegistryCacheTest, DoesNotServeADeviceThatIsNotKnown) {
@@ -333,53 +308,45 @@ TEST_F(DeviceMemoryTest, AsksNothingForWhatItHas) {
 }
 
 TEST_F(DeviceMemoryTest, KnowsDevicesOfEveryProtocolButIpp) {
-    struct Case {
-        DataMapTypeEnum type;
-        bool remembered;
-    };
-    const Case cases[] = {{DataMapTypeEnum::Pavo, true},
-                          {DataMapTypeEnum::WS, true},
-                          {DataMapTypeEnum::PLSXML, true},
-                          {DataMapTypeEnum::OID, true},
-                          {DataMapTypeEnum::IPP, false}};
     const auto device = DeviceWith("SN1", "Printer");
     ServePavo(*device);
     ServeWs(*device);
     ServeSnmp(*device, L"SNMP1");
     ServeIpp(*device, Ipp::Testing::Value(0x45, "printer-uuid", "urn:uuid:1234"));
-    for (const Case& c : cases) {
-        const auto first = Create(device, MapsOf({c.type}), Remembering().Get());
+    for (const auto type : {DataMapTypeEnum::Pavo, DataMapTypeEnum::WS, DataMapTypeEnum::PLSXML,
+                            DataMapTypeEnum::OID, DataMapTypeEnum::IPP}) {
+        const auto first = Create(device, MapsOf({type}), Remembering().Get());
         ASSERT_TRUE(first);
         const int before = device->calls;
-        const auto second = Create(device, MapsOf({c.type}), Remembering().Get());
+        const auto second = Create(device, MapsOf({type}), Remembering().Get());
         ASSERT_TRUE(second);
         EXPECT_EQ(second->GetDataMapName(), first->GetDataMapName());
-        EXPECT_EQ(device->calls == before, c.remembered) << second->GetDataMapName().c_str();
+        EXPECT_EQ(device->calls == before, type != DataMapTypeEnum::IPP) << second->GetDataMapName().c_str();
     }
 }
 
 TEST_F(DeviceMemoryTest, AsksWhoIsThereWhereItIsNotSure) {
+    using Type = DataMapTypeEnum;
     struct Case {
         const char* what;
         const wchar_t* deviceName;
-        std::initializer_list<DataMapTypeEnum> maps;
+        bool otherMaps;
         unsigned later;
-        bool asks;
+        size_t questions;
     };
-    const Case cases[] = {
-        {"the same", L"printer.test", {DataMapTypeEnum::PLSXML}, lifespan, false},
-        {"long ago", L"printer.test", {DataMapTypeEnum::PLSXML}, lifespan + 1, true},
-        {"another way", L"printer.test:8080", {DataMapTypeEnum::PLSXML}, 0, true},
-        {"other maps", L"printer.test", {DataMapTypeEnum::OID, DataMapTypeEnum::PLSXML}, 0, true},
-        {"no memory", L"", {DataMapTypeEnum::PLSXML}, 0, true},
-    };
+    const Case cases[] = {{"the same", L"printer.test", false, lifespan, 0},
+                          {"long ago", L"printer.test", false, lifespan + 1, 1},
+                          {"another way", L"printer.test:8080", false, 0, 1},
+                          {"other maps", L"printer.test", true, 0, 1},
+                          {"no memory", L"", false, 0, 1}};
     const auto device = DeviceWith("SN1", "Printer");
     for (const Case& c : cases) {
         CreatePlsxml(device, Remembering().Get());
         TestClock::Advance(c.later * TestClock::lifespanUnit);
         device->exchanges.clear();
-        Create(device, MapsOf(c.maps), Remembering(c.deviceName).Get());
-        EXPECT_EQ(device->RequestsFor(identityUri), c.asks ? 1u : 0u) << c.what;
+        Create(device, c.otherMaps ? MapsOf({Type::OID, Type::PLSXML}) : MapsOf({Type::PLSXML}),
+               Remembering(c.deviceName).Get());
+        EXPECT_EQ(device->RequestsFor(identityUri), c.questions) << c.what;
     }
 }
 
@@ -426,58 +393,52 @@ TEST_F(DeviceMemoryTest, DoesNotAskADeviceThatLostItsWebServicePort) {
 TEST_F(DeviceMemoryTest, AsksNothingOfAnotherSnmpDevice) {
     const auto device = std::make_shared<FakeDevice>();
     ServeSnmp(*device, L"ONE");
-    const auto maps = [] {
-        OwnedMaps made = MapsOf({DataMapTypeEnum::OID});
-        made->GetDataMapSpec(0)->AddDataItemSpec(
-            L"Name", OIDDataItemSpec::CreateOIDDataItemSpec(L"Name", L"1.3.6.1.2.1.25.3.2.1.3.1", nullptr,
-                                                            false, nullptr, 0, nullptr));
-        made->GetDataMapSpec(0)->AddDataItemSpec(
-            L"Walk", NextOIDDataItemSpec::CreateNextOidDataItemSpec(L"Walk", L"1.3.1", nullptr, false,
-                                                                    nullptr, 0, nullptr, true, 0));
-        made->GetDataMapSpec(0)->AddDataItemSpec(
+    const auto create = [&device] {
+        const OwnedMaps maps = MapsOf({DataMapTypeEnum::OID});
+        DataMapSpec& map = *maps->GetDataMapSpec(0);
+        const wchar_t* description = L"1.3.6.1.2.1.25.3.2.1.3.1";
+        map.AddDataItemSpec(L"Name", OIDDataItemSpec::CreateOIDDataItemSpec(L"Name", description, nullptr,
+                                                                            false, nullptr, 0, nullptr));
+        map.AddDataItemSpec(L"Walk", NextOIDDataItemSpec::CreateNextOidDataItemSpec(
+                                         L"Walk", L"1.3.1", nullptr, false, nullptr, 0, nullptr, true, 0));
+        map.AddDataItemSpec(
             L"Table", OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(L"Table", L"1.3.1.N", nullptr, false,
                                                                      nullptr, 0, nullptr, false, 3, L"0"));
-        return made;
+        return Create(device, maps, Remembering().Get());
     };
-    EXPECT_EQ(Read(*Create(device, maps(), Remembering().Get()), L"Name"), S_OK);
+    EXPECT_EQ(Read(*create(), L"Name"), S_OK);
     ServeSnmp(*device, L"TWO");
-    const auto misled = Create(device, maps(), Remembering().Get());
+    const auto misled = create();
     EXPECT_EQ(Read(*misled, L"Name"), S_OK) << "from the cache";
     for (const wchar_t* unknown : {L"x:Name", L"Walk", L"Walk.1", L"Table", L"Table.1"})
         EXPECT_EQ(Read(*misled, unknown), notConnected) << unknown;
-    EXPECT_EQ(Read(*Create(device, maps(), Remembering().Get()), L"x:Name"), S_OK);
+    EXPECT_EQ(Read(*create(), L"x:Name"), S_OK);
 }
 
 TEST_F(DeviceMemoryTest, TakesWhatItCannotReadForNothing) {
-    const std::wstring name = L"printer.test [PLSXML]";
     const std::wstring now = std::to_wstring(*TestClock::Now());
+    const std::wstring later = std::to_wstring(*TestClock::Now() + 1);
     struct Case {
         const wchar_t* device;
         std::wstring stamp;
-        bool asks;
+        size_t questions;
     };
-    const Case cases[] = {
-        {L"PLSXML SN1", now, false},
-        {L"PLSXML", now, true},
-        {L"PLSXML ", now, true},
-        {L"", now, true},
-        {L"OID SN1", now, true},
-        {L"Other SN1", now, true},
-        {L"PLSXML SN1", L"soon", true},
-        {L"PLSXML SN1", L"", true},
-        {L"PLSXML SN1", std::to_wstring(*TestClock::Now() + 1), true},
-    };
+    const Case cases[] = {{L"PLSXML SN1", now, 0},     {L"PLSXML", now, 1},
+                          {L"PLSXML ", now, 1},        {L"", now, 1},
+                          {L"OID SN1", now, 1},        {L"Other SN1", now, 1},
+                          {L"PLSXML SN1", L"soon", 1}, {L"PLSXML SN1", L"", 1},
+                          {L"PLSXML SN1", later, 1}};
     const auto device = DeviceWith("SN1", "Printer");
+    const auto write = [](const wchar_t* name, const std::wstring& text) {
+        RegSetKeyValueW(HKEY_LOCAL_MACHINE, root, name, REG_SZ, text.c_str(),
+                        static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+    };
     for (const Case& c : cases) {
-        const auto write = [](const std::wstring& each, const std::wstring& text) {
-            RegSetKeyValueW(HKEY_LOCAL_MACHINE, root, each.c_str(), REG_SZ, text.c_str(),
-                            static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-        };
-        write(name, c.device);
-        write(name + L".Expires", c.stamp);
+        write(L"printer.test [PLSXML]", c.device);
+        write(L"printer.test [PLSXML].Expires", c.stamp);
         device->exchanges.clear();
         EXPECT_TRUE(CreatePlsxml(device, Remembering().Get()));
-        EXPECT_EQ(device->RequestsFor(identityUri), c.asks ? 1u : 0u) << c.device << L", " << c.stamp;
+        EXPECT_EQ(device->RequestsFor(identityUri), c.questions) << c.device << L", " << c.stamp;
     }
 }
 
@@ -489,17 +450,6 @@ TEST_F(DeviceMemoryTest, AsksEveryTimeWhereNothingCanBeWritten) {
         for (int i = 0; i < 2; ++i)
             EXPECT_EQ(ModelOf(*CreatePlsxml(device, unusable.Get())), std::wstring(L"Printer") + fromDevice);
     }
-}
-
-TEST_F(CreateFromSpecsTest, FillsTheStoreFromPrinterData) {
-    FakeSpooler spooler;
-    spooler.values = {{L"Model", REG_SZ, BytesOf(L"Kept")},
-                      {L"Model.Expires", REG_SZ, BytesOf(std::to_wstring(*KyUtils::CurrentFileTime()))}};
-    const auto device = DeviceWith("SN1", "Printer");
-    const auto cache = PrintDataCacheProvider::Create(FakeSpooler::printer);
-    EXPECT_EQ(ModelOf(*CreatePlsxml(device, cache.Get())), std::wstring(L"Kept") + fromCache);
-    EXPECT_EQ(device->exchanges.size(), 0u);
-    EXPECT_EQ(spooler.writes.size(), 2u) << "written back with its time stamp";
 }
 
 }  // namespace

@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <map>
 #include <memory>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -39,72 +41,39 @@ Variant FromBytes(const std::string& text) {
 
 using RawReader = Variant (*)(const std::string&);
 
-/// How the head of a table says that the device's values are written.
-struct TableHead {
-    const char* line;
-    RawReader read;
-};
-constexpr TableHead tableHeads[] = {{"| device says | value |", FromText},
-                                    {"| device says (number) | value |", FromNumber},
-                                    {"| device says (bytes) | value |", FromBytes}};
-
 struct Example {
     std::string item;
     RawReader read = nullptr;
     std::vector<std::pair<std::string, std::string>> rows;
 };
 
-/// The cells of a row such as "| `ready` | `idle` |"; empty for any other line.
-std::vector<std::string> CellsOf(const std::string& line) {
-    std::vector<std::string> cells;
-    if (line.empty() || line[0] != '|') return cells;
-    for (size_t open = 0; (open = line.find('`', open)) != std::string::npos;) {
-        const size_t close = line.find('`', open + 1);
-        cells.push_back(line.substr(open + 1, close - open - 1));
-        open = close + 1;
-    }
-    return cells;
-}
-
-/// Reads the page's section on conversion line by line: each fenced item, with the table that follows it.
-class ExampleReader {
-public:
-    void Read(const std::string& line) {
-        if (line.rfind("## ", 0) == 0) inSection_ = line == "## Conversion";
-        if (!inSection_) return;
-        if (line == "```xml") {
-            inFence_ = true;
-            examples_.emplace_back();
-        } else if (line == "```") {
-            inFence_ = false;
-        } else if (inFence_) {
-            examples_.back().item += line;
-        } else if (!examples_.empty()) {
-            ReadTable(line, examples_.back());
-        }
-    }
-    const std::vector<Example>& Examples() const { return examples_; }
-
-private:
-    static void ReadTable(const std::string& line, Example& example) {
-        for (const TableHead& head : tableHeads) {
-            if (line == head.line) example.read = head.read;
-        }
-        const auto cells = CellsOf(line);
-        if (cells.size() == 2) example.rows.emplace_back(cells[0], cells[1]);
-    }
-
-    std::vector<Example> examples_;
-    bool inSection_ = false;
-    bool inFence_ = false;
-};
-
+/// The page's section on conversion: each fenced item, with the table that follows it. The head of a table says how
+/// the device's values are written.
 std::vector<Example> ReadExamples() {
+    const std::map<std::string, RawReader> heads = {
+        {"", FromText}, {" (number)", FromNumber}, {" (bytes)", FromBytes}};
+    const std::regex head(R"(\| device says( \(\w+\))? \| value \|)");
+    const std::regex row(R"(\|.*?`([^`]*)`.*?`([^`]*)`.*)");
     std::ifstream page(CORVIX_SOURCE_DIR "/docs/data-maps.md");
-    ExampleReader reader;
-    for (std::string line; std::getline(page, line);)
-        reader.Read(line);
-    return reader.Examples();
+    std::vector<Example> examples;
+    bool inSection = false;
+    bool inFence = false;
+    std::smatch found;
+    for (std::string line; std::getline(page, line);) {
+        if (line.rfind("## ", 0) == 0) inSection = line == "## Conversion";
+        if (!inSection) continue;
+        if (line == "```xml") examples.emplace_back();
+        if (line.rfind("```", 0) == 0) {
+            inFence = line != "```";
+        } else if (inFence) {
+            examples.back().item += line;
+        } else if (std::regex_match(line, found, head)) {
+            examples.back().read = heads.at(found.str(1));
+        } else if (std::regex_match(line, found, row)) {
+            examples.back().rows.emplace_back(found.str(1), found.str(2));
+        }
+    }
+    return examples;
 }
 
 /// The value as a table shows it, whatever its type.

@@ -27,29 +27,24 @@ TEST(ResolverUtils, CountsUpToItsLimit) {
     EXPECT_EQ(GetStringLength(nullptr), -1);
 }
 
-struct CopyCase {
-    std::size_t sourceLength;
-    std::size_t count;
-    HRESULT result;
-    std::size_t copied;
-};
-
 TEST(ResolverUtils, CopiesIntoItsFixedCapacity) {
-    const CopyCase cases[] = {
-        {0, 10, S_OK, 0},
-        {5, 10, S_OK, 5},
-        {5, 3, S_OK, 3},
-        {5, 0, S_OK, 0},
-        {1024, 5000, S_OK, 1024},
-        {1025, 5000, tooSmall, 1024},
-        {2000, 2000, tooSmall, 1024},
-        {2000, 1024, S_OK, 1024},
-        {2000, 1025, tooSmall, 1024},
-        {5, 0x7FFFFFFE, S_OK, 5},
-        {5, 0x7FFFFFFF, E_INVALIDARG, 0},
-        {5, static_cast<std::size_t>(-1), E_INVALIDARG, 0},
-    };
-    for (const CopyCase& test : cases) {
+    struct {
+        std::size_t sourceLength, count;
+        HRESULT result;
+        std::size_t copied;
+    } const cases[] = {{0, 10, S_OK, 0},
+                       {5, 10, S_OK, 5},
+                       {5, 3, S_OK, 3},
+                       {5, 0, S_OK, 0},
+                       {1024, 5000, S_OK, 1024},
+                       {1025, 5000, tooSmall, 1024},
+                       {2000, 2000, tooSmall, 1024},
+                       {2000, 1024, S_OK, 1024},
+                       {2000, 1025, tooSmall, 1024},
+                       {5, 0x7FFFFFFE, S_OK, 5},
+                       {5, 0x7FFFFFFF, E_INVALIDARG, 0},
+                       {5, static_cast<std::size_t>(-1), E_INVALIDARG, 0}};
+    for (const auto& test : cases) {
         std::wstring destination(1100, L'#');
         const std::wstring source(test.sourceLength, L'x');
         EXPECT_EQ(StrWcsNCpy(destination.data(), 7, source.c_str(), test.count), test.result);
@@ -86,29 +81,24 @@ TEST(ResolverUtils, KeepsAMessageOfAHundredCharacters) {
     EXPECT_STREQ(buffer, L"");
 }
 
-struct CaptureCase {
-    const wchar_t* text;
-    const wchar_t* pattern;
-    int group;
-    const wchar_t* result;
-};
-
 TEST(ResolverUtils, CapturesAPartOfAText) {
     const wchar_t* const address =
         LR"((\b(?:(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?)\.){3}(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?)\b))";
     const wchar_t* const port = LR"((?:(?:\b(?:\d{1,3}\.){3}(?:\d{1,3})\b)(?:(?::)([0-9]+))?))";
-    const CaptureCase cases[] = {
-        {L"10.0.0.5:631", port, 1, L"631"},
-        {L"10.0.0.5", port, 1, L""},
-        {L"no address", port, 1, L""},
-        {L"ipp://10.0.0.5:8631/ipp/print", port, 1, L"8631"},
-        {L"ipp://192.168.1.255/ipp", address, 0, L"192.168.1.255"},
-        {L"ipp://192.168.1.256/ipp", address, 0, L""},
-        {L"first 1.2.3.4 then 5.6.7.8", address, 1, L"1.2.3.4"},
-        {L"10.0.0.5:631", port, 2, L""},
-        {L"", L"", 0, L""},
-    };
-    for (const CaptureCase& test : cases) {
+    struct {
+        const wchar_t *text, *pattern;
+        int group;
+        const wchar_t* result;
+    } const cases[] = {{L"10.0.0.5:631", port, 1, L"631"},
+                       {L"10.0.0.5", port, 1, L""},
+                       {L"no address", port, 1, L""},
+                       {L"ipp://10.0.0.5:8631/ipp/print", port, 1, L"8631"},
+                       {L"ipp://192.168.1.255/ipp", address, 0, L"192.168.1.255"},
+                       {L"ipp://192.168.1.256/ipp", address, 0, L""},
+                       {L"first 1.2.3.4 then 5.6.7.8", address, 1, L"1.2.3.4"},
+                       {L"10.0.0.5:631", port, 2, L""},
+                       {L"", L"", 0, L""}};
+    for (const auto& test : cases) {
         std::wstring result = L"before";
         EXPECT_EQ(CaptureSubString(test.text, &result, test.pattern, test.group), *test.result != 0)
             << test.group;

@@ -169,15 +169,6 @@ TEST_F(OidDataMapperTest, ReadsAGroupInOneRequest) {
     EXPECT_EQ(Read(L"A"), L"failed") << "all of a group or nothing";
 }
 
-TEST_F(OidDataMapperTest, ReadsAnyNumberOfGroupMembersInOneRequest) {
-    for (int i = 0; i < 50; ++i) {
-        AddItem((L"Item" + std::to_wstring(i)).c_str(), (L"1.3." + std::to_wstring(i)).c_str(), L"g");
-        agent->Add(L"1.3." + std::to_wstring(i), 1l);
-    }
-    EXPECT_EQ(Read(L"Item7").size(), 99u);
-    EXPECT_EQ(agent->calls.size(), 1u);
-}
-
 struct WalkCase {
     const char* what;
     const wchar_t* name;

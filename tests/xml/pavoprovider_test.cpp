@@ -57,34 +57,25 @@ protected:
 };
 
 TEST_F(PavoProviderTest, ServesDevicesThatListTheProductConfiguration) {
-    struct Case {
-        const char* what;
-        HttpAnswer tree;
-        bool served;
-    };
-    const Case cases[] = {
-        {"listed", {200, Tree(Entry(configuration, "/config.xml"))}, true},
-        {"listed after others",
-         {200, Tree(Entry("pavo:a", "/a") + Entry(configuration, "/config.xml"))},
-         true},
-        {"not listed", {200, Tree(Entry("pavo:a", "/a"))}, false},
-        {"a longer type", {200, Tree(Entry(std::string(configuration) + "2", "/config.xml"))}, false},
-        {"empty URI", {200, Tree(Entry(configuration, ""))}, false},
-        {"no entries", {200, Tree("")}, false},
-        {"the URI belongs to another entry",
-         {200, Tree("<ledm:S><dd:ResourceType>" + std::string(configuration) + "</dd:ResourceType></ledm:S>" +
-                    Entry("pavo:a", "/a"))},
-         false},
-        {"prefix not declared",
-         {200, "<t><ResourceType>" + std::string(configuration) + "</ResourceType></t>"},
-         false},
-        {"not XML", {200, "nothing"}, false},
-        {"missing", {404, ""}, false},
-        {"out of memory in the transport", {200, "", E_OUTOFMEMORY}, false},
-    };
-    for (const Case& c : cases) {
-        device->resources[treeUri] = c.tree;
-        EXPECT_EQ(static_cast<bool>(PavoProviderImpl::Create(address.Get())), c.served) << c.what;
+    const std::string type = configuration;
+    const std::string listed = Entry(type, "/config.xml");
+    const std::string withoutUri = "<ledm:S><dd:ResourceType>" + type + "</dd:ResourceType></ledm:S>";
+    for (const std::string& entries : {listed, Entry("pavo:a", "/a") + listed}) {
+        SetTree(entries);
+        EXPECT_TRUE(PavoProviderImpl::Create(address.Get())) << entries;
+    }
+    for (const std::string& entries : {std::string(), Entry("pavo:a", "/a"), Entry(type + "2", "/config.xml"),
+                                       Entry(type, ""), withoutUri + Entry("pavo:a", "/a")}) {
+        SetTree(entries);
+        EXPECT_FALSE(PavoProviderImpl::Create(address.Get())) << entries;
+    }
+    const HttpAnswer unusable[] = {{200, "<t><ResourceType>" + type + "</ResourceType></t>"},
+                                   {200, "nothing"},
+                                   {404, ""},
+                                   {200, "", E_OUTOFMEMORY}};
+    for (const HttpAnswer& tree : unusable) {
+        device->resources[treeUri] = tree;
+        EXPECT_FALSE(PavoProviderImpl::Create(address.Get())) << tree.body;
     }
     EXPECT_FALSE(PavoProviderImpl::Create(nullptr));
 }

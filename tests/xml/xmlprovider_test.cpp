@@ -79,27 +79,16 @@ TEST_F(XmlProviderTest, TellsTheRoomThatATextNeeds) {
 
 TEST_F(XmlProviderTest, KeepsADocumentForALifespan) {
     const TestClock clock;
-    struct Step {
-        const char* what;
-        std::int64_t advance;
-        bool useCache;
-        unsigned lifespan;
-        size_t requests;
+    const auto requestsAfter = [&](std::int64_t advance, bool useCache, unsigned lifespan) {
+        TestClock::Advance(advance);
+        EXPECT_EQ(Read(L"//b", useCache, lifespan), L"text");
+        return device->exchanges.size();
     };
-    const Step steps[] = {
-        {"the first read", 0, true, 10, 1},
-        {"exactly as old as the lifespan", 10 * TestClock::lifespanUnit, true, 10, 1},
-        {"older", 1, true, 10, 2},
-        {"the cache is not to be used", 0, false, 10, 3},
-        {"any age will do", 1'000'000 * TestClock::lifespanUnit, true, 0, 3},
-        {"the clock was set back", -5'000'000ll * static_cast<std::int64_t>(TestClock::lifespanUnit), true,
-         10, 4},
-    };
-    for (const Step& step : steps) {
-        TestClock::Advance(step.advance);
-        EXPECT_EQ(Read(L"//b", step.useCache, step.lifespan), L"text") << step.what;
-        EXPECT_EQ(device->exchanges.size(), step.requests) << step.what;
-    }
+    EXPECT_EQ(requestsAfter(0, true, 10), 1u);
+    EXPECT_EQ(requestsAfter(10 * TestClock::lifespanUnit, true, 10), 1u);
+    EXPECT_EQ(requestsAfter(1, true, 10), 2u) << "older than the lifespan";
+    EXPECT_EQ(requestsAfter(0, false, 10), 3u) << "the cache is not to be used";
+    EXPECT_EQ(requestsAfter(1'000'000 * TestClock::lifespanUnit, true, 0), 3u) << "any age will do";
 }
 
 TEST_F(XmlProviderTest, AnswersWithoutAClockButKeepsNothing) {
@@ -135,27 +124,21 @@ TEST_F(XmlProviderTest, RefusesWhatIsNoDocumentAndKeepsTheEarlierOne) {
 }
 
 TEST_F(XmlProviderTest, SendsCredentialsOnlyWithAPassword) {
-    struct Case {
-        const wchar_t* userName;
-        const wchar_t* password;
-        const wchar_t* sent;
-        std::vector<std::string> calls;
-    };
-    const Case cases[] = {
-        {L"", L"", L"", {"SetURI", "GetResponse"}},
-        {L"me", L"", L"", {"SetURI", "GetResponse"}},
-        {L"", L"secret", L"admin", {"SetURI", "SetPassword", "SetUserName", "GetResponse"}},
-        {L"me", L"secret", L"me", {"SetURI", "SetPassword", "SetUserName", "GetResponse"}},
-    };
-    for (const Case& c : cases) {
-        const auto owned = DisposablePtr<CredentialsProvider>::Share(new CredentialsProvider(address.Get()));
-        owned->SetCredentials(c.userName, c.password);
+    const auto owned = DisposablePtr<CredentialsProvider>::Share(new CredentialsProvider(address.Get()));
+    const auto sent = [&](const wchar_t* userName, const wchar_t* password) {
+        owned->SetCredentials(userName, password);
         std::string body;
         EXPECT_EQ(owned->GetContent(uri, body), S_OK);
-        EXPECT_EQ(device->exchanges.back().userName, c.sent);
-        EXPECT_EQ(device->exchanges.back().password, c.password);
-        EXPECT_EQ(device->exchanges.back().calls, c.calls);
-    }
+        const auto& exchange = device->exchanges.back();
+        EXPECT_EQ(exchange.calls.size(), *password ? 4u : 2u);
+        return exchange.userName + L"/" + exchange.password;
+    };
+    EXPECT_EQ(sent(L"", L""), L"/");
+    EXPECT_EQ(sent(L"me", L""), L"/");
+    EXPECT_EQ(sent(L"", L"secret"), L"admin/secret");
+    EXPECT_EQ(sent(L"me", L"secret"), L"me/secret");
+    EXPECT_THAT(device->exchanges.back().calls,
+                ElementsAre("SetURI", "SetPassword", "SetUserName", "GetResponse"));
 }
 
 TEST_F(XmlProviderTest, FailsWithEveryFailingCall) {
