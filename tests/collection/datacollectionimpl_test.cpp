@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/bytesvalue.h"
 #include "support/fakecache.h"
 #include "support/testclock.h"
 
@@ -59,18 +60,12 @@ TEST_F(DataCollectionTest, AnswersWhatWasStored) {
     Store(L"Model", L"two", 0);
     EXPECT_EQ(Read(L"Model"), L"two");
     EXPECT_EQ(Read(L"model"), L"none") << "names are exact";
-    Variant value;
-    value.Receive()->vt = VT_UI1 | VT_ARRAY;
-    SAFEARRAY* bytes = SafeArrayCreateVector(VT_UI1, 0, 3);
-    Variant array;
-    VARIANT* raw = array.Receive();
-    raw->vt = VT_ARRAY | VT_UI1;
-    raw->parray = bytes;
+    const Variant array = CorvixTest::BytesValue({1, 2, 3});
     EXPECT_EQ(collection->StoreValue(L"Bytes", array.Get(), 0), S_OK);
     Variant copy;
     EXPECT_EQ(collection->GetValue(L"Bytes", copy.Receive()), S_OK);
     EXPECT_EQ(copy->vt, VT_ARRAY | VT_UI1);
-    EXPECT_NE(copy->parray, bytes) << "values are copied in and out";
+    EXPECT_NE(copy->parray, array->parray) << "values are copied in and out";
 }
 
 TEST_F(DataCollectionTest, RefusesBadArgumentsAndLeavesTheOutputAlone) {

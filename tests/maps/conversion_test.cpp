@@ -1,37 +1,36 @@
 // Raw values through an item's rules.
 #include <gmock/gmock.h>
 
+#include <fstream>
+#include <map>
 #include <memory>
+#include <regex>
+#include <sstream>
 #include <vector>
 
 #include "corvixdm/dataitemspec.h"
+#include "support/bytesvalue.h"
 #include "support/dom.h"
-#include "utilslib/com.h"
 #include "utilslib/stringutils.h"
 
 namespace Corvix {
 namespace {
 
+using CorvixTest::BytesValue;
+using KyUtils::ToWide;
 using KyUtils::Variant;
 
-std::unique_ptr<XMLDataItemSpec> ItemWith(const std::wstring& conversions) {
-    const CorvixTest::Document document(L"<DataItem Name='n'>" + conversions + L"</DataItem>");
+std::unique_ptr<XMLDataItemSpec> ItemFrom(const std::wstring& xml) {
+    const CorvixTest::Document document(xml);
     return std::unique_ptr<XMLDataItemSpec>(XMLDataItemSpec::CreateXMLDataItem(document.Root().Get()));
+}
+
+std::unique_ptr<XMLDataItemSpec> ItemWith(const std::wstring& conversions) {
+    return ItemFrom(L"<DataItem Name='n'>" + conversions + L"</DataItem>");
 }
 
 Variant Convert(const CvxDataItem& item, const VARIANT& raw) {
     return Variant::Adopt(item.ConvertValue(raw));
-}
-
-Variant Bytes(const std::vector<unsigned char>& bytes) {
-    VARIANT value;
-    VariantInit(&value);
-    value.vt = VT_ARRAY | VT_UI1;
-    value.parray = SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
-    for (LONG i = 0; i < static_cast<LONG>(bytes.size()); ++i) {
-        SafeArrayPutElement(value.parray, &i, const_cast<unsigned char*>(&bytes[static_cast<size_t>(i)]));
-    }
-    return Variant::Adopt(value);
 }
 
 TEST(Conversion, OfTexts) {
@@ -98,11 +97,11 @@ TEST(Conversion, OfByteArrays) {
     const auto item = ItemWith(
         L"<Conversion Equals='1-5' Value='range'/><Conversion Equals='-1-0' Value='minus'/>"
         L"<Conversion Equals='' Value='none'/>");
-    EXPECT_EQ(Convert(*item, Bytes({0, 0, 0, 1, 0, 0, 0, 5}).Get()).Text(), L"range");
-    EXPECT_EQ(Convert(*item, Bytes({255, 255, 255, 255, 0, 0, 0, 0, 3}).Get()).Text(), L"minus");
-    EXPECT_EQ(Convert(*item, Bytes({0, 0, 0, 1, 0, 0, 0}).Get()).Text(), L"none")
+    EXPECT_EQ(Convert(*item, BytesValue({0, 0, 0, 1, 0, 0, 0, 5}).Get()).Text(), L"range");
+    EXPECT_EQ(Convert(*item, BytesValue({255, 255, 255, 255, 0, 0, 0, 0, 3}).Get()).Text(), L"minus");
+    EXPECT_EQ(Convert(*item, BytesValue({0, 0, 0, 1, 0, 0, 0}).Get()).Text(), L"none")
         << "too short to hold two numbers";
-    EXPECT_EQ(Convert(*item, Bytes({}).Get()).Text(), L"none");
+    EXPECT_EQ(Convert(*item, BytesValue({}).Get()).Text(), L"none");
 }
 
 TEST(Conversion, OfWhatHasNoText) {
@@ -126,7 +125,7 @@ TEST(Conversion, GivesAValueOfItsOwn) {
     const auto withoutRules = ItemWith(L"");
     const auto withRules = ItemWith(L"<Conversion Equals='x' Value='y'/>");
     for (const auto* item : {withoutRules.get(), withRules.get()}) {
-        const Variant raw = Bytes({1, 2, 3});
+        const Variant raw = BytesValue({1, 2, 3});
         const Variant copy = Convert(*item, raw.Get());
         EXPECT_EQ(copy->vt, VT_ARRAY | VT_UI1);
         EXPECT_NE(copy->parray, raw->parray);
@@ -143,6 +142,76 @@ TEST(Conversion, ReportsAValueThatCannotBeCopied) {
         FAIL() << "a copy of nothing";
     } catch (const _com_error& error) {
         EXPECT_EQ(error.Error(), DISP_E_BADVARTYPE);
+    }
+}
+
+// ---- docs/data-maps.md shows examples
+
+Variant FromText(const std::string& text) { return Variant::FromText(ToWide(text)); }
+
+Variant FromNumber(const std::string& text) { return Variant::FromI4(std::stol(text)); }
+
+/// Bytes in hexadecimal with blanks between them.
+Variant FromBytes(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<unsigned char> bytes;
+    for (unsigned byte; stream >> std::hex >> byte;)
+        bytes.push_back(static_cast<unsigned char>(byte));
+    return BytesValue(bytes);
+}
+
+using RawReader = Variant (*)(const std::string&);
+
+struct Example {
+    std::string item;
+    RawReader read = nullptr;
+    std::vector<std::pair<std::string, std::string>> rows;
+};
+
+/// The page's section on conversion: each fenced item, with the table that follows it. The head of a table says how
+/// the device's values are written.
+std::vector<Example> ReadExamples() {
+    const std::map<std::string, RawReader> heads = {
+        {"", FromText}, {" (number)", FromNumber}, {" (bytes)", FromBytes}};
+    const std::regex head(R"(\| device says( \(\w+\))? \| value \|)");
+    const std::regex row(R"(\|.*?`([^`]*)`.*?`([^`]*)`.*)");
+    std::ifstream page(CORVIX_SOURCE_DIR "/docs/data-maps.md");
+    std::vector<Example> examples;
+    bool inSection = false;
+    bool inFence = false;
+    std::smatch found;
+    for (std::string line; std::getline(page, line);) {
+        if (line.rfind("## ", 0) == 0) inSection = line == "## Conversion";
+        if (!inSection) continue;
+        if (line == "```xml") examples.emplace_back();
+        if (line.rfind("```", 0) == 0) {
+            inFence = line != "```";
+        } else if (inFence) {
+            examples.back().item += line;
+        } else if (std::regex_match(line, found, head)) {
+            examples.back().read = heads.at(found.str(1));
+        } else if (std::regex_match(line, found, row)) {
+            examples.back().rows.emplace_back(found.str(1), found.str(2));
+        }
+    }
+    return examples;
+}
+
+/// The value as a table shows it, whatever its type.
+std::string Shown(const Variant& value) {
+    return value->vt == VT_I4 ? std::to_string(value->lVal) : KyUtils::ToUtf8(value.Text());
+}
+
+TEST(DataMapsPage, ItsConversionExamplesHold) {
+    const auto examples = ReadExamples();
+    ASSERT_GE(examples.size(), 7u);
+    for (const Example& example : examples) {
+        const auto item = ItemFrom(ToWide(example.item));
+        ASSERT_TRUE(example.read && !example.rows.empty()) << example.item;
+        for (const auto& [raw, expected] : example.rows) {
+            EXPECT_EQ(Shown(Convert(*item, example.read(raw).Get())), expected)
+                << example.item << " of " << raw;
+        }
     }
 }
 

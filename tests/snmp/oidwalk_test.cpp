@@ -4,6 +4,7 @@
 
 #include "corvixdm/disposableptr.h"
 #include "datamodel/snmp/oidproviderimpl.h"
+#include "datamodel/snmp/oidtext.h"
 #include "support/fakemib.h"
 
 namespace Corvix {
@@ -12,6 +13,43 @@ namespace {
 using CorvixTest::FakeAgent;
 using KyUtils::Variant;
 using testing::ElementsAre;
+
+TEST(OidText, IsOrderedByItsArcs) {
+    const wchar_t* const ascending[] = {L"",
+                                        L"0",
+                                        L"1",
+                                        L"1.3.6.1.2",
+                                        L"1.3.6.1.2.0",
+                                        L"1.3.6.1.2.1",
+                                        L"1.3.6.1.2.9",
+                                        L"1.3.6.1.2.10",
+                                        L"1.3.6.1.2.10.1",
+                                        L"1.3.6.1.2.11",
+                                        L"1.3.6.1.10.1",
+                                        L"2",
+                                        L"2.99999999999999999999999",
+                                        L"2.100000000000000000000000"};
+    for (const wchar_t* const& left : ascending) {
+        for (const wchar_t* const& right : ascending) {
+            const int order = CompareOids(left, right);
+            EXPECT_EQ(order < 0, &left < &right) << left << L" " << right;
+            EXPECT_EQ(order == 0, &left == &right) << left << L" " << right;
+        }
+    }
+    EXPECT_EQ(CompareOids(L".1.3.6", L"1.03.6"), 0) << "written otherwise, but the same";
+}
+
+TEST(OidText, TellsWhatLiesBelow) {
+    for (const wchar_t* below : {L"1.3.6.1", L"1.3.6.1.2.3", L".1.3.6.1"}) {
+        EXPECT_TRUE(IsBelowOid(L"1.3.6", below)) << below;
+        EXPECT_TRUE(IsBelowOid(L".1.3.6", below)) << below;
+    }
+    for (const wchar_t* beside : {L"1.3.6", L"1.3.60", L"1.3.7.1", L"1.3", L""})
+        EXPECT_FALSE(IsBelowOid(L"1.3.6", beside)) << beside;
+    EXPECT_TRUE(IsBelowOid(L"", L"1"));
+    EXPECT_EQ(ParentOid(L"1.3.6.1"), L"1.3.6");
+    EXPECT_EQ(ParentOid(L"1"), L"");
+}
 
 class OidWalkTest : public testing::Test {
 protected:

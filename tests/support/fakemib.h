@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "corvixdm/transport.h"
+#include "support/bytesvalue.h"
 #include "support/faketransport.h"
 #include "utilslib/com.h"
 
@@ -84,15 +85,7 @@ inline VARIANT ToVariant(const MibValue& value) {
     if (const long* number = std::get_if<long>(&value)) return KyUtils::Variant::FromI4(*number).Release();
     if (const auto* text = std::get_if<std::wstring>(&value))
         return KyUtils::Variant::FromText(*text).Release();
-    const auto& bytes = std::get<std::vector<unsigned char>>(value);
-    VARIANT array;
-    array.vt = VT_ARRAY | VT_UI1;
-    array.parray = SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(bytes.size()));
-    for (LONG i = 0; i < static_cast<LONG>(bytes.size()); ++i) {
-        unsigned char byte = bytes[static_cast<size_t>(i)];
-        SafeArrayPutElement(array.parray, &i, &byte);
-    }
-    return array;
+    return BytesValue(std::get<std::vector<unsigned char>>(value)).Release();
 }
 
 class FakeMibConnection final : public Counted<Corvix::MIBConnection> {

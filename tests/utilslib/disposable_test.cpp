@@ -2,17 +2,27 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <regex>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "corvixdm/disposableptr.h"
 #include "support/logsandbox.h"
+#include "support/process.h"
 
 namespace KyUtils {
 namespace {
+
+using CorvixTest::Process;
+using testing::AllOf;
+using testing::Contains;
+using testing::EndsWith;
+using testing::StartsWith;
 
 class Probe : public IDisposableImpl {
 public:
@@ -132,6 +142,36 @@ TEST(DisposablePtr, AdoptsSharesAndGivesUp) {
         base->AddRef();
     }
     EXPECT_EQ(destroyed, 2);
+}
+
+// ---- the report of objects that are alive when the process ends, as it comes from the library itself
+
+std::ptrdiff_t CountReports(const std::vector<std::wstring>& lines) {
+    const std::wregex report(
+        L"\\(##\\) <GetTypeName\\(\\): class identification disabled, refer to IDisposableImpl> \\(.+\\) "
+        L"remains in object set with ref count of 1");
+    return std::count_if(lines.begin(), lines.end(),
+                         [&report](const std::wstring& line) { return std::regex_match(line, report); });
+}
+
+TEST(LiveObjects, AreReportedOnceEachAtProcessExit) {
+    const std::tuple<const wchar_t*, int, DWORD> cases[] = {
+        {L" 1 0", 0, 0}, {L" 1 1", 1, 0}, {L" 3 1", 1, 0}, {L" 3 3", 3, 0}, {L" 1 1", 1, 0xFF}};
+    for (const auto& [madeAndLeaked, leaked, categories] : cases) {
+        const CorvixTest::LogSandbox log;
+        log.Use(L"LogCategories", categories);
+        EXPECT_EQ(Process(L"leakprobe", log.Registry().Path() + madeAndLeaked).ExitCode(), 0u);
+        EXPECT_EQ(CountReports(log.Lines()), leaked) << madeAndLeaked;
+    }
+}
+
+TEST(LiveObjects, AreReportedByTheLibraryInItsOwnName) {
+    const CorvixTest::LogSandbox log;
+    EXPECT_EQ(Process(L"leakprobe", log.Registry().Path() + L" 1 1").ExitCode(), 0u);
+    const std::vector<std::wstring> lines = log.AllLines();
+    EXPECT_THAT(lines, Contains(AllOf(StartsWith(L"Module File Name: "), EndsWith(L"corvixdm64.dll"))));
+    EXPECT_THAT(lines, Contains(AllOf(StartsWith(L"Command Line: "), EndsWith(L" 1 1"))));
+    EXPECT_THAT(lines, Contains(L"File Version: 1.0.0.0"));
 }
 
 }  // namespace

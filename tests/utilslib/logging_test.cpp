@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <map>
+#include <algorithm>
 #include <regex>
 #include <stdexcept>
 #include <thread>
@@ -195,57 +195,38 @@ TEST_F(LogTest, ScopesTellAnExceptionThatIsInFlightAroundThem) {
               L"(<-) Corvix::Work (Dur: N us) \n");
 }
 
-// How often each line was found that is not torn, by its text.
-std::map<std::wstring, int> CountLines(const std::vector<std::wstring>& lines) {
-    std::map<std::wstring, int> counts;
-    for (const std::wstring& line : lines)
-        ++counts[line];
-    return counts;
-}
-
 TEST_F(LogTest, KeepsTheLinesOfSeveralThreadsWhole) {
-    constexpr int threads = 4;
-    constexpr int linesEach = 50;
+    const std::wstring tail(300, L'x');
+    std::vector<std::wstring> expected;
     std::vector<std::thread> writers;
-    for (int thread = 0; thread < threads; ++thread) {
-        writers.emplace_back([thread] {
-            for (int line = 0; line < linesEach; ++line) {
-                logSource.Error(L"thread %d line %d %ls", thread, line, std::wstring(300, L'x').c_str());
-            }
+    for (int thread = 0; thread < 4; ++thread) {
+        writers.emplace_back([thread, &tail] {
+            for (int line = 0; line < 50; ++line)
+                logSource.Error(L"%d %d %ls", thread, line, tail.c_str());
         });
+        for (int line = 0; line < 50; ++line)
+            expected.push_back(L"(##) " + std::to_wstring(thread) + L" " + std::to_wstring(line) + L" " +
+                               tail);
     }
     for (std::thread& writer : writers)
         writer.join();
-    const auto counts = CountLines(Lines());
-    EXPECT_THAT(counts, SizeIs(threads * linesEach));
-    for (int thread = 0; thread < threads; ++thread) {
-        for (int line = 0; line < linesEach; ++line) {
-            const std::wstring text = L"(##) thread " + std::to_wstring(thread) + L" line " +
-                                      std::to_wstring(line) + L" " + std::wstring(300, L'x');
-            EXPECT_EQ(counts.count(text), 1u);
-        }
-    }
+    EXPECT_THAT(Lines(), testing::UnorderedElementsAreArray(expected));
 }
 
 TEST_F(LogTest, KeepsTheLinesOfSeveralProcessesWhole) {
     constexpr int linesEach = 60;
     const std::wstring arguments = log_.Registry().Path() + L" lines " + std::to_wstring(linesEach);
-    std::vector<DWORD> ids;
-    {
-        const Process first(L"logprobe", arguments);
-        const Process second(L"logprobe", arguments);
-        ids = {first.Id(), second.Id()};
-        EXPECT_EQ(first.ExitCode(), 0u);
-        EXPECT_EQ(second.ExitCode(), 0u);
-    }
+    const Process first(L"logprobe", arguments);
+    const Process second(L"logprobe", arguments);
+    EXPECT_EQ(first.ExitCode(), 0u);
+    EXPECT_EQ(second.ExitCode(), 0u);
     const std::vector<std::wstring> lines = log_.AllLines();
     EXPECT_THAT(lines, SizeIs(2 * (6 + linesEach)));
-    const auto counts = CountLines(lines);
-    for (const DWORD id : ids) {
+    for (const DWORD id : {first.Id(), second.Id()}) {
         for (int line = 1; line <= linesEach; ++line) {
             const std::wstring text =
                 L"(##) probe " + std::to_wstring(id) + L" line " + std::to_wstring(line);
-            EXPECT_EQ(counts.count(text), 1u);
+            EXPECT_EQ(std::count(lines.begin(), lines.end(), text), 1);
         }
     }
 }
