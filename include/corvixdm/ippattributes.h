@@ -9,6 +9,7 @@
 
 #include "disposable.h"
 #include "export.h"
+#include "ippvalue.h"
 #include "transport.h"
 
 namespace Corvix {
@@ -27,11 +28,52 @@ struct IPPFault {
     const char* reason;    ///< an English sentence without its end, valid as long as the library is loaded
 };
 
+/// A place in the groups of an answer, at first before the first of them. Belongs to one answer, as do the
+/// places below.
+struct IPPGroup {
+    unsigned char tag = 0;  ///< 1 operation, 2 job, 4 printer, 5 unsupported attributes; 0 outside any group
+    /// \name The library's own
+    /// @{
+    unsigned first = 0;
+    unsigned end = 0;
+    unsigned next = 0;
+    /// @}
+};
+
+/// A place among attributes and their values: at first before the first attribute of a group, or before the first
+/// member of a collection.
+struct IPPAttribute {
+    IPPAttribute() = default;
+    explicit IPPAttribute(const IPPGroup& group) : next(group.first), end(group.end) {}
+    explicit IPPAttribute(const IPPValue& collection) : next(collection.members), isMember(true) {}
+
+    std::string_view name;  ///< points into the answer, without a zero at the end
+    /// \name The library's own
+    /// @{
+    unsigned next = 0;
+    unsigned end = 0;
+    unsigned begin = 0;
+    unsigned value = 0;
+    bool isMember = false;
+    /// @}
+};
+
 /// The attributes of one answer, which never change. May be used by several threads at once.
 ///
-/// Attributes of one name that come in several groups are one here, their values in the order of arrival.
-/// Dates, texts with a language, out-of-band and unknown values are not kept: an attribute without any other
-/// value is not here.
+/// They are there twice. As they came: groups, attributes in each, values in each, collections with members.
+/// \code
+///     IPPGroup group;
+///     while (answer->NextGroup(&group) == S_OK) {
+///         IPPAttribute attribute(group);
+///         while (answer->NextAttribute(&attribute) == S_OK) {
+///             IPPValue value;
+///             while (answer->NextValue(&attribute, &value) == S_OK) Show(attribute.name, value);
+///         }
+///     }
+/// \endcode
+/// And as texts by name, GetCount() to GetValue(): attributes of one name that come in several groups are one
+/// there, their values in the order of arrival; dates, texts with a language, out-of-band and unknown values are
+/// left out, and so is an attribute without any other value.
 class CORVIXDM_API IPPAttributes : public virtual IDisposable {
 public:
     IPPAttributes();
@@ -64,6 +106,21 @@ public:
 
     /// The bytes of the answer, null when there are none, and their number. The object's own.
     virtual const unsigned char* GetBody(unsigned long* length) const = 0;
+
+    /// \name Steps
+    /// Each moves a place on to the next of its kind. \return S_OK; S_FALSE when there is none, E_FAIL for null:
+    /// what stands in the place is then left as it was. They never throw.
+    /// @{
+    /// Goes on to the next group, which may be empty.
+    virtual HRESULT NextGroup(IPPGroup* group) const = 0;
+    /// Goes on to the next attribute of the group, or the next member of the collection, before its first value.
+    virtual HRESULT NextAttribute(IPPAttribute* attribute) const = 0;
+    /// Goes on to the attribute's next value. How deep collections lie in each other is the printer's choice.
+    virtual HRESULT NextValue(IPPAttribute* attribute, IPPValue* value) const = 0;
+    /// Goes to the first attribute of a name, before its first value.
+    /// \param group the group to look in, null for all.
+    virtual HRESULT FindAttribute(const IPPGroup* group, const char* name, IPPAttribute* attribute) const = 0;
+    /// @}
 };
 
 }  // namespace Corvix

@@ -15,7 +15,7 @@ enum class IPPValueKind {
     DateTime,    ///< `date`
     Resolution,  ///< `resolution`
     Range,       ///< `range`
-    Collection,  ///< members of its own
+    Collection,  ///< an IPPAttribute made from the value steps through its members
     Text,        ///< `text`: a text, name, keyword, URI, charset, language or media type, as `tag` says
     Other,       ///< of a type that is not known, or badly formed: `bytes`
 };
@@ -55,6 +55,7 @@ struct IPPValue {
     IPPDateTime date;
     std::string_view text;
     std::string_view language;  ///< of the text, such as "de", where the value itself names one
+    unsigned members = 0;       ///< where the members of a collection begin: the library's own
 };
 
 }  // namespace Corvix

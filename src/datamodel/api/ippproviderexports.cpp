@@ -1,11 +1,13 @@
-// The exported factories of IPP providers, and the query that does without one.
+// The exported factories of IPP providers, and the queries that do without one.
 #include "datamodel/ipp/ippattributesimpl.h"
+#include "datamodel/ipp/ippjobs.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/target/printeruri.h"
 #include "utilslib/com.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
+#include "wire/ipp/tags.h"
 
 namespace {
 
@@ -52,6 +54,19 @@ IPPProvider* CreateForUri(Address* address, const wchar_t* printerUri, UriScheme
     return WithoutThrowing([&] { return IPPProviderImpl::Create2(address, printerUri, flags); });
 }
 
+/// One exchange without a provider. `makeValues` tells what the request says.
+template <class MakeValues>
+Corvix::IPPAttributes* Query(Address* address, const wchar_t* printerUri, unsigned securityFlags,
+                             MakeValues makeValues) {
+    const UriScheme scheme = Corvix::ClassifyUriScheme(printerUri);
+    if (scheme != UriScheme::Ipp && scheme != UriScheme::SecureIpp) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return WithoutThrowing(
+        [&] { return Corvix::IPPAttributesImpl::Query(address, printerUri, makeValues(), securityFlags); });
+}
+
 }  // namespace
 
 IPPProvider* CreateIPPProvider(Address* address, const char* resource) {
@@ -78,13 +93,17 @@ IPPProvider* CreateSecureIPPPrintProvider(Address* address, const wchar_t* print
 Corvix::IPPAttributes* QueryIPPAttributes(Address* address, const wchar_t* printerUri,
                                           const char* requestedAttributes, unsigned securityFlags) {
     const KyUtils::LogScope scope(logSource, "QueryIPPAttributes");
-    const UriScheme scheme = Corvix::ClassifyUriScheme(printerUri);
-    if (scheme != UriScheme::Ipp && scheme != UriScheme::SecureIpp) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
-    return WithoutThrowing([&] {
-        return Corvix::IPPAttributesImpl::Query(
-            address, printerUri, requestedAttributes ? requestedAttributes : "all", securityFlags);
+    return Query(address, printerUri, securityFlags, [&] {
+        Corvix::RequestValues values;
+        values.operation = Corvix::Ipp::Operation::GetPrinterAttributes;
+        values.requestedAttributes = requestedAttributes ? requestedAttributes : "all";
+        return values;
     });
+}
+
+Corvix::IPPAttributes* QueryIPPJobs(Address* address, const wchar_t* printerUri,
+                                    const Corvix::IPPJobQuery* query) {
+    const KyUtils::LogScope scope(logSource, "QueryIPPJobs");
+    const Corvix::IPPJobQuery wanted = query ? *query : Corvix::IPPJobQuery();
+    return Query(address, printerUri, wanted.securityFlags, [&] { return Corvix::ToRequestValues(wanted); });
 }

@@ -142,9 +142,10 @@ void FormCancelJob(Part& part, const RequestFields& fields) {
 
 void FormGetJobs(Part& part, const RequestFields& fields) {
     AddUserName(part, fields);
-    part.TrueIf(!fields.userName.empty(), "my-jobs")
+    part.TrueIf(!fields.userName.empty() && !fields.jobsOfAllUsers, "my-jobs")
         .Text(Tag::Keyword, "which-jobs", fields.completedJobs ? "completed" : "not-completed")
-        .Text(Tag::Keyword, "requested-attributes", "all");
+        .Set(Tag::Keyword, "requested-attributes",
+             fields.jobsOfAllUsers ? fields.requestedAttributes : "all");
 }
 
 void FormPrintJob(Part& part, const RequestFields& fields) {

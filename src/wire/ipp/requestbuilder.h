@@ -22,6 +22,8 @@ struct RequestFields {
     std::string_view jobUri;
     std::string_view userName;
     bool completedJobs = false;  ///< which jobs Get-Jobs asks for
+    bool jobsOfAllUsers =
+        false;  ///< with `requestedAttributes`, in place of all those of the user's own jobs
 
     std::string_view recordPrinterUri;  ///< named once more by operations that print
     std::string_view jobName;

@@ -113,6 +113,9 @@ IPPValue Decode(const RawValue& value) {
         case IPPValueKind::Text:
             DecodeText(decoded);
             break;
+        case IPPValueKind::Collection:
+            decoded.members = value.end;
+            break;
         default:
             break;
     }

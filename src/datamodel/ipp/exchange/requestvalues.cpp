@@ -89,6 +89,7 @@ HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, uns
     fields.jobUri = values.jobUri;
     fields.userName = values.userName;
     fields.completedJobs = values.completedJobs;
+    fields.jobsOfAllUsers = values.jobsOfAllUsers;
     if (values.record) TakeFromRecord(*values.record, fields);
     const Ipp::FormResult result = Ipp::FormRequest(buffer, length, values.operation, fields);
     if (result == Ipp::FormResult::Formed) return S_OK;

@@ -21,6 +21,8 @@ struct RequestValues {
     std::string jobUri;
     std::string requestedAttributes;  ///< comma-separated
     bool completedJobs = false;       ///< which jobs Get-Jobs asks for
+    bool jobsOfAllUsers =
+        false;  ///< with `requestedAttributes`, in place of all those of the user's own jobs
     /// The document of a Print-Job in one body. The bytes stay the caller's.
     const unsigned char* document = nullptr;
     unsigned long documentLength = 0;
