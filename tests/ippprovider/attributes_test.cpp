@@ -3,6 +3,8 @@
 
 #include <limits>
 
+#include "corvixdm/ippjobs.h"
+#include "corvixdm/ippnames.h"
 #include "corvixdm/ippprovider.h"
 #include "support/fakeprinter.h"
 #include "utilslib/com.h"
@@ -74,6 +76,143 @@ TEST_F(AnswerTest, ListsEachNameOnceAndAnswersItsValues) {
     EXPECT_EQ(fault.offset, 7u);
 }
 
+std::string Show(const IPPAttributes& answer, IPPAttribute place);
+
+std::string Show(const IPPAttributes& answer, const IPPValue& value) {
+    if (value.kind == IPPValueKind::Text || value.kind == IPPValueKind::OutOfBand)
+        return "'" + std::string(value.text) + "'" + std::string(value.language);
+    if (value.kind == IPPValueKind::Collection) return "{" + Show(answer, IPPAttribute(value)) + "}";
+    return std::to_string(value.number);
+}
+
+std::string ShowValues(const IPPAttributes& answer, IPPAttribute& attribute) {
+    std::string text;
+    IPPValue value;
+    while (answer.NextValue(&attribute, &value) == S_OK)
+        text += (text.empty() ? "" : " ") + Show(answer, value);
+    return text;
+}
+
+std::string Show(const IPPAttributes& answer, IPPAttribute place) {
+    std::string text;
+    while (answer.NextAttribute(&place) == S_OK)
+        text += std::string(place.name) + "=" + ShowValues(answer, place) + ";";
+    return text;
+}
+
+TEST_F(AnswerTest, KeepsGroupsAndValues) {
+    const Answer answer =
+        Read(Bytes::Header() + Bytes::Byte(1) + Text("a", "Black, high yield") + Text("", "") +
+             Bytes::Value(0x36, "b", Bytes::Short(2) + "de" + Bytes::Short(3) + "Rot") + Bytes::Byte(2) +
+             Bytes::Byte(4) + Bytes::Begin("c") + Bytes::Member("m") + Bytes::Integer("", 1) +
+             Bytes::Integer("", 2) + Bytes::Member("n") + Bytes::Begin() + Bytes::End() + Bytes::End() +
+             Bytes::Value(0x13, "d", "") + Text("a", "again") + Bytes::endTag);
+    IPPGroup group;
+    std::string text;
+    while (answer->NextGroup(&group) == S_OK)
+        text += std::to_string(group.tag) + ":" + Show(*answer, IPPAttribute(group));
+    EXPECT_EQ(text, "1:a='Black, high yield' '';b='Rot'de;2:4:c={m=1 2;n={};};d='no-value';a='again';");
+    EXPECT_EQ(group.tag, 4) << "stays on the last one";
+    IPPAttribute attribute;
+    IPPValue value;
+    EXPECT_EQ(answer->NextAttribute(&attribute), S_FALSE);
+    EXPECT_EQ(answer->NextValue(&attribute, &value), S_FALSE);
+    EXPECT_EQ(answer->FindAttribute(nullptr, "m", &attribute), S_FALSE);
+    ASSERT_EQ(answer->FindAttribute(nullptr, "a", &attribute), S_OK);
+    EXPECT_EQ(ShowValues(*answer, attribute), "'Black, high yield' ''");
+    ASSERT_EQ(answer->FindAttribute(&group, "a", &attribute), S_OK);
+    EXPECT_EQ(ShowValues(*answer, attribute), "'again'");
+    EXPECT_EQ(answer->NextAttribute(&attribute), S_FALSE);
+    EXPECT_EQ(answer->FindAttribute(&group, "b", &attribute), S_FALSE);
+}
+
+std::string Shown(const std::optional<int>& number) { return number ? std::to_string(*number) : "-"; }
+std::string Shown(const std::optional<std::string>& text) { return text.value_or("-"); }
+std::string Shown(const std::optional<IPPJobState>& state) {
+    return state ? std::to_string(static_cast<int>(*state)) : "-";
+}
+std::string Shown(const std::optional<std::vector<std::string>>& texts) {
+    return texts ? testing::PrintToString(*texts) : "-";
+}
+
+template <class... Values>
+std::string Row(const Values&... values) {
+    return ((Shown(values) + "/") + ...);
+}
+
+std::string Row(const IPPJob& job) {
+    return Row(job.id, job.uri, job.name, job.user, job.state, job.stateMessage, job.reasons, job.kilobytes,
+               job.impressions, job.impressionsCompleted, job.sheetsCompleted, job.createdAt,
+               job.processingAt, job.completedAt, job.printerUpTime);
+}
+
+const std::string jobsBody =
+    Bytes::Header() + Bytes::Byte(1) + Bytes::Integer("job-id", 99) + Bytes::Byte(2) +
+    Bytes::Integer("job-id", 7) + Bytes::Value(0x45, "job-uri", "ipp://p/7") +
+    Bytes::Value(0x36, "job-name", Bytes::Short(2) + "de" + Bytes::Short(3) + "Rot") +
+    Bytes::Value(0x42, "job-originating-user-name", "ada") + Bytes::Value(0x23, "job-state", Bytes::Int(7)) +
+    Text("job-state-message", "gone") + Bytes::Keyword("job-state-reasons", "a,b") + Bytes::Keyword("", "c") +
+    Bytes::Integer("job-k-octets", 1) + Bytes::Integer("job-impressions", 2) +
+    Bytes::Integer("job-impressions-completed", 3) + Bytes::Integer("job-media-sheets-completed", 4) +
+    Bytes::Integer("time-at-creation", 5) + Bytes::Integer("time-at-processing", 6) +
+    Bytes::Integer("time-at-completed", 8) + Bytes::Integer("job-printer-up-time", 9) + Bytes::Byte(5) +
+    Bytes::Byte(2) + Bytes::Value(0x13, "time-at-completed", "") + Bytes::Value(0x12, "job-name", "") +
+    Bytes::Keyword("job-id", "x") + Bytes::Byte(2) + Bytes::endTag;
+
+TEST_F(AnswerTest, ListsJobsAndDefaultsNothing) {
+    const Answer answer = Read(jobsBody);
+    IPPGroup place;
+    IPPJob job;
+    std::vector<std::string> rows;
+    while (NextIPPJob(answer.Get(), &place, &job) == S_OK)
+        rows.push_back(Row(job));
+    const std::string nothing = "-/-/-/-/-/-/-/-/-/-/-/-/-/-/-/";
+    EXPECT_EQ(rows, (std::vector<std::string>{
+                        "7/ipp://p/7/Rot/ada/7/gone/{ \"a,b\", \"c\" }/1/2/3/4/5/6/8/9/", nothing, nothing}));
+    EXPECT_TRUE(HasEnded(IPPJobState::Canceled));
+    EXPECT_FALSE(HasEnded(IPPJobState::ProcessingStopped));
+    EXPECT_FALSE(HasEnded(static_cast<IPPJobState>(10)));
+}
+
+TEST_F(AnswerTest, AsksForJobs) {
+    Printer().AnswerAlways({200, jobsBody, S_OK, true});
+    const IPPJobQuery ended = {"ada", true, "job-id,job-state", 0};
+    const struct {
+        const IPPJobQuery* query;
+        const char* which;
+        const char* user;
+        const char* wanted;
+    } cases[] = {{nullptr, "not-completed", "",
+                  "job-id,job-uri,job-name,job-originating-user-name,job-state,job-state-message,"
+                  "job-state-reasons,job-k-octets,job-impressions,job-impressions-completed,"
+                  "job-media-sheets-completed,time-at-creation,time-at-processing,time-at-completed,"
+                  "job-printer-up-time"},
+                 {&ended, "completed", "ada", "job-id,job-state"}};
+    for (const auto& [query, which, user, wanted] : cases) {
+        const Answer answer(QueryIPPJobs(Printer().address.Get(), L"ipp://p/ipp/print", query));
+        IPPGroup place;
+        IPPJob job;
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(NextIPPJob(answer.Get(), &place, &job), S_OK);
+        const IppRequest request = Printer().LastRequest();
+        EXPECT_EQ(request.operation, 10u);
+        EXPECT_EQ(request["printer-uri"], "ipp://p/ipp/print");
+        EXPECT_EQ(request["which-jobs"], which);
+        EXPECT_EQ(request["requesting-user-name"], user);
+        EXPECT_EQ(request["my-jobs"], "");
+        EXPECT_EQ(request["requested-attributes"], wanted);
+    }
+}
+
+TEST_F(AnswerTest, NamesNumbers) {
+    EXPECT_STREQ(GetIPPOperationName(10), "Get-Jobs");
+    EXPECT_STREQ(GetIPPStatusName(0x0406), "client-error-not-found");
+    EXPECT_STREQ(GetIPPTagName(2), "job-attributes-tag");
+    EXPECT_STREQ(GetIPPTagName(0x44), "keyword");
+    EXPECT_STREQ(GetIPPEnumName("printer-state", 5), "stopped");
+    EXPECT_EQ(GetIPPEnumName("printer-state", 6), nullptr);
+}
+
 TEST_F(AnswerTest, KeepsWhatCameBeforeAFault) {
     const std::string whole = Bytes::Header() + Bytes::Byte(4) + Text("first", "1");
     const std::string more = Text("second", "2");
@@ -117,6 +256,16 @@ TEST_F(AnswerTest, RefusesMissingArguments) {
     EXPECT_EQ(answer->GetFault(nullptr), E_FAIL);
     EXPECT_EQ(answer->GetValue(nullptr, value.Receive()), E_FAIL);
     EXPECT_EQ(answer->GetValue("a", nullptr), E_FAIL);
+    IPPAttribute attribute;
+    EXPECT_EQ(answer->NextGroup(nullptr), E_FAIL);
+    EXPECT_EQ(answer->NextAttribute(nullptr), E_FAIL);
+    EXPECT_EQ(answer->NextValue(nullptr, nullptr), E_FAIL);
+    EXPECT_EQ(answer->NextValue(&attribute, nullptr), E_FAIL);
+    EXPECT_EQ(answer->FindAttribute(nullptr, nullptr, &attribute), E_FAIL);
+    EXPECT_EQ(answer->FindAttribute(nullptr, "a", nullptr), E_FAIL);
+    IPPGroup place;
+    EXPECT_EQ(NextIPPJob(answer.Get(), nullptr, nullptr), E_FAIL);
+    EXPECT_EQ(NextIPPJob(answer.Get(), &place, nullptr), E_FAIL);
     EXPECT_EQ(QueryIPPAttributes(nullptr, L"ipp://p/ipp/print", nullptr, 0), nullptr);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 }
