@@ -11,13 +11,29 @@ fetch() {
     curl -s "$@" "http://$address:${!real}$path"
 }
 
-# snmp get|getnext|walk|bulkget|set ARG...: in version 2c unless said otherwise.
+# snmp get|getnext|walk|bulkget|bulkwalk|set [-OPTION...] ARG...: asks the agent, in version 2c unless an option differs.
 snmp() {
-    local command=$1
+    local command=snmp$1 options=(-v2c -cpublic -On -Oq -Ln -t10 -r0)
     shift
-    snmp"$command" -v2c -c public -On -Oq -Ln -t 10 -r 0 "$@"
+    while [[ $1 == -* ]]; do
+        options+=("$1")
+        shift
+    done
+    "$command" "${options[@]}" "$address:$port_161" "$@"
 }
-agent() { printf '%s' "$address:$port_161"; }
+
+# A request for the name of the system, byte for byte, and its answer.
+request='\x30\x26\x02\x01\x01\x04\x06\x70\x75\x62\x6c\x69\x63\xa0\x19\x02\x01\x4d\x02\x01\x00\x02\x01\x00\x30\x0e\x30\x0c'
+request+='\x06\x08\x2b\x06\x01\x02\x01\x01\x05\x00\x05\x00'
+
+# datagram TEXT...: sends each to the agent and shows in hexadecimal digits what comes back: $count answers (1), or what
+# comes within $patience seconds.
+datagram() {
+    local text
+    exec 3<>"/dev/udp/$address/$port_161"
+    for text; do printf "$text" >&3; done
+    timeout "${patience-20}" dd bs=65536 "count=${count-1}" status=none <&3 | od -An -v -w65536 -tx1 | tr -d ' '
+}
 
 # envelope ACTION [HEADER [BODY]]: a SOAP request; transfer RESOURCE: one for WS-Transfer Get; post [OPTION...]: sends
 # what it reads to the web services.
@@ -48,3 +64,25 @@ strike() {
     printf '%s: %s\n' "$rule" "curl $?"
     tell faults/clear >/dev/null
 }
+
+# ipp OPERATION [LINE...]: an IPP request by ipptool, with these lines of its language and the file $document (or
+# "text") if one of them is FILE $filename, for $user; shows the status and the attributes. job ID [PATTERN]: the attributes of a job.
+ipp() {
+    local operation=$1
+    shift
+    printf '%s\n' '{' "OPERATION $operation" 'GROUP operation-attributes-tag' 'ATTR charset attributes-charset utf-8' \
+        "ATTR naturalLanguage attributes-natural-language ${language-en}" 'ATTR uri printer-uri $uri' \
+        "ATTR name requesting-user-name ${user-tester}" "$@" '}' >request.test
+    send request.test
+}
+send() {
+    ipptool -tv -f "${document-text}" "ipp://$address:$port_631/ipp/print" "$1" 2>&1 | grep -A1000 -E 'status-code|RECEIVED.*HTTP|ipptool:' |
+        grep -vE 'attributes-(charset|natural-language) \(|RECEIVED: ' | sed 's/^ *//; s/status-code = \([^ ]*\) .*/\1/'
+}
+
+job() { ipp Get-Job-Attributes "ATTR integer job-id $1" | grep -E "${2-^job-state}"; }
+
+# field TAG NAME VALUE: an attribute as it travels; raw_ipp: posts what it reads, and shows version and status.
+sized() { printf "\\x00\\x$(printf %02x ${#1})%s" "$1"; }
+field() { printf "\\x$1" && sized "$2" && sized "$3"; }
+raw_ipp() { fetch 631 /ipp/print -H 'Content-Type: application/ipp' --data-binary @- | od -An -tx1 -N4; }

@@ -26,14 +26,19 @@ public:
     std::vector<SnmpReply> Answer(std::string_view datagram);
 
 private:
-    SnmpMessage Respond(const SnmpMessage& request, const FaultSet& faults);
-    void RespondToGet(const SnmpMessage& request, SnmpMessage& response) const;
-    void RespondToGetNext(const SnmpMessage& request, const FaultSet& faults, SnmpMessage& response) const;
-    void RespondToGetBulk(const SnmpMessage& request, const FaultSet& faults, SnmpMessage& response) const;
-    void RespondToSet(const SnmpMessage& request, SnmpMessage& response);
-    std::optional<VarBind> Next(const Oid& oid, SnmpVersion version, const FaultSet& faults) const;
-    bool MayRead(const SnmpMessage& request) const;
-    bool MayWrite(const SnmpMessage& request) const;
+    struct Operation;
+    static const Operation kOperations[];
+    static const Operation* FindOperation(const std::optional<Snmp::Message>& message);
+
+    // Each fills in what differs from an answer without error that repeats the request's variables.
+    void RespondToGet(const Snmp::Message& request, const FaultSet& faults, Snmp::Message& response);
+    void RespondToGetNext(const Snmp::Message& request, const FaultSet& faults, Snmp::Message& response);
+    void RespondToGetBulk(const Snmp::Message& request, const FaultSet& faults, Snmp::Message& response);
+    void RespondToSet(const Snmp::Message& request, const FaultSet& faults, Snmp::Message& response);
+    std::optional<Snmp::VarBind> Next(const Snmp::Oid& oid, Snmp::Version version,
+                                      const FaultSet& faults) const;
+    bool MayRead(const Snmp::Message& request) const;
+    bool MayWrite(const Snmp::Message& request) const;
 
     Device& device_;
     SnmpTable table_;

@@ -7,21 +7,27 @@
 namespace CorvixSim {
 namespace {
 
-std::string EncodeNumberText(std::string_view text) { return EncodeInteger(ParseInteger(text).value_or(0)); }
+namespace Ber = Snmp::Ber;
+
+std::string EncodeNumberText(std::string_view text) {
+    return Ber::IntegerContent(ParseInteger(text).value_or(0));
+}
 
 std::string EncodeUnsigned32Text(std::string_view text) {
-    return EncodeUnsigned(ParseNumber(text, UINT32_MAX).value_or(0));
+    return Ber::UnsignedContent(ParseNumber(text, UINT32_MAX).value_or(0));
 }
 
 std::string EncodeUnsigned64Text(std::string_view text) {
-    return EncodeUnsigned(ParseNumber(text, UINT64_MAX).value_or(0));
+    return Ber::UnsignedContent(ParseNumber(text, UINT64_MAX).value_or(0));
 }
 
 std::string EncodePlainText(std::string_view text) { return std::string(text); }
 
 std::string EncodeHexText(std::string_view text) { return ParseHex(text).value_or(""); }
 
-std::string EncodeOidText(std::string_view text) { return EncodeOid(ParseOid(text).value_or(Oid{})); }
+std::string EncodeOidText(std::string_view text) {
+    return Ber::OidContent(Snmp::ParseOid(text).value_or(Snmp::Oid{}));
+}
 
 std::string EncodeIpText(std::string_view text) {
     std::string bytes;
@@ -32,12 +38,26 @@ std::string EncodeIpText(std::string_view text) {
     return bytes;
 }
 
-std::string DecodeNumberText(const std::string& content) { return std::to_string(DecodeInteger(content)); }
-std::string DecodeUnsignedText(const std::string& content) { return std::to_string(DecodeUnsigned(content)); }
-std::string DecodePlainText(const std::string& content) { return content; }
-std::string DecodeOidValueText(const std::string& content) { return FormatOid(DecodeOid(content)); }
+using Decoded = std::optional<std::string>;
 
-std::string DecodeHexText(const std::string& content) {
+Decoded DecodeNumberText(const std::string& content) {
+    const auto number = Ber::DecodeInteger(content);
+    return number ? Decoded(std::to_string(*number)) : std::nullopt;
+}
+
+Decoded DecodeUnsignedText(const std::string& content) {
+    const auto number = Ber::DecodeUnsigned(content);
+    return number ? Decoded(std::to_string(*number)) : std::nullopt;
+}
+
+Decoded DecodePlainText(const std::string& content) { return content; }
+
+Decoded DecodeOidValueText(const std::string& content) {
+    const auto oid = Ber::DecodeOid(content);
+    return oid ? Decoded(Snmp::FormatOid(*oid)) : std::nullopt;
+}
+
+Decoded DecodeHexText(const std::string& content) {
     constexpr char digits[] = "0123456789abcdef";
     std::string text;
     for (const char c : content) {
@@ -47,20 +67,20 @@ std::string DecodeHexText(const std::string& content) {
     return text;
 }
 
-std::string DecodeIpText(const std::string& content) {
+Decoded DecodeIpText(const std::string& content) {
     std::string text;
     for (const char c : content)
         text += (text.empty() ? "" : ".") + std::to_string(static_cast<uint8_t>(c));
     return text;
 }
 
-Oid Joined(Oid oid, const Oid& more) {
+Snmp::Oid Joined(Snmp::Oid oid, const Snmp::Oid& more) {
     oid.insert(oid.end(), more.begin(), more.end());
     return oid;
 }
 
-Oid ParsedOid(std::string_view text) {
-    const std::optional<Oid> oid = ParseOid(text);
+Snmp::Oid ParsedArcs(std::string_view text) {
+    const std::optional<Snmp::Oid> oid = Snmp::ParseArcs(text);
     if (!oid) throw std::invalid_argument("not an OID: " + std::string(text));
     return *oid;
 }
@@ -78,19 +98,19 @@ struct SnmpTable::Type {
     std::string_view name;
     uint8_t tag;
     std::string (*encode)(std::string_view text);
-    std::string (*decode)(const std::string& content);
+    Decoded (*decode)(const std::string& content);
 };
 
 const SnmpTable::Type SnmpTable::kTypes[] = {
-    {"int", SnmpTag::Integer, EncodeNumberText, DecodeNumberText},
-    {"str", SnmpTag::OctetString, EncodePlainText, DecodePlainText},
-    {"hex", SnmpTag::OctetString, EncodeHexText, DecodeHexText},
-    {"oid", SnmpTag::ObjectId, EncodeOidText, DecodeOidValueText},
-    {"ip", SnmpTag::IpAddress, EncodeIpText, DecodeIpText},
-    {"counter", SnmpTag::Counter32, EncodeUnsigned32Text, DecodeUnsignedText},
-    {"gauge", SnmpTag::Gauge32, EncodeUnsigned32Text, DecodeUnsignedText},
-    {"ticks", SnmpTag::TimeTicks, EncodeUnsigned32Text, DecodeUnsignedText},
-    {"counter64", SnmpTag::Counter64, EncodeUnsigned64Text, DecodeUnsignedText},
+    {"int", Ber::Integer, EncodeNumberText, DecodeNumberText},
+    {"str", Ber::OctetString, EncodePlainText, DecodePlainText},
+    {"hex", Ber::OctetString, EncodeHexText, DecodeHexText},
+    {"oid", Ber::ObjectIdentifier, EncodeOidText, DecodeOidValueText},
+    {"ip", Snmp::Tag::IpAddress, EncodeIpText, DecodeIpText},
+    {"counter", Snmp::Tag::Counter32, EncodeUnsigned32Text, DecodeUnsignedText},
+    {"gauge", Snmp::Tag::Gauge32, EncodeUnsigned32Text, DecodeUnsignedText},
+    {"ticks", Snmp::Tag::TimeTicks, EncodeUnsigned32Text, DecodeUnsignedText},
+    {"counter64", Snmp::Tag::Counter64, EncodeUnsigned64Text, DecodeUnsignedText},
 };
 
 const SnmpTable::Type& SnmpTable::FindType(std::string_view name) {
@@ -123,15 +143,15 @@ void SnmpTable::ParseLine(std::string_view line, Rows& rows) {
     } else if (first.front() == '.') {
         AddColumn(first, rest, rows);
     } else {
-        AddObject(ParsedOid(first), rest);
+        AddObject(ParsedArcs(first), rest);
     }
 }
 
 void SnmpTable::ParseTable(std::string_view line, Rows& rows) const {
-    rows = {ParsedOid(TakeWord(line)), {}};
+    rows = {ParsedArcs(TakeWord(line)), {}};
     if (TakeWord(line) != "rows" || line.empty()) throw std::invalid_argument("a table needs rows");
     while (!line.empty())
-        rows.indices.push_back(ParsedOid(TakeWord(line)));
+        rows.indices.push_back(ParsedArcs(TakeWord(line)));
 }
 
 void SnmpTable::AddColumn(std::string_view column, std::string_view rest, const Rows& rows) {
@@ -143,63 +163,60 @@ void SnmpTable::AddColumn(std::string_view column, std::string_view rest, const 
         throw std::invalid_argument(std::to_string(cells.size()) + " values for " +
                                     std::to_string(rows.indices.size()) + " rows");
     }
-    const Oid columnOid = Joined(rows.entry, ParsedOid(column));
+    const Snmp::Oid columnOid = Joined(rows.entry, ParsedArcs(column));
     for (size_t i = 0; i < cells.size(); ++i) {
         if (cells[i] != "~")
             AddObject(Joined(columnOid, rows.indices[i]), type + " " + std::string(cells[i]));
     }
 }
 
-void SnmpTable::AddObject(const Oid& oid, std::string_view typeAndText) {
+void SnmpTable::AddObject(const Snmp::Oid& oid, std::string_view typeAndText) {
     std::string_view word = TakeWord(typeAndText);
     const bool writable = word == "rw";
     if (writable) word = TakeWord(typeAndText);
     objects_[oid] = {&FindType(word), writable, std::string(typeAndText)};
 }
 
-SnmpValue SnmpTable::ValueOf(const Object& object) const {
+Snmp::Value SnmpTable::ValueOf(const Object& object) const {
     return {object.type->tag, object.type->encode(values_.Expand(object.text))};
 }
 
-std::optional<SnmpValue> SnmpTable::Get(const Oid& oid) const {
+std::optional<Snmp::Value> SnmpTable::Get(const Snmp::Oid& oid) const {
     const std::lock_guard lock(mutex_);
     const auto found = objects_.find(oid);
     if (found == objects_.end()) return std::nullopt;
     return ValueOf(found->second);
 }
 
-std::optional<VarBind> SnmpTable::Next(const Oid& oid) const {
+std::optional<Snmp::VarBind> SnmpTable::Next(const Snmp::Oid& oid) const {
     const std::lock_guard lock(mutex_);
     const auto found = objects_.upper_bound(oid);
     if (found == objects_.end()) return std::nullopt;
-    return VarBind{found->first, ValueOf(found->second)};
+    return Snmp::VarBind{found->first, ValueOf(found->second)};
 }
 
-bool SnmpTable::HasBelow(const Oid& oid) const {
+bool SnmpTable::HasBelow(const Snmp::Oid& oid) const {
     const std::lock_guard lock(mutex_);
     const auto found = objects_.upper_bound(oid);
     return found != objects_.end() && found->first.size() > oid.size() &&
            std::equal(oid.begin(), oid.end(), found->first.begin());
 }
 
-SnmpError SnmpTable::CheckSet(const VarBind& binding) const {
+int32_t SnmpTable::CheckSet(const Snmp::VarBind& binding) const {
     const std::lock_guard lock(mutex_);
     const auto found = objects_.find(binding.oid);
-    if (found == objects_.end()) return SnmpError::NoSuchName;
-    if (!found->second.writable) return SnmpError::NotWritable;
-    if (found->second.type->tag != binding.value.tag) return SnmpError::WrongType;
-    try {
-        found->second.type->decode(binding.value.content);
-        return SnmpError::None;
-    } catch (const BerError&) {
-        return SnmpError::WrongValue;
-    }
+    if (found == objects_.end()) return Snmp::ErrorStatus::NoSuchName;
+    const Object& object = found->second;
+    if (!object.writable) return Snmp::ErrorStatus::NotWritable;
+    if (object.type->tag != binding.value.tag) return Snmp::ErrorStatus::WrongType;
+    const bool fits = object.type->decode(binding.value.content).has_value();
+    return fits ? Snmp::ErrorStatus::NoError : Snmp::ErrorStatus::WrongValue;
 }
 
-void SnmpTable::Set(const VarBind& binding) {
+void SnmpTable::Set(const Snmp::VarBind& binding) {
     const std::lock_guard lock(mutex_);
     Object& object = objects_.at(binding.oid);
-    const std::string text = object.type->decode(binding.value.content);
+    const std::string text = object.type->decode(binding.value.content).value_or("");
     if (const std::optional<std::string> name = SoleValueName(object.text)) {
         values_.Set(*name, text);
     } else {

@@ -8,9 +8,11 @@
 #include <string_view>
 
 #include "device/values.h"
-#include "snmp/message.h"
+#include "wire/snmp/message.h"
 
 namespace CorvixSim {
+
+namespace Snmp = Corvix::Snmp;
 
 /// Objects by OID, read from a text:
 ///
@@ -24,19 +26,19 @@ public:
     /// Throws std::invalid_argument, naming the line, for a text that is not of this form.
     SnmpTable(std::string_view text, Values& values);
 
-    std::optional<SnmpValue> Get(const Oid& oid) const;
+    std::optional<Snmp::Value> Get(const Snmp::Oid& oid) const;
 
     /// The first object behind `oid`, whether it exists or not.
-    std::optional<VarBind> Next(const Oid& oid) const;
+    std::optional<Snmp::VarBind> Next(const Snmp::Oid& oid) const;
 
     /// Whether any object lies below `oid`.
-    bool HasBelow(const Oid& oid) const;
+    bool HasBelow(const Snmp::Oid& oid) const;
 
-    /// What setting the object to the value would answer; nothing is changed.
-    SnmpError CheckSet(const VarBind& binding) const;
+    /// The error status that setting the object to the value would answer; nothing is changed.
+    int32_t CheckSet(const Snmp::VarBind& binding) const;
 
     /// Sets an object for which CheckSet() found no error. One that shows a value of the device changes that.
-    void Set(const VarBind& binding);
+    void Set(const Snmp::VarBind& binding);
 
 private:
     struct Type;
@@ -46,8 +48,8 @@ private:
         std::string text;
     };
     struct Rows {
-        Oid entry;
-        std::vector<Oid> indices;
+        Snmp::Oid entry;
+        std::vector<Snmp::Oid> indices;
     };
 
     static const Type kTypes[];
@@ -56,12 +58,12 @@ private:
     void ParseLine(std::string_view line, Rows& rows);
     void ParseTable(std::string_view line, Rows& rows) const;
     void AddColumn(std::string_view column, std::string_view rest, const Rows& rows);
-    void AddObject(const Oid& oid, std::string_view typeAndText);
-    SnmpValue ValueOf(const Object& object) const;
+    void AddObject(const Snmp::Oid& oid, std::string_view typeAndText);
+    Snmp::Value ValueOf(const Object& object) const;
 
     Values& values_;
     mutable std::mutex mutex_;
-    std::map<Oid, Object> objects_;
+    std::map<Snmp::Oid, Object> objects_;
 };
 
 }  // namespace CorvixSim
