@@ -4,31 +4,20 @@
 #include <charconv>
 #include <cstdio>
 
+#include "wire/ascii.h"
+
 namespace CorvixSim {
 namespace {
-
-char LowerOf(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 int HexDigit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
-    const char lower = LowerOf(c);
+    const char lower = Corvix::Ascii::LowerCharacter(c);
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 }  // namespace
-
-std::string ToLower(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), LowerOf);
-    return lower;
-}
-
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return LowerOf(x) == LowerOf(y); });
-}
 
 bool StartsWith(std::string_view text, std::string_view prefix) {
     return text.substr(0, prefix.size()) == prefix;

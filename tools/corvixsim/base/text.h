@@ -9,8 +9,6 @@
 
 namespace CorvixSim {
 
-std::string ToLower(std::string_view text);
-bool EqualsIgnoringCase(std::string_view a, std::string_view b);
 bool StartsWith(std::string_view text, std::string_view prefix);
 std::string_view Trim(std::string_view text);
 

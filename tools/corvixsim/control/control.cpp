@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "base/text.h"
+#include "http/receiver.h"
 #include "ipp/attributetext.h"
 
 namespace CorvixSim {
@@ -75,7 +76,7 @@ const Control::Command Control::kCommands[] = {
     {"POST", "/sim/quit", &Control::Quit, "ends the simulator"},
 };
 
-HttpResponse Control::Handle(const HttpRequest& request, HttpBody& body) {
+HttpResponse Control::Handle(const HttpRequest& request, HttpReceiver& body) {
     if (request.method == "PUT" && StartsWith(request.path, kDocuments)) {
         return PutDocument(request.path.substr(kDocuments.size()), body.ReadAll(kMaxBody));
     }

@@ -12,7 +12,7 @@ class Control final : public HttpHandler {
 public:
     Control(Device& device, std::function<void()> quit) : device_(device), quit_(std::move(quit)) {}
 
-    HttpResponse Handle(const HttpRequest& request, HttpBody& body) override;
+    HttpResponse Handle(const HttpRequest& request, HttpReceiver& body) override;
 
     /// A description of the paths for people.
     static std::string Help();

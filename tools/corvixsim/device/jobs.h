@@ -10,9 +10,9 @@
 #include <thread>
 #include <vector>
 
+#include "device/ippmodel.h"
 #include "device/scenario.h"
 #include "device/values.h"
-#include "ipp/message.h"
 
 namespace CorvixSim {
 

@@ -3,25 +3,15 @@
 #include <stdexcept>
 
 #include "base/text.h"
+#include "wire/ipp/names.h"
 
 namespace CorvixSim {
 namespace {
 
-struct StateName {
-    JobState state;
-    const char* name;
-};
-
-constexpr StateName kStates[] = {
-    {JobState::Pending, "pending"},       {JobState::PendingHeld, "pending-held"},
-    {JobState::Processing, "processing"}, {JobState::ProcessingStopped, "processing-stopped"},
-    {JobState::Canceled, "canceled"},     {JobState::Aborted, "aborted"},
-    {JobState::Completed, "completed"},
-};
-
 JobState StateOf(std::string_view name) {
-    for (const StateName& known : kStates) {
-        if (known.name == name) return known.state;
+    for (int number = static_cast<int>(JobState::Pending); number <= static_cast<int>(JobState::Completed);
+         ++number) {
+        if (name == NameOf(static_cast<JobState>(number))) return static_cast<JobState>(number);
     }
     throw std::invalid_argument("not a job state: " + std::string(name));
 }
@@ -35,12 +25,7 @@ uint64_t TakeNumber(std::string_view& rest) {
 
 }  // namespace
 
-const char* NameOf(JobState state) {
-    for (const StateName& known : kStates) {
-        if (known.state == state) return known.name;
-    }
-    return "";
-}
+const char* NameOf(JobState state) { return Corvix::Ipp::EnumName("job-state", static_cast<int>(state)); }
 
 JobStep ParseJobStep(std::string_view text) {
     JobStep step;

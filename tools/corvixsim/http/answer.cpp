@@ -111,18 +111,15 @@ private:
 bool HasBody(int status) { return status >= 200 && status != 204 && status != 304; }
 
 std::string HeadOf(const HttpResponse& response, const BodyPlan& plan, bool keepAlive) {
-    std::string head = "HTTP/1.1 " + std::to_string(response.status) + " " + ReasonOf(response.status) +
-                       "\r\nServer: corvixsim\r\n";
-    for (const auto& [name, value] : response.headers)
-        head += name + ": " + value + "\r\n";
+    Corvix::Http::ResponseHead head{static_cast<unsigned>(response.status), {}, response.headers};
+    head.headers.Add("Server", "corvixsim");
     if (HasBody(response.status)) {
-        head += "Content-Type: " + response.contentType + "\r\n";
-        if (plan.filler != kEndless) {
-            const uint64_t length = plan.before.size() + plan.filler + plan.after.size();
-            head += "Content-Length: " + std::to_string(length) + "\r\n";
-        }
+        head.headers.Add("Content-Type", response.contentType);
+        const uint64_t length = plan.before.size() + plan.filler + plan.after.size();
+        if (plan.filler != kEndless) head.headers.Add("Content-Length", std::to_string(length));
     }
-    return head + (keepAlive ? "Connection: keep-alive\r\n\r\n" : "Connection: close\r\n\r\n");
+    head.headers.Add("Connection", keepAlive ? "keep-alive" : "close");
+    return Corvix::Http::WriteHead(head);
 }
 
 }  // namespace

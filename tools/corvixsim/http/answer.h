@@ -1,6 +1,7 @@
 // Writes a response to a connection, bent by the faults that befall it.
 #pragma once
 
+#include "base/socket.h"
 #include "base/stopper.h"
 #include "http/message.h"
 

@@ -13,15 +13,11 @@ std::string Filled(const Document& document, const Values& values) {
 
 }  // namespace
 
-HttpResponse DocumentHandler::Handle(const HttpRequest& request, HttpBody&) {
+HttpResponse DocumentHandler::Handle(const HttpRequest& request, HttpReceiver&) {
     const std::string path = request.path == "/" ? "/index.html" : request.path;
     const std::optional<Document> document = device_.documents.Find(port_, path);
     if (!document) return PlainResponse(404);
-    if (request.method != "GET" && request.method != "HEAD") {
-        HttpResponse refusal = PlainResponse(405);
-        refusal.headers.emplace_back("Allow", "GET, HEAD");
-        return refusal;
-    }
+    if (request.method != "GET" && request.method != "HEAD") return MethodNotAllowed("GET, HEAD");
     HttpResponse response;
     response.contentType = document->contentType;
     response.body = Filled(*document, device_.values);

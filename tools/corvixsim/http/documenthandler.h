@@ -11,7 +11,7 @@ public:
     /// `port` is the port of a real device, whichever port the simulator listens on.
     DocumentHandler(Device& device, unsigned port) : device_(device), port_(port) {}
 
-    HttpResponse Handle(const HttpRequest& request, HttpBody& body) override;
+    HttpResponse Handle(const HttpRequest& request, HttpReceiver& body) override;
 
 private:
     Device& device_;

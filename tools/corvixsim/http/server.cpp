@@ -124,13 +124,13 @@ void HttpServer::Run(Connection& connection) {
 }
 
 AfterAnswer HttpServer::Serve(const Socket& socket) {
-    HttpChannel channel(socket);
+    HttpReceiver receiver(socket);
     bool counted = false;
     try {
-        while (std::optional<HttpRequest> request = ReadRequestHead(channel)) {
+        while (std::optional<HttpRequest> request = receiver.ReadHead()) {
             if (!counted && !IsControlPath(request->path)) device_.counters.CountConnection(service_);
             counted = counted || !IsControlPath(request->path);
-            const AfterAnswer after = ServeRequest(socket, channel, std::move(*request));
+            const AfterAnswer after = ServeRequest(socket, receiver, std::move(*request));
             if (after != AfterAnswer::KeepOpen) return after;
         }
         return AfterAnswer::Close;
@@ -140,7 +140,7 @@ AfterAnswer HttpServer::Serve(const Socket& socket) {
         return AfterAnswer::Reset;
     } catch (const HttpError& error) {
         try {
-            WriteAnswer(socket, {}, PlainResponse(error.Status(), error.what()), {}, stopper_);
+            WriteAnswer(socket, {}, PlainResponse(error.Status()), {}, stopper_);
         } catch (const NetError&) {
         }
         return AfterAnswer::Close;
@@ -149,14 +149,13 @@ AfterAnswer HttpServer::Serve(const Socket& socket) {
     }
 }
 
-AfterAnswer HttpServer::ServeRequest(const Socket& socket, HttpChannel& channel, HttpRequest request) {
+AfterAnswer HttpServer::ServeRequest(const Socket& socket, HttpReceiver& body, HttpRequest request) {
     const bool isControl = IsControlPath(request.path);
     if (!isControl && Refuses()) return AfterAnswer::Reset;
     if (!isControl) {
         device_.counters.Count(service_, request.path);
         request.faults = device_.faults.Match({service_, request.path, {}});
     }
-    HttpBody body(channel, request);
     if (request.faults.Has(FaultKind::ReceiveOnly)) {
         body.DropAfter(request.faults.Number(FaultKind::ReceiveOnly));
     }
@@ -170,7 +169,7 @@ AfterAnswer HttpServer::ServeRequest(const Socket& socket, HttpChannel& channel,
     return after == AfterAnswer::KeepOpen && !bodyDone ? AfterAnswer::Close : after;
 }
 
-HttpResponse HttpServer::Handle(const HttpRequest& request, HttpBody& body, bool isControl) {
+HttpResponse HttpServer::Handle(const HttpRequest& request, HttpReceiver& body, bool isControl) {
     try {
         return (isControl ? control_ : handler_).Handle(request, body);
     } catch (const std::invalid_argument& error) {

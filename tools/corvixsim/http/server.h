@@ -12,6 +12,7 @@
 #include "base/stopper.h"
 #include "device/device.h"
 #include "http/answer.h"
+#include "http/receiver.h"
 
 namespace CorvixSim {
 
@@ -45,8 +46,8 @@ private:
     void RemoveEnded();
     void Run(Connection& connection);
     AfterAnswer Serve(const Socket& socket);
-    AfterAnswer ServeRequest(const Socket& socket, HttpChannel& channel, HttpRequest request);
-    HttpResponse Handle(const HttpRequest& request, HttpBody& body, bool isControl);
+    AfterAnswer ServeRequest(const Socket& socket, HttpReceiver& receiver, HttpRequest request);
+    HttpResponse Handle(const HttpRequest& request, HttpReceiver& body, bool isControl);
     bool Refuses() const;
 
     const std::string service_;

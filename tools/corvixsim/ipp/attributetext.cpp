@@ -6,13 +6,12 @@
 #include <stdexcept>
 
 #include "base/text.h"
+#include "ipp/message.h"
 
 namespace CorvixSim {
 namespace {
 
 constexpr int kMaxDepth = 8;
-constexpr uint8_t kDotsPerInch = 3;
-constexpr uint8_t kDotsPerCentimeter = 4;
 
 /// The words, quoted texts and separators of a text.
 class Tokenizer {
@@ -87,8 +86,6 @@ private:
     size_t next_ = 0;
 };
 
-std::string NumberBytes(int32_t number) { return MakeNumber(IppTag::Integer, number).bytes; }
-
 using Encoded = std::optional<std::string>;
 
 Encoded EncodePlain(const std::string& text) { return text; }
@@ -125,7 +122,7 @@ Encoded EncodeResolution(const std::string& text) {
     if (!width || !height || (!isInch && text.compare(unit, std::string::npos, "dpcm") != 0))
         return std::nullopt;
     return NumberBytes(*width) + NumberBytes(*height) +
-           static_cast<char>(isInch ? kDotsPerInch : kDotsPerCentimeter);
+           static_cast<char>(isInch ? Ipp::DotsPerInch : Ipp::DotsPerCentimeter);
 }
 
 /// "2024-06-11T09:30:00Z"
@@ -151,23 +148,23 @@ struct Syntax {
 };
 
 constexpr Syntax kSyntaxes[] = {
-    {"integer", IppTag::Integer, EncodeInteger32},
-    {"enum", IppTag::Enum, EncodeInteger32},
-    {"boolean", IppTag::Boolean, EncodeTruth},
-    {"rangeOfInteger", IppTag::RangeOfInteger, EncodeRange},
-    {"resolution", IppTag::Resolution, EncodeResolution},
-    {"dateTime", IppTag::DateTime, EncodeDateTime},
-    {"octetString", IppTag::OctetString, EncodePlain},
-    {"text", IppTag::Text, EncodePlain},
-    {"name", IppTag::Name, EncodePlain},
-    {"keyword", IppTag::Keyword, EncodePlain},
-    {"uri", IppTag::Uri, EncodePlain},
-    {"uriScheme", IppTag::UriScheme, EncodePlain},
-    {"charset", IppTag::Charset, EncodePlain},
-    {"naturalLanguage", IppTag::NaturalLanguage, EncodePlain},
-    {"mimeMediaType", IppTag::MimeMediaType, EncodePlain},
-    {"no-value", IppTag::NoValue, EncodeNothing},
-    {"unknown", IppTag::Unknown, EncodeNothing},
+    {"integer", Ipp::Tag::Integer, EncodeInteger32},
+    {"enum", Ipp::Tag::Enum, EncodeInteger32},
+    {"boolean", Ipp::Tag::Boolean, EncodeTruth},
+    {"rangeOfInteger", Ipp::Tag::RangeOfInteger, EncodeRange},
+    {"resolution", Ipp::Tag::Resolution, EncodeResolution},
+    {"dateTime", Ipp::Tag::DateTime, EncodeDateTime},
+    {"octetString", Ipp::Tag::OctetString, EncodePlain},
+    {"text", Ipp::Tag::TextWithoutLanguage, EncodePlain},
+    {"name", Ipp::Tag::NameWithoutLanguage, EncodePlain},
+    {"keyword", Ipp::Tag::Keyword, EncodePlain},
+    {"uri", Ipp::Tag::Uri, EncodePlain},
+    {"uriScheme", Ipp::Tag::UriScheme, EncodePlain},
+    {"charset", Ipp::Tag::Charset, EncodePlain},
+    {"naturalLanguage", Ipp::Tag::NaturalLanguage, EncodePlain},
+    {"mimeMediaType", Ipp::Tag::MimeMediaType, EncodePlain},
+    {"no-value", Ipp::Tag::NoValue, EncodeNothing},
+    {"unknown", Ipp::Tag::Unknown, EncodeNothing},
 };
 
 IppAttribute ParseAttribute(Tokenizer& tokens, int depth);
@@ -175,7 +172,7 @@ IppAttribute ParseAttribute(Tokenizer& tokens, int depth);
 IppValue ParseCollection(Tokenizer& tokens, int depth) {
     if (!tokens.Take().Is("{") || depth == kMaxDepth) tokens.Fail("not a collection");
     IppValue collection;
-    collection.tag = IppTag::BeginCollection;
+    collection.tag = Ipp::Tag::BegCollection;
     for (;;) {
         const Tokenizer::Token token = tokens.Take();
         if (token.Is("}")) return collection;
@@ -205,19 +202,6 @@ IppAttribute ParseAttribute(Tokenizer& tokens, int depth) {
         attribute.values.push_back(ParseValue(tokens, syntax, depth));
     }
     return attribute;
-}
-
-int32_t NumberAt(const std::string& bytes, size_t place) {
-    return IppValue{IppTag::Integer, bytes.substr(place, 4), {}}.Number();
-}
-
-std::string FormatRange(const std::string& bytes) {
-    return std::to_string(NumberAt(bytes, 0)) + "-" + std::to_string(NumberAt(bytes, 4));
-}
-
-std::string FormatResolution(const std::string& bytes) {
-    const std::string unit = bytes[8] == kDotsPerInch ? "dpi" : "dpcm";
-    return std::to_string(NumberAt(bytes, 0)) + "x" + std::to_string(NumberAt(bytes, 4)) + unit;
 }
 
 std::string FormatCollection(const IppValue& value) {
@@ -259,21 +243,11 @@ std::string QuoteForIppAttributes(std::string_view text) {
 }
 
 std::string FormatIppValue(const IppValue& value) {
-    switch (value.tag) {
-        case IppTag::Integer:
-        case IppTag::Enum:
-            return std::to_string(value.Number());
-        case IppTag::Boolean:
-            return value.Number() != 0 ? "true" : "false";
-        case IppTag::RangeOfInteger:
-            return value.bytes.size() == 8 ? FormatRange(value.bytes) : "";
-        case IppTag::Resolution:
-            return value.bytes.size() == 9 ? FormatResolution(value.bytes) : "";
-        case IppTag::BeginCollection:
-            return FormatCollection(value);
-        default:
-            return value.bytes;
-    }
+    if (value.tag == Ipp::Tag::BegCollection) return FormatCollection(value);
+    if (value.tag == Ipp::Tag::Boolean) return value.Number() != 0 ? "true" : "false";
+    std::string text;
+    Ipp::AppendText(text, {value.tag, value.bytes});
+    return text;
 }
 
 }  // namespace CorvixSim

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ipp/message.h"
+#include "device/ippmodel.h"
 
 namespace CorvixSim {
 

@@ -3,25 +3,12 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "http/receiver.h"
 
 namespace CorvixSim {
 namespace {
 
 constexpr char kContentType[] = "application/ipp";
-
-IppMessage Refusal(const IppMessage& request, IppStatus status, const std::string& why) {
-    IppMessage refusal;
-    const bool known = request.major == 1 || request.major == 2;
-    refusal.major = known ? request.major : 2;
-    refusal.minor = known ? request.minor : 0;
-    refusal.code = static_cast<uint16_t>(status);
-    refusal.requestId = request.requestId;
-    refusal.groups.push_back({IppTag::OperationAttributes,
-                              {TextAttribute(IppTag::Charset, "attributes-charset", "utf-8"),
-                               TextAttribute(IppTag::NaturalLanguage, "attributes-natural-language", "en"),
-                               TextAttribute(IppTag::Text, "status-message", why)}});
-    return refusal;
-}
 
 void Omit(IppMessage& message, const std::string& name) {
     for (IppGroup& group : message.groups) {
@@ -46,21 +33,20 @@ std::string HostOf(const HttpRequest& request) {
 IppMessage IppHandler::Carry(const HttpRequest& http, IppSource& source, const IppMessage& request,
                              const FaultSet& faults) {
     if (faults.Has(FaultKind::IppStatus)) {
-        return Refusal(request, static_cast<IppStatus>(faults.Number(FaultKind::IppStatus)), "as told");
+        return AnswerTo(request, static_cast<IppStatus>(faults.Number(FaultKind::IppStatus)), "as told");
     }
     try {
-        return printer_.Carry({request, source, HostOf(http), http.path});
+        return printer_.Carry({request, source, HostOf(http)});
     } catch (const IppError& error) {
-        return Refusal(request, error.Status(), error.what());
+        return AnswerTo(request, error.Status(), error.what());
     } catch (const std::invalid_argument& error) {
-        return Refusal(request, IppStatus::InternalError, error.what());
+        return AnswerTo(request, IppStatus::InternalError, error.what());
     }
 }
 
-HttpResponse IppHandler::Handle(const HttpRequest& http, HttpBody& body) {
+HttpResponse IppHandler::Handle(const HttpRequest& http, HttpReceiver& body) {
     if (http.method != "POST") return documents_.Handle(http, body);
-    const std::string type = http.Header("Content-Type");
-    if (!EqualsIgnoringCase(Trim(type.substr(0, type.find(';'))), kContentType)) return PlainResponse(415);
+    if (!http.HasContentType(kContentType)) return PlainResponse(415);
 
     IppSource source(body);
     IppMessage request;
@@ -68,14 +54,14 @@ HttpResponse IppHandler::Handle(const HttpRequest& http, HttpBody& body) {
     HttpResponse response;
     FaultSet faults = http.faults;
     try {
-        ReadIppRequest(source, request);
-        const std::string operation = IppPrinter::OperationName(request.code);
+        source.ReadRequest(request);
+        const std::string operation = IppPrinter::OperationName(request.header.code);
         device_.counters.CountOperation("ipp", operation);
         response.faults = device_.faults.Match({"ipp", http.path, operation});
         faults.Merge(response.faults);
         answer = Carry(http, source, request, faults);
     } catch (const IppError& error) {
-        answer = Refusal(request, error.Status(), error.what());
+        answer = AnswerTo(request, error.Status(), error.what());
     }
     // A refused document is on its way already: without reading it, its sender would never see the answer.
     char dropped[16384];

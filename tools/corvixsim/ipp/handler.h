@@ -13,7 +13,7 @@ public:
     IppHandler(Device& device, unsigned port, std::string spoolFolder)
         : device_(device), printer_(device, std::move(spoolFolder)), documents_(device, port) {}
 
-    HttpResponse Handle(const HttpRequest& request, HttpBody& body) override;
+    HttpResponse Handle(const HttpRequest& request, HttpReceiver& body) override;
 
 private:
     IppMessage Carry(const HttpRequest& http, IppSource& source, const IppMessage& request,

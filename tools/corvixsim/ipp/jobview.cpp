@@ -9,12 +9,12 @@ namespace CorvixSim {
 namespace {
 
 IppAttribute OptionalNumber(std::string name, const std::optional<int32_t>& number) {
-    if (number) return NumberAttribute(IppTag::Integer, std::move(name), *number);
-    return TextAttribute(IppTag::NoValue, std::move(name), {});
+    if (number) return NumberAttribute(Ipp::Tag::Integer, std::move(name), *number);
+    return TextAttribute(Ipp::Tag::NoValue, std::move(name), {});
 }
 
 IppAttribute OptionalDate(std::string name, const std::string& date) {
-    if (date.empty()) return TextAttribute(IppTag::NoValue, std::move(name), {});
+    if (date.empty()) return TextAttribute(Ipp::Tag::NoValue, std::move(name), {});
     // The one reader of dates is that of the attribute texts.
     const IppAttributeGroups parsed = ParseIppAttributes("GROUP g ATTR dateTime " + name + " " + date);
     return parsed.front().second.front();
@@ -23,7 +23,7 @@ IppAttribute OptionalDate(std::string name, const std::string& date) {
 IppAttribute KeywordAttribute(std::string name, const std::vector<std::string>& keywords) {
     IppAttribute attribute{std::move(name), {}};
     for (const std::string& keyword : keywords)
-        attribute.values.push_back({IppTag::Keyword, keyword, {}});
+        attribute.values.push_back({Ipp::Tag::Keyword, keyword, {}});
     return attribute;
 }
 
@@ -43,22 +43,22 @@ std::vector<IppAttribute> DescriptionOf(const Job& job, const JobView& view) {
     const auto documents = static_cast<int32_t>(job.documents.size());
     const int32_t pages = job.state == JobState::Completed ? documents : 0;
     return {
-        NumberAttribute(IppTag::Integer, "job-id", job.id),
-        TextAttribute(IppTag::Uri, "job-uri", printer + "/" + std::to_string(job.id)),
-        TextAttribute(IppTag::Uri, "job-uuid", JobUuid(view.printerUuid, job.id)),
-        TextAttribute(IppTag::Uri, "job-printer-uri", printer),
-        TextAttribute(IppTag::Name, "job-name", job.name),
-        TextAttribute(IppTag::Name, "job-originating-user-name", job.user),
-        NumberAttribute(IppTag::Enum, "job-state", static_cast<int32_t>(job.state)),
+        NumberAttribute(Ipp::Tag::Integer, "job-id", job.id),
+        TextAttribute(Ipp::Tag::Uri, "job-uri", printer + "/" + std::to_string(job.id)),
+        TextAttribute(Ipp::Tag::Uri, "job-uuid", JobUuid(view.printerUuid, job.id)),
+        TextAttribute(Ipp::Tag::Uri, "job-printer-uri", printer),
+        TextAttribute(Ipp::Tag::NameWithoutLanguage, "job-name", job.name),
+        TextAttribute(Ipp::Tag::NameWithoutLanguage, "job-originating-user-name", job.user),
+        NumberAttribute(Ipp::Tag::Enum, "job-state", static_cast<int32_t>(job.state)),
         KeywordAttribute("job-state-reasons", job.reasons),
-        TextAttribute(IppTag::Text, "job-state-message", NameOf(job.state)),
-        NumberAttribute(IppTag::Integer, "job-k-octets", Kilobytes(job.octets)),
-        NumberAttribute(IppTag::Integer, "job-impressions", documents),
-        NumberAttribute(IppTag::Integer, "job-impressions-completed", pages),
-        NumberAttribute(IppTag::Integer, "job-media-sheets-completed", pages),
-        NumberAttribute(IppTag::Integer, "number-of-documents", documents),
-        NumberAttribute(IppTag::Integer, "job-printer-up-time", view.uptime),
-        NumberAttribute(IppTag::Integer, "time-at-creation", job.createdAt),
+        TextAttribute(Ipp::Tag::TextWithoutLanguage, "job-state-message", NameOf(job.state)),
+        NumberAttribute(Ipp::Tag::Integer, "job-k-octets", Kilobytes(job.octets)),
+        NumberAttribute(Ipp::Tag::Integer, "job-impressions", documents),
+        NumberAttribute(Ipp::Tag::Integer, "job-impressions-completed", pages),
+        NumberAttribute(Ipp::Tag::Integer, "job-media-sheets-completed", pages),
+        NumberAttribute(Ipp::Tag::Integer, "number-of-documents", documents),
+        NumberAttribute(Ipp::Tag::Integer, "job-printer-up-time", view.uptime),
+        NumberAttribute(Ipp::Tag::Integer, "time-at-creation", job.createdAt),
         OptionalNumber("time-at-processing", job.processingAt),
         OptionalNumber("time-at-completed", job.completedAt),
         OptionalDate("date-time-at-creation", job.createdDate),
@@ -70,7 +70,7 @@ std::vector<IppAttribute> DescriptionOf(const Job& job, const JobView& view) {
 }  // namespace
 
 IppGroup ShowJob(const Job& job, const JobView& view, const std::set<std::string>& names) {
-    IppGroup group{IppTag::JobAttributes, {}};
+    IppGroup group{Ipp::Tag::JobAttributes, {}};
     const auto add = [&](const std::vector<IppAttribute>& attributes, const char* groupName) {
         const bool whole = names.count("all") + names.count(groupName) != 0;
         for (const IppAttribute& attribute : attributes) {

@@ -2,117 +2,43 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <set>
 
 #include "base/text.h"
 #include "ipp/jobview.h"
 #include "ipp/support.h"
+#include "wire/ascii.h"
+#include "wire/ipp/names.h"
 
 namespace CorvixSim {
 namespace {
 
-constexpr size_t kPiece = 65536;
-
-struct Ending {
-    std::string_view format;
-    const char* ending;
-};
-
-constexpr Ending kEndings[] = {
-    {"application/pdf", "pdf"}, {"application/postscript", "ps"}, {"application/vnd.hp-PCL", "pcl"},
-    {"image/jpeg", "jpg"},      {"image/pwg-raster", "pwg"},      {"image/urf", "urf"},
-    {"text/plain", "txt"},
-};
-
-const char* EndingOf(std::string_view format) {
-    for (const Ending& known : kEndings) {
-        if (known.format == format) return known.ending;
-    }
-    return "prn";
-}
-
-/// The names in requested-attributes; empty when there are none.
-std::set<std::string> RequestedNames(const IppMessage& request) {
+/// The names in requested-attributes, or those that count when there are none.
+std::set<std::string> RequestedNames(const IppMessage& request, const std::set<std::string>& otherwise) {
+    const IppAttribute* requested = request.FindOperand("requested-attributes");
+    if (!requested) return otherwise;
     std::set<std::string> names;
-    const IppGroup* operands = request.Group(IppTag::OperationAttributes);
-    const IppAttribute* requested = operands ? operands->Find("requested-attributes") : nullptr;
-    if (!requested) return names;
     for (const IppValue& value : requested->values)
         names.insert(value.bytes);
     return names;
 }
 
-IppMessage Answer(const IppCall& call, IppStatus status = IppStatus::Ok) {
-    IppMessage answer;
-    answer.major = call.request.major;
-    answer.minor = call.request.minor;
-    answer.code = static_cast<uint16_t>(status);
-    answer.requestId = call.request.requestId;
-    answer.groups.push_back({IppTag::OperationAttributes,
-                             {TextAttribute(IppTag::Charset, "attributes-charset", "utf-8"),
-                              TextAttribute(IppTag::NaturalLanguage, "attributes-natural-language", "en")}});
-    return answer;
-}
-
-/// A document that is arriving: unless it is finished, the job learns that it broke off.
-class Receipt {
-public:
-    Receipt(Jobs& jobs, int id, JobDocument document) : jobs_(jobs), id_(id) {
-        place_ = jobs.BeginDocument(id, std::move(document));
-    }
-    ~Receipt() {
-        if (!finished_) jobs_.EndDocument(id_, false, true);
-    }
-    Receipt(const Receipt&) = delete;
-    Receipt& operator=(const Receipt&) = delete;
-
-    bool Add(uint64_t octets) { return jobs_.AddOctets(id_, place_, octets); }
-    void Finish(bool last) {
-        finished_ = true;
-        jobs_.EndDocument(id_, true, last);
-    }
-
-private:
-    Jobs& jobs_;
-    int id_;
-    size_t place_ = 0;
-    bool finished_ = false;
-};
-
 bool IsLast(const IppCall& call) {
     const IppValue* last = call.request.Operand("last-document");
-    if (!last || last->tag != IppTag::Boolean)
+    if (!last || last->tag != Ipp::Tag::Boolean)
         throw IppError(IppStatus::BadRequest, "last-document is missing");
     return last->Number() != 0;
 }
 
-JobDocument DocumentOf(const IppCall& call) {
-    JobDocument document;
-    document.name = call.request.OperandText("document-name");
-    document.format = call.request.OperandText("document-format");
-    document.uri = call.request.OperandText("document-uri");
-    return document;
-}
-
-void CheckUriScheme(const std::string& uri) {
-    const std::string scheme = uri.substr(0, uri.find(':'));
-    if (uri.empty()) throw IppError(IppStatus::BadRequest, "document-uri is missing");
-    if (scheme != "http" && scheme != "https" && scheme != "ftp") {
-        throw IppError(IppStatus::UriSchemeNotSupported, "not a scheme that is supported: " + scheme);
-    }
-}
-
 /// The operation attributes that every request begins with, and the target that it must name.
 void CheckCommon(const IppMessage& request) {
-    if (request.major != 1 && request.major != 2) {
+    if (request.header.major != 1 && request.header.major != 2) {
         throw IppError(IppStatus::VersionNotSupported, "only IPP/1.x and IPP/2.x are spoken here");
     }
-    if (request.requestId == 0 || request.requestId > INT32_MAX) {
+    if (request.header.requestId == 0 || request.header.requestId > INT32_MAX) {
         throw IppError(IppStatus::BadRequest, "not a request id");
     }
-    if (request.groups.empty() || request.groups.front().tag != IppTag::OperationAttributes) {
+    if (request.groups.empty() || request.groups.front().tag != Ipp::Tag::OperationAttributes) {
         throw IppError(IppStatus::BadRequest, "the operation attributes are missing");
     }
     const std::vector<IppAttribute>& operands = request.groups.front().attributes;
@@ -120,8 +46,8 @@ void CheckCommon(const IppMessage& request) {
         operands[1].name != "attributes-natural-language") {
         throw IppError(IppStatus::BadRequest, "charset and language must come first");
     }
-    if (!EqualsIgnoringCase(operands[0].values.front().bytes, "utf-8") &&
-        !EqualsIgnoringCase(operands[0].values.front().bytes, "us-ascii")) {
+    if (!Corvix::Ascii::EqualsIgnoringCase(operands[0].values.front().bytes, "utf-8") &&
+        !Corvix::Ascii::EqualsIgnoringCase(operands[0].values.front().bytes, "us-ascii")) {
         throw IppError(IppStatus::CharsetNotSupported, "not a charset that is supported");
     }
     if (!request.Operand("printer-uri") && !request.Operand("job-uri")) {
@@ -133,30 +59,21 @@ void CheckCommon(const IppMessage& request) {
 
 struct IppPrinter::Operation {
     uint16_t code;
-    const char* name;
     IppMessage (IppPrinter::*carry)(const IppCall& call);
 };
 
 const IppPrinter::Operation IppPrinter::kOperations[] = {
-    {0x0002, "Print-Job", &IppPrinter::PrintJob},
-    {0x0003, "Print-URI", &IppPrinter::PrintUri},
-    {0x0004, "Validate-Job", &IppPrinter::ValidateJob},
-    {0x0005, "Create-Job", &IppPrinter::CreateJob},
-    {0x0006, "Send-Document", &IppPrinter::SendDocument},
-    {0x0007, "Send-URI", &IppPrinter::SendUri},
-    {0x0008, "Cancel-Job", &IppPrinter::CancelJob},
-    {0x0009, "Get-Job-Attributes", &IppPrinter::GetJobAttributes},
-    {0x000a, "Get-Jobs", &IppPrinter::GetJobs},
-    {0x000b, "Get-Printer-Attributes", &IppPrinter::GetPrinterAttributes},
-    {0x0039, "Cancel-My-Jobs", &IppPrinter::CancelMyJobs},
-    {0x003b, "Close-Job", &IppPrinter::CloseJob},
-    {0x003c, "Identify-Printer", &IppPrinter::IdentifyPrinter},
+    {0x0002, &IppPrinter::PrintJob},        {0x0003, &IppPrinter::PrintUri},
+    {0x0004, &IppPrinter::ValidateJob},     {0x0005, &IppPrinter::CreateJob},
+    {0x0006, &IppPrinter::SendDocument},    {0x0007, &IppPrinter::SendUri},
+    {0x0008, &IppPrinter::CancelJob},       {0x0009, &IppPrinter::GetJobAttributes},
+    {0x000a, &IppPrinter::GetJobs},         {0x000b, &IppPrinter::GetPrinterAttributes},
+    {0x0039, &IppPrinter::CancelMyJobs},    {0x003b, &IppPrinter::CloseJob},
+    {0x003c, &IppPrinter::IdentifyPrinter},
 };
 
 std::string IppPrinter::OperationName(uint16_t code) {
-    for (const Operation& operation : kOperations) {
-        if (operation.code == code) return operation.name;
-    }
+    if (const char* known = Ipp::OperationName(code)) return known;
     char name[24];
     std::snprintf(name, sizeof name, "operation-0x%04x", static_cast<unsigned>(code));
     return name;
@@ -165,7 +82,7 @@ std::string IppPrinter::OperationName(uint16_t code) {
 IppMessage IppPrinter::Carry(const IppCall& call) {
     CheckCommon(call.request);
     for (const Operation& operation : kOperations) {
-        if (operation.code == call.request.code) return (this->*operation.carry)(call);
+        if (operation.code == call.request.header.code) return (this->*operation.carry)(call);
     }
     throw IppError(IppStatus::OperationNotSupported, "not an operation that is supported");
 }
@@ -179,10 +96,9 @@ IppAttributeGroups IppPrinter::PrinterAttributes(const IppCall& call) const {
 }
 
 IppMessage IppPrinter::GetPrinterAttributes(const IppCall& call) {
-    std::set<std::string> names = RequestedNames(call.request);
-    if (names.empty()) names = {"all"};
-    IppMessage answer = Answer(call);
-    IppGroup printer{IppTag::PrinterAttributes, {}};
+    const std::set<std::string> names = RequestedNames(call.request, {"all"});
+    IppMessage answer = AnswerTo(call.request);
+    IppGroup printer{Ipp::Tag::PrinterAttributes, {}};
     for (const auto& [group, attributes] : PrinterAttributes(call)) {
         // What is long is a group of its own, which "all" does not include.
         const bool whole =
@@ -210,8 +126,8 @@ void IppPrinter::CheckDocumentFormat(const IppCall& call) const {
 }
 
 IppGroup IppPrinter::UnsupportedOf(const IppCall& call) const {
-    IppGroup unsupported{IppTag::UnsupportedAttributes, {}};
-    const IppGroup* wanted = call.request.Group(IppTag::JobAttributes);
+    IppGroup unsupported{Ipp::Tag::UnsupportedAttributes, {}};
+    const IppGroup* wanted = call.request.Group(Ipp::Tag::JobAttributes);
     if (!wanted) return unsupported;
     const IppAttributeGroups printer = PrinterAttributes(call);
     for (const IppAttribute& attribute : wanted->attributes) {
@@ -221,8 +137,7 @@ IppGroup IppPrinter::UnsupportedOf(const IppCall& call) const {
 }
 
 int IppPrinter::NewJob(const IppCall& call, const IppGroup& unsupported) {
-    const IppValue* fidelity = call.request.Operand("ipp-attribute-fidelity");
-    if (fidelity && fidelity->Number() != 0 && !unsupported.attributes.empty()) {
+    if (call.request.OperandNumber("ipp-attribute-fidelity") != 0 && !unsupported.attributes.empty()) {
         throw IppError(IppStatus::AttributesOrValuesNotSupported,
                        "not supported: " + unsupported.attributes.front().name);
     }
@@ -232,7 +147,7 @@ int IppPrinter::NewJob(const IppCall& call, const IppGroup& unsupported) {
     if (job.name.empty()) job.name = "Untitled";
     job.user = call.request.OperandText("requesting-user-name");
     if (job.user.empty()) job.user = "anonymous";
-    if (const IppGroup* wanted = call.request.Group(IppTag::JobAttributes)) {
+    if (const IppGroup* wanted = call.request.Group(Ipp::Tag::JobAttributes)) {
         for (const IppAttribute& attribute : wanted->attributes) {
             if (!unsupported.Find(attribute.name)) job.attributes.push_back(attribute);
         }
@@ -240,44 +155,11 @@ int IppPrinter::NewJob(const IppCall& call, const IppGroup& unsupported) {
     return device_.jobs.Create(std::move(job));
 }
 
-std::string IppPrinter::StoragePath(int id, size_t number, const std::string& format) const {
-    if (spoolFolder_.empty()) return {};
-    char name[64];
-    std::snprintf(name, sizeof name, "job-%04d-%zu.%s", id, number, EndingOf(format));
-    return spoolFolder_ + "/" + name;
-}
-
-void IppPrinter::ReceiveDocument(const IppCall& call, int id, bool last) {
-    JobDocument document = DocumentOf(call);
-    const std::optional<Job> job = device_.jobs.Find(id);
-    const std::string path = StoragePath(id, job ? job->documents.size() + 1 : 1, document.format);
-    document.path = path;
-    // A job that takes no more documents refuses it here, before there is a file.
-    Receipt receipt(device_.jobs, id, std::move(document));
-    std::ofstream file;
-    if (!path.empty()) file.open(std::filesystem::u8path(path), std::ios::binary);
-    if (!file) throw IppError(IppStatus::InternalError, "cannot write " + path);
-    std::vector<char> piece(kPiece);
-    bool wanted = true;
-    while (const size_t length = call.source.ReadDocument(piece.data(), piece.size())) {
-        // What comes after the job was canceled is read, as it is on its way, and dropped.
-        wanted = wanted && receipt.Add(length);
-        if (wanted && file.is_open()) file.write(piece.data(), static_cast<std::streamsize>(length));
-    }
-    receipt.Finish(last);
-    if (!wanted) throw IppError(IppStatus::JobCanceled, "the job was canceled");
-}
-
-void IppPrinter::ReferToDocument(const IppCall& call, int id, bool last) {
-    Receipt receipt(device_.jobs, id, DocumentOf(call));
-    receipt.Finish(last);
-}
-
 IppMessage IppPrinter::JobAnswer(const IppCall& call, int id, const IppGroup& unsupported) const {
     const std::optional<Job> job = device_.jobs.Find(id);
     if (!job) throw IppError(IppStatus::NotFound, "the job is gone");
-    IppMessage answer =
-        Answer(call, unsupported.attributes.empty() ? IppStatus::Ok : IppStatus::OkIgnoredOrSubstituted);
+    IppMessage answer = AnswerTo(
+        call.request, unsupported.attributes.empty() ? IppStatus::Ok : IppStatus::OkIgnoredOrSubstituted);
     if (!unsupported.attributes.empty()) answer.groups.push_back(unsupported);
     answer.groups.push_back(ShowJob(
         *job, ViewOf(call), {"job-id", "job-uri", "job-state", "job-state-reasons", "job-state-message"}));
@@ -288,24 +170,24 @@ IppMessage IppPrinter::PrintJob(const IppCall& call) {
     CheckDocumentFormat(call);
     const IppGroup unsupported = UnsupportedOf(call);
     const int id = NewJob(call, unsupported);
-    ReceiveDocument(call, id, true);
+    intake_.Receive(id, call.request, call.source, true);
     return JobAnswer(call, id, unsupported);
 }
 
 IppMessage IppPrinter::PrintUri(const IppCall& call) {
-    CheckUriScheme(call.request.OperandText("document-uri"));
+    IppIntake::CheckUri(call.request);
     CheckDocumentFormat(call);
     const IppGroup unsupported = UnsupportedOf(call);
     const int id = NewJob(call, unsupported);
-    ReferToDocument(call, id, true);
+    intake_.Refer(id, call.request, true);
     return JobAnswer(call, id, unsupported);
 }
 
 IppMessage IppPrinter::ValidateJob(const IppCall& call) {
     CheckDocumentFormat(call);
     const IppGroup unsupported = UnsupportedOf(call);
-    if (unsupported.attributes.empty()) return Answer(call);
-    IppMessage answer = Answer(call, IppStatus::OkIgnoredOrSubstituted);
+    if (unsupported.attributes.empty()) return AnswerTo(call.request);
+    IppMessage answer = AnswerTo(call.request, IppStatus::OkIgnoredOrSubstituted);
     answer.groups.push_back(unsupported);
     return answer;
 }
@@ -319,15 +201,15 @@ IppMessage IppPrinter::SendDocument(const IppCall& call) {
     const int id = JobOf(call).id;
     const bool last = IsLast(call);
     CheckDocumentFormat(call);
-    ReceiveDocument(call, id, last);
+    intake_.Receive(id, call.request, call.source, last);
     return JobAnswer(call, id, {});
 }
 
 IppMessage IppPrinter::SendUri(const IppCall& call) {
     const int id = JobOf(call).id;
     const bool last = IsLast(call);
-    CheckUriScheme(call.request.OperandText("document-uri"));
-    ReferToDocument(call, id, last);
+    IppIntake::CheckUri(call.request);
+    intake_.Refer(id, call.request, last);
     return JobAnswer(call, id, {});
 }
 
@@ -339,7 +221,7 @@ IppMessage IppPrinter::CloseJob(const IppCall& call) {
 
 IppMessage IppPrinter::CancelJob(const IppCall& call) {
     device_.jobs.Apply(JobOf(call).id, {JobState::Canceled, {}, {}, {}});
-    return Answer(call);
+    return AnswerTo(call.request);
 }
 
 IppMessage IppPrinter::CancelMyJobs(const IppCall& call) {
@@ -347,23 +229,20 @@ IppMessage IppPrinter::CancelMyJobs(const IppCall& call) {
     for (const Job& job : device_.jobs.All()) {
         if (!job.Final() && job.user == user) device_.jobs.Apply(job.id, {JobState::Canceled, {}, {}, {}});
     }
-    return Answer(call);
+    return AnswerTo(call.request);
 }
 
 IppMessage IppPrinter::IdentifyPrinter(const IppCall& call) {
     const std::string message = call.request.OperandText("message");
     device_.values.Set("console-line-2", message.empty() ? "Here I am" : message);
-    return Answer(call);
+    return AnswerTo(call.request);
 }
 
 Job IppPrinter::JobOf(const IppCall& call) const {
-    int32_t id = 0;
-    if (const IppValue* given = call.request.Operand("job-id")) {
-        id = given->Number();
-    } else {
-        const std::string uri = call.request.OperandText("job-uri");
-        id = ParseInteger(uri.substr(uri.rfind('/') + 1)).value_or(0);
-    }
+    const std::string uri = call.request.OperandText("job-uri");
+    const int32_t id = call.request.Operand("job-id")
+                           ? call.request.OperandNumber("job-id")
+                           : ParseInteger(uri.substr(uri.rfind('/') + 1)).value_or(0);
     if (id <= 0) throw IppError(IppStatus::BadRequest, "the request names no job");
     std::optional<Job> job = device_.jobs.Find(id);
     if (!job) throw IppError(IppStatus::NotFound, "no job " + std::to_string(id));
@@ -375,9 +254,8 @@ std::vector<Job> IppPrinter::JobsFor(const IppCall& call) const {
     if (!which.empty() && which != "completed" && which != "not-completed" && which != "all") {
         throw IppError(IppStatus::AttributesOrValuesNotSupported, "not supported: which-jobs " + which);
     }
-    const IppValue* mine = call.request.Operand("my-jobs");
     const std::string user =
-        mine && mine->Number() != 0 ? call.request.OperandText("requesting-user-name") : "";
+        call.request.OperandNumber("my-jobs") != 0 ? call.request.OperandText("requesting-user-name") : "";
     std::vector<Job> jobs = device_.jobs.All();
     const auto unwanted = [&](const Job& job) {
         return (which != "all" && job.Final() != (which == "completed")) ||
@@ -386,25 +264,22 @@ std::vector<Job> IppPrinter::JobsFor(const IppCall& call) const {
     jobs.erase(std::remove_if(jobs.begin(), jobs.end(), unwanted), jobs.end());
     // Those that ended last come first.
     if (which == "completed") std::reverse(jobs.begin(), jobs.end());
-    const IppValue* limit = call.request.Operand("limit");
-    if (limit && limit->Number() > 0)
-        jobs.resize(std::min(jobs.size(), static_cast<size_t>(limit->Number())));
+    const int32_t limit = call.request.OperandNumber("limit");
+    if (limit > 0) jobs.resize(std::min(jobs.size(), static_cast<size_t>(limit)));
     return jobs;
 }
 
 IppMessage IppPrinter::GetJobs(const IppCall& call) {
-    std::set<std::string> names = RequestedNames(call.request);
-    if (names.empty()) names = {"job-id", "job-uri"};
-    IppMessage answer = Answer(call);
+    const std::set<std::string> names = RequestedNames(call.request, {"job-id", "job-uri"});
+    IppMessage answer = AnswerTo(call.request);
     for (const Job& job : JobsFor(call))
         answer.groups.push_back(ShowJob(job, ViewOf(call), names));
     return answer;
 }
 
 IppMessage IppPrinter::GetJobAttributes(const IppCall& call) {
-    std::set<std::string> names = RequestedNames(call.request);
-    if (names.empty()) names = {"all"};
-    IppMessage answer = Answer(call);
+    const std::set<std::string> names = RequestedNames(call.request, {"all"});
+    IppMessage answer = AnswerTo(call.request);
     answer.groups.push_back(ShowJob(JobOf(call), ViewOf(call), names));
     return answer;
 }

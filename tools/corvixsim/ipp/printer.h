@@ -5,6 +5,7 @@
 
 #include "device/device.h"
 #include "ipp/attributetext.h"
+#include "ipp/intake.h"
 #include "ipp/jobview.h"
 #include "ipp/message.h"
 
@@ -15,7 +16,6 @@ struct IppCall {
     const IppMessage& request;
     IppSource& source;  ///< of the document that may follow
     std::string host;   ///< "host:port" as the client named it
-    std::string path;   ///< of the HTTP request
 };
 
 /// Many threads may call at once.
@@ -23,7 +23,7 @@ class IppPrinter {
 public:
     /// Documents are stored below `spoolFolder`, or nowhere when it is empty.
     IppPrinter(Device& device, std::string spoolFolder)
-        : device_(device), spoolFolder_(std::move(spoolFolder)) {}
+        : device_(device), intake_(device.jobs, std::move(spoolFolder)) {}
 
     /// Carries out the request. Throws IppError when it cannot.
     IppMessage Carry(const IppCall& call);
@@ -52,17 +52,14 @@ private:
     IppAttributeGroups PrinterAttributes(const IppCall& call) const;
     IppGroup UnsupportedOf(const IppCall& call) const;
     int NewJob(const IppCall& call, const IppGroup& unsupported);
-    void ReceiveDocument(const IppCall& call, int id, bool last);
-    void ReferToDocument(const IppCall& call, int id, bool last);
     void CheckDocumentFormat(const IppCall& call) const;
     Job JobOf(const IppCall& call) const;
     std::vector<Job> JobsFor(const IppCall& call) const;
     JobView ViewOf(const IppCall& call) const;
-    std::string StoragePath(int id, size_t number, const std::string& format) const;
     IppMessage JobAnswer(const IppCall& call, int id, const IppGroup& unsupported) const;
 
     Device& device_;
-    const std::string spoolFolder_;
+    IppIntake intake_;
 };
 
 }  // namespace CorvixSim

@@ -9,14 +9,13 @@ namespace {
 /// it.
 bool Allows(const IppValue& supported, const IppValue& value, bool single) {
     if (supported.bytes == value.bytes) return true;
-    const bool isNumber = value.tag == IppTag::Integer || value.tag == IppTag::Enum;
+    const bool isNumber = value.tag == Ipp::Tag::Integer || value.tag == Ipp::Tag::Enum;
     if (!isNumber) return false;
-    if (supported.tag == IppTag::RangeOfInteger && supported.bytes.size() == 8) {
-        const IppValue low{IppTag::Integer, supported.bytes.substr(0, 4), {}};
-        const IppValue high{IppTag::Integer, supported.bytes.substr(4), {}};
-        return value.Number() >= low.Number() && value.Number() <= high.Number();
+    if (supported.tag == Ipp::Tag::RangeOfInteger) {
+        const auto range = Ipp::Decode({supported.tag, supported.bytes}).range;
+        return value.Number() >= range.lower && value.Number() <= range.upper;
     }
-    return single && supported.tag == IppTag::Integer && value.Number() > 0 &&
+    return single && supported.tag == Ipp::Tag::Integer && value.Number() > 0 &&
            value.Number() <= supported.Number();
 }
 
@@ -26,9 +25,9 @@ bool IsSupported(const IppAttributeGroups& printer, const IppAttribute& attribut
     const IppAttribute* supported = FindAttribute(printer, attribute.name + "-supported");
     if (!supported) return false;
     const IppValue& first = supported->values.front();
-    if (first.tag == IppTag::Boolean) return first.Number() != 0;
+    if (first.tag == Ipp::Tag::Boolean) return first.Number() != 0;
     return std::all_of(attribute.values.begin(), attribute.values.end(), [&](const IppValue& value) {
-        if (value.tag == IppTag::BeginCollection) return true;
+        if (value.tag == Ipp::Tag::BegCollection) return true;
         const bool single = supported->values.size() == 1;
         return std::any_of(supported->values.begin(), supported->values.end(),
                            [&](const IppValue& allowed) { return Allows(allowed, value, single); });

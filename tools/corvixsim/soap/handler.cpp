@@ -1,6 +1,7 @@
 #include "soap/handler.h"
 
 #include "base/text.h"
+#include "http/receiver.h"
 
 namespace CorvixSim {
 namespace {
@@ -21,21 +22,14 @@ HttpResponse FaultResponse(const SoapRequest& request, const std::string& subcod
     return SoapResponse(400, SoapFault(request, subcode, reason));
 }
 
-HttpResponse NotAllowed() {
-    HttpResponse refusal = PlainResponse(405);
-    refusal.headers.emplace_back("Allow", "POST");
-    return refusal;
-}
-
 /// "DeviceService" of "urn:veyra:imaging:con:service:device:DeviceService".
 std::string LastPart(const std::string& resource) { return resource.substr(resource.find_last_of(":/") + 1); }
 
 }  // namespace
 
-HttpResponse SoapHandler::Handle(const HttpRequest& request, HttpBody& body) {
-    if (request.method != "POST") return NotAllowed();
-    const std::string type = request.Header("Content-Type");
-    if (!EqualsIgnoringCase(Trim(type.substr(0, type.find(';'))), kContentType)) return PlainResponse(415);
+HttpResponse SoapHandler::Handle(const HttpRequest& request, HttpReceiver& body) {
+    if (request.method != "POST") return MethodNotAllowed("POST");
+    if (!request.HasContentType(kContentType)) return PlainResponse(415);
     const std::optional<SoapRequest> soap = ReadSoapRequest(body.ReadAll(kMaxRequest));
     if (!soap)
         return FaultResponse({}, "wsa:InvalidMessageInformationHeader", "not a SOAP request with an action");

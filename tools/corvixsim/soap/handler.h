@@ -11,7 +11,7 @@ class SoapHandler final : public HttpHandler {
 public:
     explicit SoapHandler(Device& device) : device_(device) {}
 
-    HttpResponse Handle(const HttpRequest& request, HttpBody& body) override;
+    HttpResponse Handle(const HttpRequest& request, HttpReceiver& body) override;
 
 private:
     HttpResponse Answer(const SoapRequest& request) const;
