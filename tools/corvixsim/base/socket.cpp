@@ -158,14 +158,10 @@ uint16_t LocalPort(const Socket& socket) {
     return ntohs(reinterpret_cast<const sockaddr_in&>(storage).sin_port);
 }
 
-void KnockAt(const Endpoint& endpoint) {
-    const Socket socket(::socket(endpoint.Family(), SOCK_STREAM, 0));
-    if (socket) (void)connect(socket.Get(), endpoint.Address(), endpoint.Length());
-}
-
-void SendEmptyDatagram(const Endpoint& endpoint) {
-    const Socket socket(::socket(endpoint.Family(), SOCK_DGRAM, 0));
-    if (socket) (void)sendto(socket.Get(), "", 0, 0, endpoint.Address(), endpoint.Length());
+void KnockAt(const Endpoint& endpoint, int type) {
+    const Socket socket(::socket(endpoint.Family(), type, 0));
+    if (!socket || connect(socket.Get(), endpoint.Address(), endpoint.Length()) != 0) return;
+    (void)send(socket.Get(), "", 0, 0);
 }
 
 bool WaitForDatagram(const Socket& socket, std::chrono::microseconds time) {

@@ -97,11 +97,9 @@ Socket ListenOn(const Endpoint& endpoint);
 Socket BindDatagrams(const Endpoint& endpoint);
 uint16_t LocalPort(const Socket& socket);
 
-/// Connects and at once closes: wakes a thread that waits in accept().
-void KnockAt(const Endpoint& endpoint);
-
-/// Sends an empty datagram: wakes a thread that waits in recvfrom().
-void SendEmptyDatagram(const Endpoint& endpoint);
+/// Connects, sends nothing and closes: wakes a thread that waits for a connection (SOCK_STREAM) or a datagram
+/// (SOCK_DGRAM) there.
+void KnockAt(const Endpoint& endpoint, int type);
 
 /// Whether there is something to receive, waiting for it no longer than `time`.
 bool WaitForDatagram(const Socket& socket, std::chrono::microseconds time);

@@ -36,6 +36,15 @@ bool MatchesPattern(std::string_view pattern, std::string_view text);
 /// The text with each `what` in it replaced.
 std::string ReplaceAll(std::string text, std::string_view what, std::string_view replacement);
 
+/// What `show` makes of each item, separated by commas.
+template <typename Items, typename Show>
+std::string Joined(const Items& items, Show show) {
+    std::string list;
+    for (const auto& item : items)
+        list += (list.empty() ? "" : ",") + show(item);
+    return list;
+}
+
 std::string EscapeXml(std::string_view text);
 
 /// The text as a JSON string with its quotes.

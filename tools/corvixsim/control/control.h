@@ -18,22 +18,6 @@ public:
     static std::string Help();
 
 private:
-    struct Command;
-    static const Command kCommands[];
-
-    HttpResponse ShowCounters(const std::string& text);
-    HttpResponse ResetCounters(const std::string& text);
-    HttpResponse ShowValues(const std::string& text);
-    HttpResponse SetValues(const std::string& text);
-    HttpResponse ShowFaults(const std::string& text);
-    HttpResponse AddFaults(const std::string& text);
-    HttpResponse ClearFaults(const std::string& text);
-    HttpResponse ShowJobs(const std::string& text);
-    HttpResponse StepJob(const std::string& id, const std::string& text);
-    HttpResponse SetScenario(const std::string& text);
-    HttpResponse Quit(const std::string& text);
-    HttpResponse PutDocument(const std::string& place, std::string text);
-
     Device& device_;
     std::function<void()> quit_;
 };

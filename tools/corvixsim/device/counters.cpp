@@ -15,11 +15,11 @@ void CountName(Counts& counts, const std::string& name) {
 }
 
 std::string JsonOf(const Counts& counts) {
-    std::string json;
-    for (const auto& [name, count] : counts) {
-        json += (json.empty() ? "" : ",") + JsonText(name) + ":" + std::to_string(count);
-    }
-    return "{" + json + "}";
+    return "{" +
+           Joined(
+               counts,
+               [](const auto& count) { return JsonText(count.first) + ":" + std::to_string(count.second); }) +
+           "}";
 }
 
 }  // namespace

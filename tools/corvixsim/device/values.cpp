@@ -75,11 +75,10 @@ std::string Values::ExpandLocked(std::string_view text, Escape escape, int depth
 
 std::string Values::Json() const {
     const std::lock_guard lock(mutex_);
-    std::string json;
-    for (const auto& [name, value] : values_) {
-        json += (json.empty() ? "" : ",") + JsonText(name) + ":" + JsonText(value);
-    }
-    return "{" + json + "}\n";
+    return "{" +
+           Joined(values_,
+                  [](const auto& value) { return JsonText(value.first) + ":" + JsonText(value.second); }) +
+           "}\n";
 }
 
 }  // namespace CorvixSim

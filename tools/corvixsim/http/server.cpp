@@ -67,7 +67,7 @@ void HttpServer::StopListening() {
         const std::lock_guard lock(mutex_);
         listening_ = false;
     }
-    KnockAt(Endpoint(address_, port_));
+    KnockAt(Endpoint(address_, port_), SOCK_STREAM);
     acceptor_.join();
     listener_.Close();
 }

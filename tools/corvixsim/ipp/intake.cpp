@@ -66,7 +66,8 @@ std::string IppIntake::PathOf(int id, const std::string& format) const {
     if (spoolFolder_.empty()) return {};
     const std::optional<Job> job = jobs_.Find(id);
     char name[64];
-    std::snprintf(name, sizeof name, "job-%04d-%zu.%s", id, job ? job->documents.size() + 1 : 1, EndingOf(format));
+    std::snprintf(name, sizeof name, "job-%04d-%zu.%s", id, job ? job->documents.size() + 1 : 1,
+                  EndingOf(format));
     return spoolFolder_ + "/" + name;
 }
 

@@ -19,7 +19,7 @@ SnmpServer::SnmpServer(const std::string& address, uint16_t port, Device& device
 
 SnmpServer::~SnmpServer() {
     stopper_.Stop();
-    SendEmptyDatagram(Endpoint(address_, port_));
+    KnockAt(Endpoint(address_, port_), SOCK_DGRAM);
     thread_.join();
 }
 
