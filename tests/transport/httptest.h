@@ -44,12 +44,21 @@ protected:
     }
 
     // A server whose port is that of the library's port 80, and an address that leads there.
-    ScriptedServer& Serve(ScriptedServer::Script script) {
+    void Serve(ScriptedServer::Script script, const wchar_t* host = L"127.0.0.2") {
         StopServing();
-        server_.emplace(std::move(script));
+        server_.emplace(std::move(script), host);
         options_.portMap.MapTcp(80, server_->Port());
         options_.observer = [this](const ExchangeRecord& record) { records_.push_back(record); };
-        return *server_;
+    }
+
+    // The same, keeping every request that it answers.
+    void Record(const std::string& answer = "ok") {
+        Serve([this, answer](Peer& peer, int) {
+            for (Received request; !(request = peer.ReadRequest()).IsEmpty();) {
+                received_.push_back(request);
+                peer.Respond(answer);
+            }
+        });
     }
 
     // Made of the options at its first use.
@@ -58,22 +67,28 @@ protected:
         return *address_;
     }
 
-    RequestPtr MakeRequest(const wchar_t* uri = L"/x", const wchar_t* method = nullptr) {
+    RequestPtr MakeRequest(const wchar_t* uri = L"/x", const wchar_t* method = nullptr,
+                           unsigned long port = 80) {
         RequestPtr request;
-        EXPECT_EQ(Address().CreateHTTPRequest(request.Receive(), 80), S_OK);
+        EXPECT_EQ(Address().CreateHTTPRequest(request.Receive(), port), S_OK);
         request->SetURI(uri);
-        if (method) {
-            EXPECT_EQ(request->SetMethod(method), S_OK);
-        }
+        EXPECT_TRUE(!method || request->SetMethod(method) == S_OK);
         return request;
     }
 
-    // A request whose body is written piece by piece.
-    Corvix::DisposablePtr<Corvix::KyHTTPRequestEx> MakeStreamedRequest() {
-        RequestPtr request = MakeRequest(L"/print", L"POST");
-        auto* extended = dynamic_cast<Corvix::KyHTTPRequestEx*>(request.Get());
-        EXPECT_TRUE(extended);
-        return Corvix::DisposablePtr<Corvix::KyHTTPRequestEx>::Share(extended);
+    RequestPtr MakePost() {
+        RequestPtr request = MakeRequest(L"/ipp/print", L"POST");
+        request->SetContentType(L"application/ipp");
+        return request;
+    }
+
+    // A request whose body is written piece by piece; of a length that is known, or none.
+    Corvix::DisposablePtr<Corvix::KyHTTPRequestEx> MakeStreamedRequest(unsigned long length = 0,
+                                                                       unsigned long port = 80) {
+        auto* extended =
+            dynamic_cast<Corvix::KyHTTPRequestEx*>(MakeRequest(L"/print", L"POST", port).Release());
+        extended->SetTotalBodyLength(length);
+        return Corvix::DisposablePtr<Corvix::KyHTTPRequestEx>(extended);
     }
 
     static Outcome Finish(Corvix::HTTPRequest& request) {
@@ -83,17 +98,20 @@ protected:
         outcome.error = request.GetLastErrorCode();
         if (!response) return outcome;
         outcome.status = response->GetStatusCode();
-        if (response->GetBody())
-            outcome.body.assign(reinterpret_cast<const char*>(response->GetBody()),
-                                response->GetBodyLength());
+        if (!response->GetBody()) return outcome;
+        outcome.body.assign(reinterpret_cast<const char*>(response->GetBody()), response->GetBodyLength());
+        EXPECT_EQ(response->GetBody()[response->GetBodyLength()], 0) << "the library reads it as a text";
         return outcome;
     }
 
     Outcome Get(const wchar_t* uri = L"/x") { return Finish(*MakeRequest(uri)); }
-
-    static const unsigned char* Bytes(const std::string& text) {
-        return reinterpret_cast<const unsigned char*>(text.data());
+    // The body that is answered, or the error.
+    static std::string Result(const Outcome& outcome) {
+        return outcome.result == S_OK ? outcome.body : "error " + std::to_string(outcome.error);
     }
+    static std::string Failure(unsigned long error) { return "error " + std::to_string(error); }
+    std::string GetResult() { return Result(Get()); }
+
     static HRESULT Send(Corvix::HTTPRequest& request, const std::string& body) {
         return request.Send(Bytes(body), static_cast<unsigned long>(body.size()));
     }
@@ -104,15 +122,14 @@ protected:
     NetAddressOptions options_;
     // The exchanges that came to an end, as the observer was told.
     std::vector<ExchangeRecord> records_;
+    std::vector<Received> received_;
     std::optional<ScriptedServer> server_;
     Corvix::DisposablePtr<Corvix::KyNetAddress> address_;
-};
 
-// The header line of this name, without its end; empty when there is none.
-inline std::string HeaderLine(const std::string& request, const std::string& name) {
-    const size_t begin = request.find("\r\n" + name + ": ");
-    if (begin == std::string::npos) return {};
-    return request.substr(begin + 2, request.find("\r\n", begin + 2) - begin - 2);
-}
+private:
+    static const unsigned char* Bytes(const std::string& text) {
+        return reinterpret_cast<const unsigned char*>(text.data());
+    }
+};
 
 }  // namespace CorvixTransport

@@ -1,29 +1,24 @@
 #include "transport/scriptedserver.h"
 
+#include <limits>
 #include <stdexcept>
 
 namespace CorvixTransport {
 
-namespace {
+namespace Http = Corvix::Http;
 
-void Require(bool succeeded, const char* what) {
-    if (!succeeded) throw std::runtime_error(what);
-}
-
-}  // namespace
-
-bool Peer::WaitUntilReadable() {
-    // A wait for the socket alone could not be interrupted on every system.
-    constexpr int patience = 10;
-    while (!isInterrupted_) {
-        WSAPOLLFD poll = {socket_.Get(), POLLIN, 0};
-        if (WSAPoll(&poll, 1, patience) != 0) return true;
-    }
-    return false;
+std::string Received::Header(std::string_view name) const {
+    const std::string* value = head.headers.Find(name);
+    return value ? *value : "";
 }
 
 bool Peer::Receive() {
-    if (!WaitUntilReadable()) return false;
+    // A wait for the socket alone could not be interrupted on every system.
+    constexpr int patience = 10;
+    WSAPOLLFD poll = {socket_.Get(), POLLIN, 0};
+    while (WSAPoll(&poll, 1, patience) == 0) {
+        if (isInterrupted_) return false;
+    }
     char buffer[65536];
     const int count = recv(socket_.Get(), buffer, sizeof buffer, 0);
     if (count <= 0) return false;
@@ -31,11 +26,25 @@ bool Peer::Receive() {
     return true;
 }
 
+Received Peer::Read(bool whole) {
+    Http::RequestReader reader({65536, std::numeric_limits<uint64_t>::max()});
+    Received request;
+    while (!reader.IsComplete() && (whole || !reader.HasHead()) && (!received_.empty() || Receive())) {
+        // By the byte, so that what follows the head stays.
+        const size_t taken = reader.Feed(whole ? received_ : received_.substr(0, 1));
+        request.bytes += received_.substr(0, taken);
+        received_.erase(0, taken);
+        if (reader.IsFaulty()) break;
+    }
+    request.head = reader.Head();
+    request.body = reader.TakeBody();
+    return request;
+}
+
 std::string Peer::ReadThrough(const std::string& text) {
     size_t found;
     while ((found = received_.find(text)) == std::string::npos) {
-        if (Receive()) continue;
-        return std::exchange(received_, {});
+        if (!Receive()) return std::exchange(received_, {});
     }
     return ReadExactly(found + text.size());
 }
@@ -46,19 +55,6 @@ std::string Peer::ReadExactly(size_t count) {
     const std::string bytes = received_.substr(0, count);
     received_.erase(0, bytes.size());
     return bytes;
-}
-
-std::string Peer::ReadRequest() {
-    std::string request = ReadHead();
-    const std::string lengthHeader = "\r\nContent-Length: ";
-    const size_t length = request.find(lengthHeader);
-    if (length != std::string::npos)
-        request += ReadExactly(std::stoul(request.substr(length + lengthHeader.size())));
-    if (request.find("\r\nTransfer-Encoding: chunked") != std::string::npos) {
-        while (request.size() < 7 || request.compare(request.size() - 7, 7, "\r\n0\r\n\r\n") != 0)
-            request += ReadThrough("\r\n\r\n");
-    }
-    return request;
 }
 
 void Peer::Send(const std::string& bytes) {
@@ -74,14 +70,15 @@ void Peer::Respond(const std::string& body, const std::string& status, const std
          "\r\n\r\n" + body);
 }
 
-size_t Peer::WaitForEnd() {
-    size_t total = received_.size();
-    for (received_.clear(); Receive(); received_.clear())
-        total += received_.size();
-    return total;
+void Peer::ServeAll(const std::string& body) {
+    while (!ReadRequest().IsEmpty())
+        Respond(body);
 }
 
-void Peer::Hold() { interrupted_.get_future().wait(); }
+void Peer::WaitForEnd() {
+    while (Receive())
+        received_.clear();
+}
 
 void Peer::Interrupt() {
     isInterrupted_ = true;
@@ -95,23 +92,23 @@ void Peer::Reset() {
     socket_ = KyUtils::Socket();
 }
 
-ScriptedServer::ScriptedServer(Script script, const std::string& host) : script_(std::move(script)) {
-    const KyUtils::AddressList list =
-        KyUtils::ResolveHost(std::wstring(host.begin(), host.end()), 0, SOCK_STREAM);
-    Require(list != nullptr, "no such address");
-    listener_ = KyUtils::Socket(socket(list->ai_family, SOCK_STREAM, IPPROTO_TCP));
-    Require(bind(listener_.Get(), list->ai_addr, static_cast<int>(list->ai_addrlen)) == 0, "cannot bind");
-    Require(listen(listener_.Get(), 16) == 0, "cannot listen");
-    addressLength_ = sizeof address_;
-    getsockname(listener_.Get(), reinterpret_cast<sockaddr*>(&address_), &addressLength_);
-    port_ = ntohs(reinterpret_cast<sockaddr_in*>(&address_)->sin_port);  // at the same place for IPv6
+ScriptedServer::ScriptedServer(Script script, const wchar_t* host)
+    : script_(std::move(script)),
+      host_(KyUtils::ResolveHost(host, 0, SOCK_STREAM)),
+      listener_(host_ ? host_->ai_family : AF_INET, SOCK_STREAM, IPPROTO_TCP) {
+    auto* const address = host_ ? host_->ai_addr : nullptr;
+    int length = host_ ? static_cast<int>(host_->ai_addrlen) : 0;
+    if (!address || bind(listener_.Get(), address, length) != 0 || listen(listener_.Get(), 16) != 0)
+        throw std::runtime_error("cannot listen");
+    getsockname(listener_.Get(), address, &length);
+    port_ = ntohs(reinterpret_cast<sockaddr_in*>(address)->sin_port);  // at the same place for IPv6
     acceptor_ = std::thread([this] { Accept(); });
 }
 
 ScriptedServer::~ScriptedServer() {
     stopping_ = true;
-    const KyUtils::Socket waker(socket(address_.ss_family, SOCK_STREAM, IPPROTO_TCP));
-    connect(waker.Get(), reinterpret_cast<sockaddr*>(&address_), addressLength_);
+    const KyUtils::Socket waker(host_->ai_family, SOCK_STREAM, IPPROTO_TCP);
+    connect(waker.Get(), host_->ai_addr, static_cast<int>(host_->ai_addrlen));
     acceptor_.join();
     {
         const std::lock_guard<std::mutex> lock(mutex_);

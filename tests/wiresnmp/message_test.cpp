@@ -22,29 +22,24 @@ const char* const requestHex =
 
 const Oid sysDescr = {1, 3, 6, 1, 2, 1, 1, 1, 0};
 
-TEST(Message, IsWrittenByteByByte) {
-    Message request;
-    request.version = Version::V1;
-    request.community = "public";
-    request.type = PduType::Get;
-    request.requestId = 0x12345678;
-    request.variables = {{sysDescr, {}}, {sysDescr, {}}};
-    EXPECT_EQ(Encode(request), FromHex(requestHex));
-}
-
-TEST(Message, IsReadFieldByField) {
-    const std::optional<Message> answer = DecodeMessage(FromHex(answerHex));
-    ASSERT_TRUE(answer);
-    EXPECT_EQ(answer->version, Version::V2c);
-    EXPECT_EQ(answer->community, "public");
-    EXPECT_EQ(answer->type, PduType::Response);
-    EXPECT_EQ(answer->requestId, 0x12345678);
-    EXPECT_EQ(answer->errorStatus, 0);
-    EXPECT_EQ(answer->errorIndex, 0);
-    ASSERT_EQ(answer->variables.size(), 1u);
-    EXPECT_EQ(answer->variables[0].oid, sysDescr);
-    EXPECT_EQ(answer->variables[0].value.tag, Ber::OctetString);
-    EXPECT_EQ(answer->variables[0].value.content, "Hello");
+TEST(Message, IsWrittenAndReadByteByByte) {
+    const Message request = {
+        Version::V1, "public", PduType::Get, 0x12345678, 0, 0, {{sysDescr, {}}, {sysDescr, {}}}};
+    const Message answer = {Version::V2c,
+                            "public",
+                            PduType::Response,
+                            0x12345678,
+                            0,
+                            0,
+                            {{sysDescr, {Ber::OctetString, "Hello"}}}};
+    for (const auto& [message, hex] : {std::pair(request, requestHex), std::pair(answer, answerHex)}) {
+        EXPECT_EQ(Encode(message), FromHex(hex));
+        const std::optional<Message> read = DecodeMessage(FromHex(hex));
+        ASSERT_TRUE(read);
+        EXPECT_EQ(read->version, message.version);
+        EXPECT_EQ(read->type, message.type);
+        EXPECT_EQ(Encode(*read), FromHex(hex));
+    }
 }
 
 TEST(Message, OfAGetBulkIsOfTheSecondVersion) {

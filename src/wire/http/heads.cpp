@@ -11,22 +11,16 @@ struct Reason {
 };
 
 constexpr Reason reasons[] = {
-    {100, "Continue"},
     {200, "OK"},
     {201, "Created"},
     {204, "No Content"},
-    {301, "Moved Permanently"},
-    {302, "Found"},
     {400, "Bad Request"},
     {401, "Unauthorized"},
     {403, "Forbidden"},
     {404, "Not Found"},
     {405, "Method Not Allowed"},
-    {408, "Request Timeout"},
-    {411, "Length Required"},
     {413, "Content Too Large"},
     {415, "Unsupported Media Type"},
-    {426, "Upgrade Required"},
     {431, "Request Header Fields Too Large"},
     {500, "Internal Server Error"},
     {501, "Not Implemented"},

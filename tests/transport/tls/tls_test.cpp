@@ -1,14 +1,10 @@
 // TLS against a real server, which run.sh starts: its certificates and its ports come in the environment.
-#include <gmock/gmock.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 
-#include "transport/nettransport.h"
+#include "transport/httptest.h"
 #include "transport/tls/certificate.h"
-
-#include <winhttp.h>
 
 namespace CorvixTransport {
 namespace {
@@ -27,45 +23,24 @@ std::string FileBytes(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-struct Outcome {
-    unsigned long error = 0;
-    unsigned long status = 0;
-    std::string body;
-};
-
-class Tls : public testing::Test {
+class Tls : public HttpTest {
 protected:
     // A secure address whose port 443 leads to the server that shows this certificate.
-    Corvix::DisposablePtr<Corvix::KyNetAddress> Connect(const char* server, const wchar_t* host) {
-        NetAddressOptions options;
-        options.host = host;
-        options.secure = true;
-        options.timeoutMilliseconds = 10000;
-        const int port = std::atoi(Environment(server).c_str());
-        options.portMap.MapTcp(443, static_cast<unsigned short>(port));
-        options.observer = [this](const ExchangeRecord& record) { records_.push_back(record); };
-        return Corvix::DisposablePtr<Corvix::KyNetAddress>(CreateNetAddress(options));
+    void Connect(const char* server, const wchar_t* host = L"127.0.0.1") {
+        address_.Reset();
+        options_.host = host;
+        options_.secure = true;
+        options_.portMap.MapTcp(443, static_cast<unsigned short>(std::stoi(Environment(server))));
+        options_.observer = [this](const ExchangeRecord& record) { records_.push_back(record); };
     }
 
-    static Outcome Get(Corvix::KyNetAddress& address, unsigned long flags) {
-        Corvix::DisposablePtr<Corvix::HTTPRequest> request;
-        EXPECT_EQ(address.CreateHTTPRequest(request.Receive(), 443), S_OK);
-        request->SetURI(L"/answer");
+    Outcome Get(unsigned long flags) {
+        const RequestPtr request = MakeRequest(L"/answer", nullptr, 443);
         request->SetRequestParameter(flags);
-        Corvix::DisposablePtr<Corvix::HTTPResponse> response;
-        Outcome outcome;
-        const HRESULT result = request->GetResponse(response.Receive());
-        outcome.error = request->GetLastErrorCode();
-        EXPECT_EQ(result, HRESULT_FROM_WIN32(outcome.error));
-        if (!response) return outcome;
-        outcome.status = response->GetStatusCode();
-        if (response->GetBody())
-            outcome.body.assign(reinterpret_cast<const char*>(response->GetBody()),
-                                response->GetBodyLength());
+        const Outcome outcome = Finish(*request);
+        EXPECT_EQ(outcome.result, HRESULT_FROM_WIN32(outcome.error));
         return outcome;
     }
-
-    std::vector<ExchangeRecord> records_;
 };
 
 // Trusts the tests' own certificate authority while it lives.
@@ -93,10 +68,7 @@ private:
 };
 
 TEST_F(Tls, AcceptsASelfSignedCertificateOnlyWhenToldTwice) {
-    const struct {
-        unsigned long flags;
-        unsigned long error;
-    } cases[] = {
+    const std::pair<unsigned long, unsigned long> cases[] = {
         {0, ERROR_WINHTTP_SECURE_INVALID_CA},
         {0x800000, ERROR_WINHTTP_SECURE_INVALID_CA},
         {ignoreName, ERROR_WINHTTP_SECURE_INVALID_CA},
@@ -104,21 +76,22 @@ TEST_F(Tls, AcceptsASelfSignedCertificateOnlyWhenToldTwice) {
         {ignoreName | ignoreDate, 0},
         {libraryDefault, 0},
     };
-    for (const auto& test : cases) {
-        const Outcome outcome = Get(*Connect("CORVIX_TLS_SELF_SIGNED", L"127.0.0.1"), test.flags);
-        EXPECT_EQ(outcome.error, test.error) << std::hex << test.flags;
-        EXPECT_EQ(outcome.status, test.error ? 0u : 200u);
-        EXPECT_EQ(outcome.body.size(), test.error ? 0u : 300000u);
+    for (const auto& [flags, error] : cases) {
+        Connect("CORVIX_TLS_SELF_SIGNED");
+        const Outcome outcome = Get(flags);
+        EXPECT_EQ(outcome.error, error) << std::hex << flags;
+        EXPECT_EQ(outcome.status, error ? 0u : 200u);
+        EXPECT_EQ(outcome.body.size(), error ? 0u : 300000u);
     }
 }
 
 // The server talks to one client at a time, so that the strict request would wait for the lenient one's
 // connection to go: all that matters is that it does not take it over.
 TEST_F(Tls, NeverLetsAStrictRequestRideOnALenientConnection) {
-    const auto address = Connect("CORVIX_TLS_SELF_SIGNED", L"127.0.0.1");
-    EXPECT_EQ(Get(*address, libraryDefault).status, 200u);
-    address->SetTimeout(200);
-    EXPECT_NE(Get(*address, 0).error, 0u);
+    Connect("CORVIX_TLS_SELF_SIGNED");
+    EXPECT_EQ(Get(libraryDefault).status, 200u);
+    Address().SetTimeout(200);
+    EXPECT_NE(Get(0).error, 0u);
     ASSERT_EQ(records_.size(), 2u);
     EXPECT_FALSE(records_[1].reusedConnection);
 }
@@ -140,37 +113,27 @@ TEST_F(Tls, ChecksNameAndDateOfATrustedCertificate) {
         {"CORVIX_TLS_EXPIRED", L"localhost", ignoreName, ERROR_WINHTTP_SECURE_CERT_DATE_INVALID},
         {"CORVIX_TLS_EXPIRED", L"localhost", ignoreDate, 0},
     };
-    for (const auto& test : cases)
-        EXPECT_EQ(Get(*Connect(test.server, test.host), test.flags).error, test.error)
-            << test.server << test.flags;
+    for (const auto& test : cases) {
+        Connect(test.server, test.host);
+        EXPECT_EQ(Get(test.flags).error, test.error) << test.server << test.flags;
+    }
 }
 
 // The server says "100 Continue" and its answer at once and writes what it receives to a file.
 TEST_F(Tls, StreamsABodyToTheByte) {
-    const auto address = Connect("CORVIX_TLS_SINK", L"127.0.0.1");
-    Corvix::DisposablePtr<Corvix::HTTPRequest> request;
-    ASSERT_EQ(address->CreateHTTPRequest(request.Receive(), 443), S_OK);
-    auto* streamed = dynamic_cast<Corvix::KyHTTPRequestEx*>(request.Get());
-    ASSERT_TRUE(streamed);
+    Connect("CORVIX_TLS_SINK");
+    const auto request = MakeStreamedRequest(0, 443);
     request->SetRequestParameter(libraryDefault);
-    request->SetMethod(L"POST");
-    request->SetURI(L"/print");
     request->AddHeader(L"Transfer-Encoding", L"chunked");
     std::string sent;
-    const auto write = [&](const std::string& piece, bool last) {
+    for (int i = 0; i < 64; ++i) {
+        const std::string piece = "10000\r\n" + std::string(65536, static_cast<char>('A' + i)) + "\r\n";
+        ASSERT_EQ(Write(*request, piece), S_OK) << i;
         sent += piece;
-        return streamed->Write(reinterpret_cast<const unsigned char*>(piece.data()),
-                               static_cast<unsigned long>(piece.size()), last);
-    };
-    for (int i = 0; i < 64; ++i)
-        ASSERT_EQ(write("10000\r\n" + std::string(65536, static_cast<char>('A' + i)) + "\r\n", false), S_OK)
-            << i;
-    ASSERT_EQ(write("0\r\n\r\n", true), S_OK);
-    EXPECT_EQ(streamed->GetResult(), S_OK);
-    Corvix::DisposablePtr<Corvix::HTTPResponse> response;
-    ASSERT_EQ(request->GetResponse(response.Receive()), S_OK);
-    EXPECT_EQ(response->GetStatusCode(), 200u);
-    std::ofstream(Environment("CORVIX_TLS_EXPECTED"), std::ios::binary) << sent;
+    }
+    ASSERT_EQ(Write(*request, "0\r\n\r\n", true), S_OK);
+    EXPECT_EQ(Finish(*request).status, 200u);
+    std::ofstream(Environment("CORVIX_TLS_EXPECTED"), std::ios::binary) << sent << "0\r\n\r\n";
 }
 
 TEST(Leniency, ComesFromTheFlagsOfTheRequest) {
