@@ -1,4 +1,4 @@
-// The address of the reference transport.
+/// The address of the reference transport.
 #pragma once
 
 #include <memory>
@@ -12,8 +12,8 @@
 
 namespace CorvixTransport {
 
-// Texts that have been handed out as pointers: each stays where it is as long as the address lives, because
-// another thread may set a new one while a caller still reads the old.
+/// Texts that have been handed out as pointers: each stays where it is as long as the address lives, because
+/// another thread may set a new one while a caller still reads the old.
 class StableText {
 public:
     explicit StableText(const std::wstring& text) { Set(text.c_str()); }
@@ -25,6 +25,8 @@ private:
     const std::wstring* current_ = nullptr;
 };
 
+/// Makes requests and connections with a copy of its current settings. Thread-safe; what all its requests share
+/// lives on in DeviceState when the address goes.
 class NetAddress final : public RefCounted<Corvix::KyNetAddress> {
 public:
     explicit NetAddress(const NetAddressOptions& options);
@@ -53,7 +55,7 @@ private:
     SnmpOptions SnmpSettings();
 
     std::mutex mutex_;
-    // Host and port of the options are those of the construction; the current ones are in the two texts.
+    /// Host and port of the options are those of the construction; the current ones are in the two texts.
     NetAddressOptions options_;
     const std::shared_ptr<DeviceState> device_;
     StableText host_;

@@ -27,7 +27,7 @@ public:
     long GetRefCount() const override { return references_.load(std::memory_order_relaxed); }
 
     long Dispose() override {
-        // What other threads did to the object has to be seen by the one that destroys it.
+        /// What other threads did to the object has to be seen by the one that destroys it.
         const long left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
         if (left == 0) delete this;
         return left;

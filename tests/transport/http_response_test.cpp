@@ -45,18 +45,13 @@ TEST_F(HttpResponse, TellsHeadersAndReason) {
 }
 
 TEST_F(HttpResponse, ThatIsFaultyIsAClearError) {
-    const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
     const std::pair<std::string, unsigned long> cases[] = {
         {"", ERROR_WINHTTP_CONNECTION_ERROR},
         {std::string(100, '\xff') + "\r\n", ERROR_WINHTTP_INVALID_SERVER_RESPONSE},
-        {"HTTP/1.1 200 OK\r\nCon", ERROR_WINHTTP_CONNECTION_ERROR},
         {"HTTP/1.1 200 OK\r\nContent-Length: 50\r\n\r\nhalf", ERROR_WINHTTP_CONNECTION_ERROR},
-        {chunked + "50\r\nhalf", ERROR_WINHTTP_CONNECTION_ERROR},
-        {chunked + "zz\r\n", ERROR_WINHTTP_INVALID_SERVER_RESPONSE},
         {"HTTP/1.1 200 OK\r\nX: " + std::string(200000, 'x'), ERROR_WINHTTP_HEADER_SIZE_OVERFLOW},
         {"HTTP/1.1 200 OK\r\nContent-Length: 1001\r\n\r\n", ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW},
         {"HTTP/1.1 200 OK\r\n\r\n" + std::string(500000, 'x'), ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW},
-        {chunked + "FFFFFFFF\r\n", ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW},
     };
     options_.maximumBodyLength = 1000;
     for (const auto& [answer, error] : cases) {

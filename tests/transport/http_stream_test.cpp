@@ -134,16 +134,6 @@ TEST_F(HttpStream, NoticesARefusalWhileItWaitsToSend) {
     EXPECT_EQ(Finish(*request).body, "busy");
 }
 
-TEST_F(HttpStream, PrefersTheAnswerOfADeviceThatHungUp) {
-    Serve([](Peer& peer, int) {
-        peer.ReadHead();
-        peer.Respond("no", "400 Bad", "Connection: close\r\n");
-    });
-    const auto request = MakeStreamedRequest();
-    EXPECT_LT(WriteUntilRefused(*request), 0);
-    EXPECT_TRUE(request->GetResponseStatus() == 400 || request->GetLastErrorCode() != 0);
-}
-
 TEST_F(HttpStream, GoesOnAfterAnEarlyAnswer) {
     for (const char* early :
          {"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok", "HTTP/1.1 100 Continue\r\n\r\n"}) {

@@ -69,62 +69,22 @@ TEST(Message, TakesWhatAgentsGetAwayWith) {
     EXPECT_EQ(answer->errorIndex, 1);
 }
 
-struct Damage {
-    const char* name;
-    size_t offset;
-    const char* octets;
-};
-
+// What each octet of the answer may be: "." where nothing but the right one will do, "*" where any, as in the community,
+// the numbers and the text, else how many of the 256. A message that is cut off anywhere is none.
 TEST(Message, IsRefusedWhenDamaged) {
-    const Damage damages[] = {
-        {"no sequence", 0, "31"},
-        {"a length beyond the datagram", 1, "2F"},
-        {"a length that cuts the message off", 1, "2D"},
-        {"an indefinite length", 1, "80"},
-        {"version 3", 4, "03"},
-        {"a community of another type", 5, "02"},
-        {"a trap", 13, "A4"},
-        {"a type that is none", 13, "30"},
-        {"a PDU longer than the message", 14, "22"},
-        {"a request id of another type", 15, "04"},
-        {"an error-status of another type", 21, "05"},
-        {"variables of another type", 27, "31"},
-        {"variables longer than the PDU", 28, "14"},
-        {"a variable of another type", 29, "04"},
-        {"a variable shorter than its parts", 30, "10"},
-        {"a name of another type", 31, "04"},
-        {"a name longer than its variable", 32, "7F"},
-        {"a name that ends inside an arc", 40, "80"},
-        {"a value longer than its variable", 42, "06"},
-        {"a value that leaves octets over", 42, "04"},
-    };
-    for (const Damage& damage : damages) {
-        std::string message = FromHex(answerHex);
-        const std::string octets = FromHex(damage.octets);
-        message.replace(damage.offset, octets.size(), octets);
-        EXPECT_FALSE(DecodeMessage(message)) << damage.name;
-    }
-}
-
-TEST(Message, IsRefusedWhenCutOffAnywhere) {
     const std::string whole = FromHex(answerHex);
-    for (size_t length = 0; length < whole.size(); ++length) {
-        EXPECT_FALSE(DecodeMessage(whole.substr(0, length))) << length;
-    }
-}
-
-// Nothing to compare with: the sanitizers and the library's assertions are what this is for.
-TEST(Message, SurvivesEveryChangedOctet) {
-    const std::string whole = FromHex(answerHex);
-    size_t read = 0;
+    std::string tolerance;
     for (size_t offset = 0; offset < whole.size(); ++offset) {
+        EXPECT_FALSE(DecodeMessage(whole.substr(0, offset))) << offset;
+        int accepted = 0;
         for (int octet = 0; octet < 256; ++octet) {
             std::string changed = whole;
             changed[offset] = static_cast<char>(octet);
-            if (DecodeMessage(changed)) ++read;
+            accepted += DecodeMessage(changed).has_value();
         }
+        tolerance += accepted == 1 ? "." : accepted == 256 ? "*" : "(" + std::to_string(accepted) + ")";
     }
-    EXPECT_GT(read, whole.size()) << "the changes of community, numbers and text do no harm";
+    EXPECT_EQ(tolerance, "....(2)..******(5)...****..*..*......*******(128)(248).*****");
 }
 
 }  // namespace

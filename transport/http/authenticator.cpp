@@ -58,7 +58,8 @@ bool Authenticator::Learn(const Http::ResponseHead& head) {
     return true;
 }
 
-// The same password is not refused twice, which some devices punish: only a nonce may have been too old.
+// A refused password is not tried again, because some devices lock the account; only a stale nonce is worth a
+// second attempt.
 bool Authenticator::MayTryAgain(const Http::Challenge& challenge) const {
     if (attempts_ == 0) return !(lastScheme_ == "basic" && challenge.scheme == "basic");
     if (attempts_ > 1 || challenge.scheme != "digest") return false;

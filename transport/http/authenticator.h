@@ -1,4 +1,4 @@
-// Proves who the user is, when the device asks.
+/// Proves who the user is, when the device asks.
 #pragma once
 
 #include <map>
@@ -14,13 +14,13 @@ namespace CorvixTransport {
 
 namespace Http = Corvix::Http;
 
-// The challenges that devices have put to an address, so that later requests answer them unasked: it saves an
-// exchange, and the body of a streamed request could not be sent twice. May be used from any thread.
+/// The challenges that devices have put to an address, so that later requests answer them unasked: it saves an
+/// exchange, and the body of a streamed request could not be sent twice. May be used from any thread.
 class ChallengeMemory {
 public:
     struct Use {
         Http::Challenge challenge;
-        // How often the challenge has been answered, this time included.
+        /// How often the challenge has been answered, this time included.
         unsigned count = 0;
     };
 
@@ -33,7 +33,7 @@ private:
     std::map<Endpoint, Use> challenges_;
 };
 
-// Answers for one request.
+/// Answers for one request.
 class Authenticator {
 public:
     Authenticator(ChallengeMemory& memory, const Endpoint& endpoint, const Http::Credentials& credentials)
@@ -41,10 +41,10 @@ public:
 
     bool HasCredentials() const { return !credentials_.IsEmpty(); }
 
-    // The value of "Authorization"; empty when the device has not asked, or there is nothing to tell.
+    /// The value of "Authorization"; empty when the device has not asked, or there is nothing to tell.
     std::string MakeAuthorization(const std::string& method, const std::string& target);
 
-    // Takes the challenges of a 401 response. \return whether it is worth asking again.
+    /// Takes the challenges of a 401 response. \return whether it is worth asking again.
     bool Learn(const Http::ResponseHead& head);
 
 private:

@@ -9,11 +9,11 @@ namespace CorvixTransport {
 
 namespace {
 
-// Devices close idle connections after 5 to 75 seconds; one that is older is hardly worth a try.
+// Devices close idle connections after 5 to 75 seconds, so an older one is most likely closed.
 constexpr std::chrono::seconds maximumIdleTime(30);
 constexpr size_t maximumIdleConnections = 8;
 
-// Nothing may come on an idle connection: neither its end nor bytes that nobody asked for.
+// A readable idle connection was closed by the device, or carries bytes that belong to no request.
 bool IsUsable(ByteStream& stream, const Waiting& waiting) {
     bool readable = true;
     return RunGuarded([&] { readable = stream.IsReadable(waiting); }) == ERROR_SUCCESS && !readable;

@@ -1,4 +1,4 @@
-// Connections that are kept alive between exchanges.
+/// Connections that are kept alive between exchanges.
 #pragma once
 
 #include <chrono>
@@ -12,8 +12,8 @@
 
 namespace CorvixTransport {
 
-// What two exchanges must have in common to share a connection. How lenient the check of the certificate was
-// belongs to it: a strict request never rides on a connection that a lenient one let pass.
+/// What two exchanges must have in common to share a connection. The leniency of the certificate check is part of
+/// it: a strict request must not use a connection that only a lenient one accepted.
 struct Endpoint {
     std::wstring host;
     unsigned short port = 0;
@@ -25,15 +25,15 @@ struct Endpoint {
     bool operator<(const Endpoint& other) const { return Key() < other.Key(); }
 };
 
-// Connects, and shakes hands over TLS.
+/// Connects, and shakes hands over TLS.
 std::unique_ptr<ByteStream> OpenStream(const Endpoint& endpoint, const Waiting& waiting);
 
-// May be used from any thread.
+/// Owns the idle connections of one address. Thread-safe.
 class ConnectionPool {
 public:
-    // An idle connection to the endpoint that the device has not closed yet, or null.
+    /// An idle connection to the endpoint that the device has not closed yet, or null.
     std::unique_ptr<ByteStream> Take(const Endpoint& endpoint, const Waiting& waiting);
-    // Keeps a connection for later; the oldest ones go when there are too many.
+    /// Keeps a connection for later; the oldest ones go when there are too many.
     void Give(const Endpoint& endpoint, std::unique_ptr<ByteStream> stream);
 
 private:
@@ -46,7 +46,7 @@ private:
     };
     using IdleList = std::list<Idle>;
 
-    // Connections taken out under the lock are closed outside it.
+    /// Outdated connections are taken out under the lock and closed after it, since closing TLS sends bytes.
     std::unique_ptr<ByteStream> TakeNewest(const Endpoint& endpoint, IdleList& outdated);
     void MoveOutdated(IdleList& outdated);
 

@@ -1,4 +1,4 @@
-// What an exchange is made with: the device, the request and how long to wait.
+/// What an exchange is made with: the device, the request and how long to wait.
 #pragma once
 
 #include <memory>
@@ -12,26 +12,26 @@
 
 namespace CorvixTransport {
 
-// What all requests of one address share.
+/// What all requests of one address share.
 struct DeviceState {
     ConnectionPool connections;
     ChallengeMemory challenges;
 };
 
-// What a request knows of its address; a copy, so that changes of the address do not reach requests under
-// way.
+/// The settings of the address when the request was made: a copy, because a later change of the address must
+/// not reach a request under way.
 struct RequestSettings {
     std::shared_ptr<DeviceState> device;
     std::wstring host;
-    // The library's port, and the one to connect to.
+    /// The library's port, and the one to connect to.
     unsigned short port = 0;
     unsigned short realPort = 0;
     bool secure = false;
-    // WinINet request flags.
+    /// WinINet request flags.
     unsigned long securityFlags = 0;
     Http::Credentials credentials;
     unsigned long timeoutMilliseconds = 0;
-    // 0: ten times the time-out.
+    /// 0: ten times the time-out.
     unsigned long responseLimitMilliseconds = 0;
     unsigned long maximumBodyLength = 0;
     ExchangeObserver observer;
@@ -43,6 +43,8 @@ struct Response {
     std::string body;
 };
 
+/// One request's way to its device: opens or reuses connections and writes heads. Refers to the request's own
+/// settings, draft and cancellation, which outlive it.
 class ExchangeContext {
 public:
     ExchangeContext(const RequestSettings& settings, const RequestDraft& draft,
@@ -50,25 +52,25 @@ public:
 
     const RequestDraft& Draft() const { return draft_; }
 
-    // A device may take a job as slowly as it prints it, as long as it goes on; a response has to end some
-    // time.
+    /// A device may take a job as slowly as it prints, so sending is bounded by the stall time only; a response is
+    /// bounded as a whole.
     Waiting ForSending() const;
     Waiting ForResponse() const;
 
     std::unique_ptr<HttpExchange> OnNewConnection() const;
-    // Null when there is no connection to be reused.
+    /// Null when there is no connection to be reused.
     std::unique_ptr<HttpExchange> OnKeptConnection() const;
-    // Keeps the exchange's connection for later where it can be used again.
+    /// Keeps the exchange's connection for later where it can be used again.
     void Keep(HttpExchange& exchange) const;
 
-    // A header "Authorization" of the caller's own comes before any user name and password.
+    /// An "Authorization" header set by the caller takes precedence over user name and password.
     Authenticator MakeAuthenticator() const;
 
-    // The bytes of the head.
+    /// The bytes of the head.
     std::string WriteHead(BodyFraming framing, unsigned long long length, Authenticator& authenticator,
                           bool expectContinue) const;
 
-    // Tells the observer. `reader` is null when no connection was made, `error` 0 when there is a response.
+    /// Tells the observer. `reader` is null when no connection was made, `error` 0 when there is a response.
     void Report(Http::ResponseReader* reader, bool reused, unsigned long long bytesSent,
                 unsigned long error) const;
 

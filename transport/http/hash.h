@@ -1,4 +1,4 @@
-// Hashes and random texts, by the system's cryptography.
+/// Hashes and random texts, by the system's cryptography.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ namespace CorvixTransport {
 
 namespace Http = Corvix::Http;
 
-// Both throw a Failure when the system refuses, as it may do for MD5.
+/// Both throw a Failure when the system refuses, as it may do for MD5.
 std::string HashToHexadecimal(Http::HashAlgorithm algorithm, std::string_view bytes);
 std::string MakeClientNonce();
 

@@ -48,7 +48,7 @@ void HttpExchange::Send(std::string_view bytes, const Waiting& waiting) {
         SendWhileWanted(bytes, waiting);
     } catch (const Failure& failure) {
         if (!IsBrokenConnection(failure.Code())) throw;
-        // The device may have answered before it hung up: that is the better reason.
+        // The device may have answered before it hung up: its answer says more than the lost connection.
         RunGuarded([&] {
             while (!reader_.IsComplete() && ReadSome(waiting)) {
             }

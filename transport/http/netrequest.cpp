@@ -13,7 +13,7 @@ std::string_view BytesOf(const unsigned char* bytes, unsigned long length) {
 
 }  // namespace
 
-// Does the work of one operation and keeps its failure, which stays the result of the exchange.
+// Runs one operation. Its first failure stays the result of the whole exchange.
 template <class Work>
 HRESULT NetRequest::Run(Work&& work) {
     const unsigned long error = RunGuarded(work);
@@ -101,7 +101,7 @@ HRESULT NetRequest::Write(const unsigned char* piece, unsigned long length, bool
     if (length == 0 && !streamed_ && (begun_ || keptBody_)) return result_;
     return Run([&] {
         ThrowUnless(piece || length == 0, ERROR_INVALID_PARAMETER);
-        // What was lost of the body stays lost.
+        // After a failed piece the body has a gap: nothing more of it is sent.
         ThrowUnless(result_ == S_OK, lastError_);
         if (!streamed_) BeginStream();
         streamed_->Write(BytesOf(piece, length), last);

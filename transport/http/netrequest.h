@@ -1,4 +1,4 @@
-// The request of the reference transport.
+/// The request of the reference transport.
 #pragma once
 
 #include <memory>
@@ -12,6 +12,7 @@
 
 namespace CorvixTransport {
 
+/// Owns its exchange: whole, or streamed as soon as the body is written in pieces. Used once.
 class NetRequest final : public RefCounted<Corvix::KyHTTPRequestEx> {
 public:
     explicit NetRequest(RequestSettings settings)
@@ -23,9 +24,9 @@ public:
     HRESULT SetMethod(const wchar_t* method) override;
     void AddHeader(const wchar_t* name, const wchar_t* value) override;
     void SetContentType(const wchar_t* contentType) override;
-    // Returns when the response is there: what is asked of the device may have to be asked twice, and the
-    // body is the caller's only as long as this call lasts. A body without a content type is kept for
-    // GetResponse(), because the type may still be set.
+    /// Returns when the response is there, because the request may have to be sent twice and the body is valid
+    /// only during this call. A body without a content type is kept for GetResponse(): the type may still be
+    /// set.
     HRESULT Send(const unsigned char* body, unsigned long length) override;
     HRESULT GetResponse(Corvix::HTTPResponse** response) override;
     void SetRequestParameter(unsigned long value) override { settings_.securityFlags = value; }
@@ -59,7 +60,7 @@ private:
     Cancellation cancellation_;
     unsigned long totalBodyLength_ = 0;
 
-    // Sent or being sent; a request is used once.
+    /// Sent or being sent; a request is used once.
     bool begun_ = false;
     HRESULT result_ = S_OK;
     unsigned long lastError_ = ERROR_SUCCESS;

@@ -1,4 +1,4 @@
-// The response of the reference transport.
+/// The response of the reference transport.
 #pragma once
 
 #include <map>
@@ -12,6 +12,7 @@ namespace CorvixTransport {
 
 namespace Http = Corvix::Http;
 
+/// A copy of what came, independent of the request and its connection.
 class NetResponse final : public RefCounted<Corvix::HTTPResponse> {
 public:
     NetResponse(const Http::ResponseHead& head, std::string body);
@@ -27,7 +28,7 @@ public:
 private:
     unsigned long status_;
     std::wstring reason_;
-    // By name in lower case.
+    /// By name in lower case.
     std::map<std::wstring, std::wstring> headers_;
     std::string body_;
 };

@@ -44,7 +44,7 @@ void RequestDraft::AddHeader(const wchar_t* name, const wchar_t* value) {
     AddChecked(nameText, valueText);
 }
 
-// The headers that say how the body is carried are ours to write, and there must be one of each.
+// The transport writes the headers that frame the body itself: there must be exactly one of each.
 void RequestDraft::AddChecked(const std::string& name, const std::string& value) {
     if (Ascii::EqualsIgnoringCase(name, "Content-Length")) return;
     if (Ascii::EqualsIgnoringCase(name, "Content-Type")) {

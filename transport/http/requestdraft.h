@@ -1,4 +1,4 @@
-// A request as its caller puts it together.
+/// A request as its caller puts it together.
 #pragma once
 
 #include <string>
@@ -10,11 +10,11 @@ namespace CorvixTransport {
 
 namespace Http = Corvix::Http;
 
-// How the device is told where the body ends.
+/// How the device is told where the body ends.
 enum class BodyFraming { None, Length, CallersChunks, OwnChunks };
 
-// What cannot be sent without changing the meaning of the request, such as a line end in a header, is
-// refused: it is left out and remembered as the draft's error, for whoever sends it.
+/// Input that would change the meaning of the request, such as a line end in a header, is left out and
+/// remembered as the draft's error, which sending reports.
 class RequestDraft {
 public:
     void SetUri(const wchar_t* path);
@@ -22,16 +22,16 @@ public:
     void AddHeader(const wchar_t* name, const wchar_t* value);
     void SetContentType(const wchar_t* contentType);
 
-    // The system error code of what was refused first; 0 when all is well.
+    /// The system error code of what was refused first; 0 when all is well.
     unsigned long Error() const { return error_; }
     const std::string& Method() const { return method_; }
     const std::string& Target() const { return target_; }
     bool HasContentType() const { return !contentType_.empty(); }
-    // The caller writes a chunked body, frames included.
+    /// The caller writes a chunked body, frames included.
     bool IsChunkedByCaller() const { return chunkedByCaller_; }
     bool HasAuthorization() const { return headers_.Find("Authorization") != nullptr; }
 
-    // The head with the host's name and, for BodyFraming::Length, the body's length.
+    /// The head with the host's name and, for BodyFraming::Length, the body's length.
     Http::RequestHead MakeHead(const std::string& host, BodyFraming framing, unsigned long long length) const;
 
 private:

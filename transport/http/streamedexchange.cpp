@@ -14,7 +14,7 @@ unsigned StreamedExchange::Status() const {
     return exchange_ && exchange_->Reader().HasHead() ? exchange_->Reader().Head().status : 0;
 }
 
-// Whatever the outcome, the observer hears of it once: from here, or when a response was read.
+// The observer is told of each exchange exactly once: here on failure, otherwise when the response was read.
 template <class Work>
 void StreamedExchange::ReportFailure(Work&& work) {
     const unsigned long error = RunGuarded(work);

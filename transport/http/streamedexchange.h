@@ -1,4 +1,4 @@
-// An exchange whose body is written piece by piece, each sent as it comes.
+/// An exchange whose body is written piece by piece, each sent as it comes.
 #pragma once
 
 #include <memory>
@@ -8,15 +8,14 @@
 
 namespace CorvixTransport {
 
-// Always on a connection of its own making, because what has been written cannot be sent again. With a user
-// name at hand the device is asked to speak up before the body is sent ("Expect: 100-continue"), so that its
-// challenge can still be answered.
-//
-// The operations throw a Failure. A device that refuses the request before it was sent the whole body shows
-// as ERROR_REQUEST_ABORTED, and its response is there to be had from Finish().
+/// Always on a new connection: a body that was written cannot be sent again if a kept one turns out closed. With
+/// credentials, "Expect: 100-continue" lets the device challenge the head, while the body is still unsent.
+///
+/// The operations throw a Failure. A device that refuses the request before it was sent the whole body shows
+/// as ERROR_REQUEST_ABORTED; Finish() still gives its response.
 class StreamedExchange {
 public:
-    // `length` is that of the whole body, for BodyFraming::Length.
+    /// `length` is that of the whole body, for BodyFraming::Length.
     StreamedExchange(const ExchangeContext& context, BodyFraming framing, unsigned long long length)
         : context_(context),
           authenticator_(context.MakeAuthenticator()),
@@ -25,13 +24,13 @@ public:
 
     void Begin();
     void Write(std::string_view piece, bool last);
-    // Ends the body where that is left to us, and reads the response. Called once.
+    /// Ends the body unless the caller has, and reads the response. Called once.
     Response Finish();
 
-    // The whole response is there.
+    /// The whole response is there.
     bool HasResponse() const { return exchange_ && exchange_->Reader().IsComplete(); }
     unsigned long long BytesWritten() const { return bytesWritten_; }
-    // 0 as long as the device has not answered.
+    /// 0 as long as the device has not answered.
     unsigned Status() const;
 
 private:
@@ -40,7 +39,7 @@ private:
     void WriteUnreported(std::string_view piece, bool last);
     void SendFramed(std::string_view piece, const Waiting& waiting);
     void EndBody(const Waiting& waiting);
-    // Whether it is worth asking again, going by the response.
+    /// Whether it is worth asking again, going by the response.
     bool ReadResponse();
 
     template <class Work>

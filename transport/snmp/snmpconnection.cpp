@@ -52,14 +52,13 @@ private:
     Variables next_;
 };
 
-// What was kept for a larger buffer is out of date once something else is asked.
+// The answer kept for a larger buffer is out of date once anything else is asked.
 HRESULT SnmpConnection::Ask(Snmp::PduType type, Variables asked, Variables* given) {
     next_.clear();
     return exchange_.Ask(type, std::move(asked), given);
 }
 
-// One request for all; where that makes too big an answer for the agent, two for half of them each, and so
-// on.
+// One request for all objects; when the answer would be too big for the agent, one for each half, recursively.
 HRESULT SnmpConnection::ReadAll(Variables asked, Variables* given) {
     Variables answered;
     const HRESULT result = Ask(Snmp::PduType::Get, asked, &answered);

@@ -1,4 +1,4 @@
-// One SNMP request and its answer: the sockets, the retries, and what counts as the answer.
+/// One SNMP request and its answer: the sockets, the retries, and what counts as the answer.
 #pragma once
 
 #include "utilslib/winsock.h"
@@ -14,23 +14,23 @@ namespace CorvixTransport {
 
 namespace Snmp = Corvix::Snmp;
 
-// Owned by one connection and used by one thread at a time.
+/// Owned by one connection and used by one thread at a time.
 class SnmpExchange {
 public:
     using Variables = std::vector<Snmp::VarBind>;
 
     explicit SnmpExchange(const SnmpOptions& options);
 
-    // Resolves the host and opens the sockets. 0, or the system error code.
+    /// Resolves the host and opens the sockets. 0, or the system error code.
     int Open();
     void SetTimeout(unsigned long milliseconds, unsigned retries);
 
-    // Sends the request again until it is answered or the retries are used up.
-    // \return S_OK; what the agent's error status means, which LastErrorStatus() tells; WSAETIMEDOUT, ERROR_CANCELLED
-    //     or what else the network failed with, as HRESULT. `given` is set whenever an answer came.
+    /// Sends the request again until it is answered or the retries are used up.
+    /// \return S_OK; what the agent's error status means, which LastErrorStatus() tells; WSAETIMEDOUT, ERROR_CANCELLED
+    ///     or what else the network failed with, as HRESULT. `given` is set whenever an answer came.
     HRESULT Ask(Snmp::PduType type, Variables asked, Variables* given);
 
-    // That of the last answer; no error where none came.
+    /// That of the last answer; no error where none came.
     std::int32_t LastErrorStatus() const { return lastErrorStatus_; }
 
 private:
@@ -43,7 +43,7 @@ private:
 
     KyUtils::WinsockSession winsock_;
     SnmpOptions options_;
-    // One for each address of the host, until one has answered; then that alone.
+    /// One for each address of the host, until one has answered; then that alone.
     std::vector<UdpSocket> endpoints_;
     std::int32_t requestId_;
     std::int32_t lastErrorStatus_ = Snmp::ErrorStatus::NoError;

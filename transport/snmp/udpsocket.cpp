@@ -15,8 +15,7 @@ const Address& As(const sockaddr_storage& address) {
 
 bool IsLoopback(const in_addr& address) { return ntohl(address.s_addr) >> 24 == 127; }
 
-// Every loopback address is this machine, and an agent there may answer from another one than it was asked
-// at.
+// An agent on this machine may answer from another loopback address than the one it was asked at.
 bool IsSameHost(const in_addr& left, const in_addr& right) {
     return left.s_addr == right.s_addr || (IsLoopback(left) && IsLoopback(right));
 }
@@ -55,7 +54,7 @@ bool IsSamePeer(const sockaddr_storage& left, const sockaddr_storage& right) {
 int UdpSocket::Open(const addrinfoW& peer) {
     KyUtils::Socket made(peer.ai_family, SOCK_DGRAM, IPPROTO_UDP);
     if (!made) return WSAGetLastError();
-    // A datagram that select() announced may still be dropped for its checksum; then nothing must block.
+    // A datagram that select() announced may still be dropped for its checksum, and recvfrom() must not block then.
     u_long nonBlocking = 1;
     if (ioctlsocket(made.Get(), static_cast<long>(FIONBIO), &nonBlocking) != 0) return WSAGetLastError();
     std::memcpy(&peer_, peer.ai_addr, peer.ai_addrlen);

@@ -1,4 +1,4 @@
-// Datagrams to and from one address.
+/// Datagrams to and from one address.
 #pragma once
 
 #include <chrono>
@@ -10,19 +10,19 @@
 
 namespace CorvixTransport {
 
-// A UDP socket for one peer: datagrams from anybody else are not seen. Winsock has to be started for as long
-// as it lives. Errors are system error codes, 0 is none.
+/// A UDP socket for one peer: datagrams from anybody else are not seen. Winsock has to be started for as long
+/// as it lives. Errors are system error codes, 0 is none.
 class UdpSocket {
 public:
     using Clock = std::chrono::steady_clock;
-    // The longest datagram that IPv4 carries.
+    /// The longest datagram that IPv4 carries.
     static constexpr size_t maxDatagram = 65507;
 
     int Open(const addrinfoW& peer);
     int Send(std::string_view datagram);
-    // Waits for the next datagram, until the deadline and no longer, however much arrives: WSAETIMEDOUT; or
-    // until the event, if any, is set: ERROR_CANCELLED. `datagram` points into the socket's own buffer until
-    // the next call.
+    /// Waits for the next datagram, until the deadline and no longer, however much arrives: WSAETIMEDOUT; or
+    /// until the event, if any, is set: ERROR_CANCELLED. `datagram` points into the socket's own buffer until
+    /// the next call.
     int Receive(Clock::time_point deadline, HANDLE stop, std::string_view* datagram);
 
 private:

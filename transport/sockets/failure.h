@@ -1,5 +1,5 @@
-// How the transport's own functions fail: they throw a Failure, which the public operations turn into a
-// result and the last error code. No exception leaves the transport.
+/// How the transport's own functions fail: they throw a Failure, which the public operations turn into a
+/// result and the last error code. No exception leaves the transport.
 #pragma once
 
 #include <winsock2.h>
@@ -13,7 +13,7 @@ namespace CorvixTransport {
 
 class Failure : public std::exception {
 public:
-    // A system error code: Win32, Winsock or WinHTTP.
+    /// A system error code: Win32, Winsock or WinHTTP.
     explicit Failure(unsigned long code) : code_(code) {}
 
     unsigned long Code() const { return code_; }
@@ -27,7 +27,7 @@ inline void ThrowUnless(bool succeeded, unsigned long code) {
     if (!succeeded) throw Failure(code);
 }
 
-// Runs the work of one public operation. \return the system error code that it failed with, else 0.
+/// Runs the work of one public operation. \return the system error code that it failed with, else 0.
 template <class Work>
 unsigned long RunGuarded(Work&& work) {
     try {

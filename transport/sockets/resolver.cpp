@@ -8,7 +8,7 @@ namespace CorvixTransport {
 
 namespace {
 
-// Shared by the one who waits and the thread that asks; whoever is last cleans up.
+// Shared by the waiting request and the thread that looks up; the last one to let go destroys it.
 struct Lookup {
     KyUtils::WinsockSession winsock;
     std::wstring host;

@@ -8,7 +8,7 @@ namespace CorvixTransport {
 
 namespace {
 
-// A call that is told to send more than the system buffers at a time only makes progress harder to see.
+// Sending more in one call than the system buffers would hide progress from the time-out.
 constexpr size_t maximumSend = 256 * 1024;
 constexpr size_t maximumReceive = 1024 * 1024;
 
@@ -52,7 +52,7 @@ SocketStream::SocketStream(const addrinfoW& address, const Waiting& waiting)
     const BOOL noDelay = TRUE;
     setsockopt(socket_.Get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&noDelay),
                sizeof noDelay);
-    // From here on the socket does not block: every wait is one for events.
+    // WSAEventSelect() makes the socket non-blocking: from here on every wait is a wait for events.
     const int selected =
         WSAEventSelect(socket_.Get(), event_.Get(), FD_CONNECT | FD_READ | FD_WRITE | FD_CLOSE);
     ThrowUnless(selected == 0, LastSocketError());
@@ -79,7 +79,7 @@ WSANETWORKEVENTS SocketStream::WaitForEvents(const Waiting& waiting) {
 size_t SocketStream::Read(char* buffer, size_t capacity, const Waiting& waiting) {
     const int wanted = static_cast<int>(std::min(capacity, maximumReceive));
     for (;;) {
-        // A device that always has another byte ready must not keep us past the deadline either.
+        // A device that always has one more byte ready must not hold the thread past the deadline.
         waiting.Check();
         const int count = recv(socket_.Get(), buffer, wanted, 0);
         if (count >= 0) return static_cast<size_t>(count);
@@ -110,7 +110,7 @@ bool SocketStream::IsReadable(const Waiting&) {
     return recv(socket_.Get(), &byte, 1, MSG_PEEK) >= 0 || WSAGetLastError() != WSAEWOULDBLOCK;
 }
 
-// Under Wine a look at the bytes takes as long as sending a large piece of a document; their count does not.
+// Under Wine MSG_PEEK costs as much as sending a large piece of a document; FIONREAD is cheap.
 bool SocketStream::MayBeReadable() {
     unsigned long count = 0;
     return ioctlsocket(socket_.Get(), static_cast<long>(FIONREAD), &count) != 0 || count > 0;

@@ -1,4 +1,4 @@
-// A TCP connection over Winsock.
+/// A TCP connection over Winsock.
 #pragma once
 
 #include <memory>
@@ -9,9 +9,10 @@
 
 namespace CorvixTransport {
 
+/// One connected, non-blocking socket, owned together with its event and a Winsock session.
 class SocketStream final : public ByteStream {
 public:
-    // Connects to the host (an IPv4 or IPv6 address, or a name, whose addresses are tried in turn).
+    /// Connects to the host (an IPv4 or IPv6 address, or a name, whose addresses are tried in turn).
     static std::unique_ptr<SocketStream> Connect(const std::wstring& host, unsigned short port,
                                                  const Waiting& waiting);
 
@@ -24,7 +25,7 @@ private:
     SocketStream(const addrinfoW& address, const Waiting& waiting);
 
     void WaitUntilConnected(const Waiting& waiting);
-    // Waits until something happens to the socket; whoever waits tries its own operation again.
+    /// Waits for any event of the socket, after which the caller repeats its operation.
     WSANETWORKEVENTS WaitForEvents(const Waiting& waiting);
 
     KyUtils::WinsockSession winsock_;

@@ -1,4 +1,4 @@
-// How long, and until when, an operation waits for the device.
+/// How long, and until when, an operation waits for the device.
 #pragma once
 
 #include <winsock2.h>
@@ -11,7 +11,7 @@
 
 namespace CorvixTransport {
 
-// Owns an event that Winsock can wait for.
+/// Owns an event that Winsock can wait for.
 class NetEvent {
 public:
     NetEvent() : handle_(WSACreateEvent()) {
@@ -28,8 +28,8 @@ private:
     WSAEVENT handle_;
 };
 
-// The wish that a request ends, told by another thread: to the request itself, or to all of an address by an
-// event that is the caller's.
+/// Tells a request to end, from another thread: either this request by Request(), or every request of the
+/// address by the caller's stop event, which is not owned.
 class Cancellation {
 public:
     explicit Cancellation(HANDLE stop = nullptr) : stop_(stop) {}
@@ -42,7 +42,7 @@ public:
         return requested_ || (stop_ && WaitForSingleObject(stop_, 0) == WAIT_OBJECT_0);
     }
     WSAEVENT Event() const { return event_.Get(); }
-    // Null when there is none.
+    /// Null when there is none.
     WSAEVENT Stop() const { return stop_; }
 
 private:
@@ -51,14 +51,14 @@ private:
     NetEvent event_;
 };
 
-// A point in time after which nothing is waited for.
+/// A point in time at which every wait ends.
 class Deadline {
 public:
     static Deadline After(unsigned long milliseconds) {
         return Deadline(Clock::now() + std::chrono::milliseconds(milliseconds));
     }
 
-    // Rounded up, so that 0 means that the time is really over.
+    /// Rounded up: 0 means that the time is over.
     unsigned long RemainingMilliseconds() const {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - Clock::now()).count();
         return left > 0 ? static_cast<unsigned long>(left) : 0;
@@ -72,27 +72,27 @@ private:
     Clock::time_point end_;
 };
 
-// What every waiting operation of a request is bounded by.
+/// The bounds of every waiting operation of a request.
 struct Waiting {
     const Cancellation& cancellation;
-    // The longest wait without any progress.
+    /// The longest wait without any progress.
     unsigned long stallMilliseconds;
-    // The end of all waiting, however much progress there is.
+    /// The end of all waiting, whatever progress there is.
     Deadline deadline;
 
-    // The same, with an end of its own.
+    /// The same, with an end of its own.
     Waiting Within(unsigned long milliseconds) const {
         return {cancellation, stallMilliseconds, Deadline::After(milliseconds)};
     }
 
-    // Throws ERROR_CANCELLED or ERROR_TIMEOUT when there is nothing to wait for any more.
+    /// Throws ERROR_CANCELLED or ERROR_TIMEOUT when there is nothing to wait for any more.
     void Check() const {
         ThrowUnless(!cancellation.IsRequested(), ERROR_CANCELLED);
         ThrowUnless(deadline.RemainingMilliseconds() > 0, ERROR_TIMEOUT);
     }
 };
 
-// Waits for the event. Throws ERROR_CANCELLED, or ERROR_TIMEOUT when nothing happened in time.
+/// Waits for the event. Throws ERROR_CANCELLED, or ERROR_TIMEOUT when nothing happened in time.
 inline void WaitFor(WSAEVENT event, const Waiting& waiting) {
     const WSAEVENT stop = waiting.cancellation.Stop();
     const WSAEVENT events[] = {waiting.cancellation.Event(), event, stop};

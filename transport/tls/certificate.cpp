@@ -39,7 +39,7 @@ unsigned long ErrorOf(DWORD status) {
 Chain BuildChain(PCCERT_CONTEXT certificate) {
     CERT_CHAIN_PARA parameters = {};
     parameters.cbSize = sizeof parameters;
-    // What a device names in its certificate is not fetched for it.
+    // URLs in a device's certificate are not fetched.
     constexpr DWORD flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
     PCCERT_CHAIN_CONTEXT chain = nullptr;
     const BOOL built = CertGetCertificateChain(nullptr, certificate, nullptr, certificate->hCertStore,

@@ -33,8 +33,8 @@ std::string TakeToken(SecBuffer& buffer) {
 SchannelCredentials::SchannelCredentials() {
     SCHANNEL_CRED wanted = {};
     wanted.dwVersion = SCHANNEL_CRED_VERSION;
-    // The certificate is checked by us, because what may pass depends on the request. The current user's own
-    // certificates are nobody's business.
+    // CheckCertificate() checks the certificate, because what may pass depends on the request. The current user's
+    // own certificates are never offered to a device.
     wanted.dwFlags = SCH_CRED_MANUAL_CRED_VALIDATION | SCH_CRED_NO_DEFAULT_CREDS | SCH_USE_STRONG_CRYPTO;
     wchar_t package[] = UNISP_NAME_W;
     const SECURITY_STATUS status = AcquireCredentialsHandleW(nullptr, package, SECPKG_CRED_OUTBOUND, nullptr,
@@ -53,7 +53,7 @@ HandshakeStep SchannelContext::Step(SchannelCredentials& credentials, const std:
     SecBuffer output[] = {MakeBuffer(SECBUFFER_TOKEN, nullptr, 0)};
     SecBufferDesc inputs = {SECBUFFER_VERSION, 2, input};
     SecBufferDesc outputs = {SECBUFFER_VERSION, 1, output};
-    // Names alone are told to the device: TLS has no place for addresses there, and some hang up on them.
+    // Server name indication is for names only; some devices hang up on an address there.
     std::wstring target = LooksNumeric(host) ? L"" : host;
     ULONG granted = 0;
     const bool first = !IsMade();

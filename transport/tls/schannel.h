@@ -1,4 +1,4 @@
-// Owners of what Schannel hands out.
+/// Owners of what Schannel hands out.
 #pragma once
 
 #include <string>
@@ -29,12 +29,12 @@ private:
     CredHandle handle_;
 };
 
-// What one step of a handshake came to.
+/// What one step of a handshake came to.
 struct HandshakeStep {
     SECURITY_STATUS status = SEC_E_OK;
-    // To be sent to the device.
+    /// To be sent to the device.
     std::string token;
-    // How many of the bytes handed in are left over, at their end.
+    /// How many of the bytes handed in are left over, at their end.
     size_t unused = 0;
 };
 
@@ -45,9 +45,9 @@ public:
     SchannelContext(const SchannelContext&) = delete;
     SchannelContext& operator=(const SchannelContext&) = delete;
 
-    // One step of a handshake, with the bytes that have come from the device so far.
+    /// One step of a handshake, with the bytes that have come from the device so far.
     HandshakeStep Step(SchannelCredentials& credentials, const std::wstring& host, std::string& received);
-    // The message that ends the connection.
+    /// The message that ends the connection.
     std::string MakeGoodbye(SchannelCredentials& credentials, const std::wstring& host);
 
     bool IsMade() const { return SecIsValidHandle(&handle_); }
@@ -57,7 +57,7 @@ private:
     CtxtHandle handle_;
 };
 
-// The certificate that the device showed.
+/// The certificate that the device showed.
 class PeerCertificate {
 public:
     explicit PeerCertificate(SchannelContext& context);

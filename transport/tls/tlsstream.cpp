@@ -39,7 +39,7 @@ TlsStream::TlsStream(std::unique_ptr<ByteStream> inner, const std::wstring& host
     : inner_(std::move(inner)), host_(host), leniency_(leniency) {}
 
 TlsStream::~TlsStream() {
-    // Whether the goodbye arrives makes no difference to us.
+    // The close notification is a courtesy: a failure to send it is ignored.
     const bool possible = !ended_ && outgoing_.empty() && sizes_.cbMaximumMessage != 0;
     if (possible) RunGuarded([this] { SayGoodbye(); });
 }
@@ -50,7 +50,7 @@ void TlsStream::SayGoodbye() {
     inner_->Write(goodbye, {never, 0, Deadline::After(1000)});
 }
 
-// Also run again when the device asks for it in the middle of the connection, or tells new keys.
+// Also run when the device renegotiates or updates its keys in the middle of the connection.
 void TlsStream::ShakeHands(const Waiting& waiting) {
     bool askedForCertificate = false;
     for (;;) {
@@ -61,7 +61,7 @@ void TlsStream::ShakeHands(const Waiting& waiting) {
             Receive(waiting);
             continue;
         }
-        // The device would like a certificate of ours, too; it is told on the same bytes that we have none.
+        // The device asks for a client certificate: a second step over the same bytes says that there is none.
         if (step.status == SEC_I_INCOMPLETE_CREDENTIALS && !askedForCertificate) {
             askedForCertificate = true;
             continue;
@@ -92,8 +92,7 @@ void TlsStream::Receive(const Waiting& waiting) {
     encrypted_.resize(before + count);
     ThrowUnless(error == ERROR_SUCCESS, error);
     if (count != 0) return;
-    // Many devices just hang up, without a goodbye of TLS: lengths and chunks tell whether something is
-    // missing.
+    // Many devices close without a TLS close notification: lengths and chunks tell whether something is missing.
     ThrowUnless(sizes_.cbMaximumMessage != 0, ERROR_WINHTTP_SECURE_CHANNEL_ERROR);
     ended_ = true;
 }
@@ -118,7 +117,7 @@ bool TlsStream::Decrypt(const Waiting& waiting) {
     const SecBuffer* extra = FindBuffer(buffers, SECBUFFER_EXTRA);
     KeepLast(encrypted_, extra ? extra->cbBuffer : 0);
     if (status != SEC_I_RENEGOTIATE) return true;
-    // Nothing can be said to the device in the middle of a record of ours.
+    // A handshake message cannot be sent while a record of ours is half sent.
     ThrowUnless(outgoing_.empty(), ERROR_WINHTTP_SECURE_CHANNEL_ERROR);
     ShakeHands(waiting.Within(waiting.stallMilliseconds));
     return true;
@@ -179,11 +178,11 @@ void TlsStream::Encrypt(std::string_view bytes) {
     SecBufferDesc description = {SECBUFFER_VERSION, 4, buffers};
     const SECURITY_STATUS status = EncryptMessage(context_.Get(), 0, &description, 0);
     ThrowUnless(status == SEC_E_OK, ERROR_WINHTTP_SECURE_CHANNEL_ERROR);
-    // The trailer may have turned out shorter than it could have been.
+    // The trailer may be shorter than its maximum.
     outgoing_.resize(buffers[0].cbBuffer + buffers[1].cbBuffer + buffers[2].cbBuffer);
 }
 
-// False when the device has sent something before the whole record was out; then the record waits.
+// False when the device sent something before the whole record was out; the rest of it is kept.
 bool TlsStream::Flush(const Waiting& waiting) {
     while (outgoingSent_ < outgoing_.size()) {
         const std::string_view rest = std::string_view(outgoing_).substr(outgoingSent_);

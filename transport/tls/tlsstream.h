@@ -1,4 +1,4 @@
-// TLS over another stream, by the system's own Schannel.
+/// TLS over another stream, by the system's own Schannel.
 #pragma once
 
 #include <memory>
@@ -9,11 +9,12 @@
 
 namespace CorvixTransport {
 
-// The bytes of a request are encrypted as they are handed in, so that a body of any size streams in constant
-// memory and an early answer is noticed, as without TLS.
+/// The bytes of a request are encrypted as they are handed in, so that a body of any size streams in constant
+/// memory and an early answer is noticed, as without TLS.
+/// Owns the stream below it.
 class TlsStream final : public ByteStream {
 public:
-    // Shakes hands and checks the device's certificate for this host; see LeniencyOf().
+    /// Shakes hands and checks the device's certificate for this host; see LeniencyOf().
     static std::unique_ptr<TlsStream> Open(std::unique_ptr<ByteStream> inner, const std::wstring& host,
                                            unsigned long leniency, const Waiting& waiting);
     ~TlsStream() override;
@@ -39,12 +40,12 @@ private:
     SchannelCredentials credentials_;
     SchannelContext context_;
     SecPkgContext_StreamSizes sizes_ = {};
-    // Bytes of the device that are not decrypted yet.
+    /// Bytes of the device that are not decrypted yet.
     std::string encrypted_;
-    // Decrypted bytes, of which the first plainTaken_ have been read.
+    /// Decrypted bytes, of which the first plainTaken_ have been read.
     std::string plain_;
     size_t plainTaken_ = 0;
-    // A record on its way out, and how many of the caller's bytes are in it.
+    /// A record on its way out, and how many of the caller's bytes are in it.
     std::string outgoing_;
     size_t outgoingSent_ = 0;
     size_t outgoingPlain_ = 0;

@@ -52,7 +52,7 @@ public:
     bool HasBegun() const { return begun_; }
 
     const std::string& Body() const { return body_; }
-    /// Moves out what has come of the body since the last call: for who does not want to hold all of it.
+    /// Moves out what has come of the body since the last call, so that a server need not hold all of it.
     std::string TakeBody();
 
 protected:

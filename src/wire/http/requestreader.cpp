@@ -25,8 +25,8 @@ void RequestReader::TakeStartLine(std::string_view line) {
 
 void RequestReader::EndHead(Headers headers) {
     head_.headers = std::move(headers);
-    // WinINet adds a length of 0 to a chunked request; with any other one two servers could disagree where the
-    // request ends.
+    // WinINet adds a length of 0 to a chunked request. With any other length, two servers could disagree on
+    // where the request ends.
     const std::string* length = head_.headers.Find("Content-Length");
     if (length && *length != "0" && head_.headers.Find("Transfer-Encoding"))
         return Fail(MessageFault::BadLength);

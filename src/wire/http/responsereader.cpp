@@ -27,13 +27,13 @@ void ResponseReader::TakeStartLine(std::string_view line) {
 void ResponseReader::EndHead(Headers headers) {
     head_.headers = std::move(headers);
     if (head_.status < 200) {
-        // Nobody asked to switch protocols, so what follows 101 could not be read.
+        // No request asks to switch protocols, so what follows 101 cannot be read.
         if (head_.status == 101) return Fail(MessageFault::BadStartLine);
         continued_ = continued_ || head_.status == 100;
         return BeginAnotherHead();
     }
     if (HasNoBody()) return BeginLengthBody(0);
-    // Chunks win over a length, but such a connection is not to be trusted any further.
+    // Chunks win over a length, but such a connection is not used again.
     ambiguous_ = head_.headers.Find("Transfer-Encoding") && head_.headers.Find("Content-Length");
     if (!BeginAnnouncedBody(head_.headers)) BeginBodyUntilEnd();
 }
