@@ -16,10 +16,10 @@ at() {
 
 # each CODE WORD...: runs corvixctl with the words and those of each line of the input; every run ends with that code.
 each() {
-    local line
+    local line code
     while IFS= read -r line; do
-        eval "corvixctl ${*:2} $line"
-        [ $? -eq "$1" ] || echo "exit code $?: $line"
+        eval "corvixctl ${*:2} $line" && code=0 || code=$?
+        [ $code -eq "$1" ] || echo "exit $code: $line"
     done
 }
 

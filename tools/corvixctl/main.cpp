@@ -5,11 +5,11 @@
 
 #include <new>
 
-#include "base/com.h"
 #include "base/console.h"
 #include "base/systemtext.h"
 #include "commands/commands.h"
 #include "commands/help.h"
+#include "utilslib/com.h"
 
 namespace CorvixCtl {
 
@@ -83,7 +83,7 @@ ExitCode Dispatch(Words words) {
 // The one place where failures become exit codes.
 ExitCode Run(Words words) {
     try {
-        const ComApartment apartment;
+        const KyUtils::ComApartment apartment;
         WatchForInterrupts();
         return Dispatch(std::move(words));
     } catch (const Failure& failure) {

@@ -2,7 +2,9 @@
 #include "base/console.h"
 #include "base/systemtext.h"
 #include "commands/commands.h"
-#include "maps/registrycache.h"
+#include "corvixdm/cacheprovider.h"
+#include "maps/cachekey.h"
+#include "maps/reading.h"
 #include "output/format.h"
 
 namespace CorvixCtl {
@@ -19,18 +21,24 @@ Cell AgeOf(unsigned long long timeStamp) {
     return Seconds{SecondsSince(timeStamp)};
 }
 
+void RequireSuccess(const std::wstring& key, HRESULT result) {
+    if (FAILED(result)) throw Failure(ExitCode::Incomplete, DescribeCacheFailure(key, result));
+}
+
 ExitCode List(const std::wstring& key, Format format) {
     Records records{{{L"device"}, {L"protocol"}, {L"name"}, {L"value"}, {L"age"}}, {}};
-    for (CachedEntry& entry : ListCache(key)) {
-        records.rows.push_back(
-            {entry.device, entry.protocol, entry.name, std::move(entry.value), AgeOf(entry.timeStamp)});
-    }
+    const auto add = [](const Corvix::RegCacheEntry* entry, void* context) {
+        static_cast<Records*>(context)->rows.push_back(
+            {entry->device, entry->protocol, entry->name, ToCell(entry->value), AgeOf(entry->timeStamp)});
+    };
+    RequireSuccess(key, ListRegCache(key.c_str(), add, &records));
     PrintAs(format, FormsOf(records, JsonDocument().Add(L"key", key), L"values"));
     return ExitCode::Done;
 }
 
 ExitCode Clear(const std::wstring& key) {
-    const size_t removed = ClearCache(key);
+    unsigned removed = 0;
+    RequireSuccess(key, ClearRegCache(key.c_str(), &removed));
     Complain(std::to_wstring(removed) + L" values removed");
     return ExitCode::Done;
 }

@@ -2,12 +2,11 @@
 #include <algorithm>
 #include <functional>
 
-#include "base/com.h"
 #include "base/console.h"
 #include "commands/commands.h"
+#include "maps/cachekey.h"
 #include "maps/mapfile.h"
 #include "maps/reading.h"
-#include "maps/registrycache.h"
 #include "maps/target.h"
 #include "output/format.h"
 
@@ -66,7 +65,8 @@ DisposablePtr<ICacheProvider> OpenCache(const Device& device, const Arguments& a
     const std::optional<std::wstring> option = arguments.Find(L"cache");
     if (!option) return {};
     const std::wstring key = ReadCacheKey(L"cache", *option);
-    if (const auto reason = WhyNotWritable(key)) Complain(L"values are not kept: " + *reason);
+    const HRESULT access = CheckRegCacheAccess(key.c_str());
+    if (FAILED(access)) Complain(L"values are not kept: " + DescribeCacheFailure(key, access));
     return DisposablePtr<ICacheProvider>(
         CreateRegCacheProviderForDevice(key.c_str(), WayTo(device, arguments).c_str(), deviceLifespan));
 }

@@ -1,7 +1,6 @@
 // info: a page about one printer.
 #include <memory>
 
-#include "base/com.h"
 #include "base/console.h"
 #include "base/text.h"
 #include "commands/commands.h"
@@ -11,6 +10,7 @@
 #include "device/ippstatus.h"
 #include "device/printer.h"
 #include "output/records.h"
+#include "utilslib/com.h"
 #include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
@@ -26,7 +26,7 @@ constexpr const char* wantedAttributes =
     "printer-supply-description,marker-names,marker-types,marker-levels";
 
 std::wstring TextOf(const IPPAttributes& answer, const char* name) {
-    Variant value;
+    KyUtils::Variant value;
     if (answer.GetValue(name, value.Receive()) != S_OK) return {};
     return {value.Get().bstrVal, SysStringLen(value.Get().bstrVal)};
 }

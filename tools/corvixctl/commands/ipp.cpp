@@ -3,7 +3,6 @@
 #include <set>
 #include <string_view>
 
-#include "base/com.h"
 #include "base/console.h"
 #include "base/files.h"
 #include "base/text.h"
@@ -13,6 +12,7 @@
 #include "device/printer.h"
 #include "maps/reading.h"
 #include "output/format.h"
+#include "utilslib/com.h"
 #include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
@@ -88,7 +88,7 @@ Answer AskPrinter(const Arguments& arguments) {
 }
 
 Cell ValueOf(const IPPAttributes& answer, const char* name) {
-    Variant value;
+    KyUtils::Variant value;
     if (answer.GetValue(name, value.Receive()) != S_OK) return {};
     return ToCell(value.Get());
 }

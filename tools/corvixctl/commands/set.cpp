@@ -3,13 +3,13 @@
 #include <cerrno>
 #include <cwchar>
 
-#include "base/com.h"
 #include "base/console.h"
 #include "base/systemtext.h"
 #include "commands/commands.h"
 #include "corvixdm/singlerequest.h"
 #include "device/device.h"
 #include "maps/mapfile.h"
+#include "utilslib/com.h"
 
 namespace CorvixCtl {
 namespace {
@@ -62,7 +62,7 @@ const MapItem& TheOneItem(const MapFile& file) {
 }
 
 void Write(const Device& device, const MapFile& file, int number) {
-    Variant value;
+    KyUtils::Variant value;
     VARIANT* target = value.Receive();
     target->vt = VT_INT;
     target->intVal = number;

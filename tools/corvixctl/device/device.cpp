@@ -2,11 +2,11 @@
 
 #include <stdexcept>
 
-#include "base/com.h"
 #include "base/console.h"
 #include "base/exitcodes.h"
 #include "device/printeruri.h"
 #include "transport/nettransport.h"
+#include "utilslib/com.h"
 #include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
@@ -112,7 +112,7 @@ std::optional<std::wstring> WhyNoSnmp(Corvix::Address& address) {
     const HRESULT connected = address.CreateMIBConnection(connection.Receive());
     if (FAILED(connected) || !connection)
         return CorvixTransport::DescribeNetError(static_cast<unsigned long>(HRESULT_CODE(connected)));
-    Variant upTime;
+    KyUtils::Variant upTime;
     if (SUCCEEDED(connection->GetValue(upTimeOid, upTime.Receive()))) return std::nullopt;
     return L"no SNMP answer (another --community or --snmp-version?)";
 }

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "base/xmlfault.h"
+#include "corvixdm/documentfault.h"
 
 namespace CorvixCtl {
 namespace {
@@ -26,11 +26,6 @@ bool IsUnreachable(const ExchangeRecord& exchange) {
     const auto* end = std::end(unreachableErrors);
     return exchange.status == 0 && exchange.bytesReceived == 0 &&
            std::find(std::begin(unreachableErrors), end, exchange.error) != end;
-}
-
-std::wstring DescribeRefusal(HRESULT result) {
-    const std::wstring reason = XmlReason(result);
-    return reason.empty() ? L"it cannot be read as XML" : reason;
 }
 
 std::wstring Place(const ExchangeRecord& exchange) {
@@ -83,7 +78,8 @@ std::wstring DescribeConnection(const ExchangeRecord& exchange) {
 
 std::wstring DescribeExchange(const ExchangeRecord& exchange, HRESULT result) {
     if (const auto failure = DescribeFailure(exchange)) return *failure;
-    return L"document refused: " + Place(exchange) + L": " + DescribeRefusal(result);
+    const wchar_t* reason = DescribeDocumentFault(result);
+    return L"document refused: " + Place(exchange) + L": " + (reason ? reason : L"it cannot be read as XML");
 }
 
 std::wstring DescribeIppExchange(const ExchangeRecord& exchange, const wchar_t* answered) {

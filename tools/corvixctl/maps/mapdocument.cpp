@@ -1,16 +1,15 @@
 #include "maps/mapdocument.h"
 
-#include <shlwapi.h>
-
-#include <optional>
-
 #include "base/files.h"
 #include "base/systemtext.h"
-#include "base/xmlfault.h"
+#include "corvixdm/documentfault.h"
 #include "maps/mapitems.h"
 
 namespace CorvixCtl {
 namespace {
+
+using KyUtils::Bstr;
+using KyUtils::ComPtr;
 
 constexpr CLSID domDocumentClass = {
     0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
@@ -20,13 +19,6 @@ std::string ReadMapFile(const std::wstring& path) {
     if (bytes.empty())
         throw BadMap(path, L"the file is empty; a map is an XML document with the root DataMaps");
     return bytes;
-}
-
-ComPtr<IStream> StreamOver(const std::string& bytes) {
-    ComPtr<IStream> stream;
-    stream.Attach(
-        SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<UINT>(bytes.size())));
-    return stream;
 }
 
 std::wstring ReasonOf(IXMLDOMDocument& document) {
@@ -40,11 +32,10 @@ std::wstring ReasonOf(IXMLDOMDocument& document) {
 }
 
 Failure NotXml(const std::wstring& path, const std::string& bytes, IXMLDOMDocument& document) {
-    const ComPtr<IStream> stream = StreamOver(bytes);
-    const std::optional<XmlFault> fault = stream ? FindXmlFault(*stream.Get()) : std::nullopt;
-    if (fault) {
-        return BadMap(path, L"not well-formed XML at line " + std::to_wstring(fault->line) + L", column " +
-                                std::to_wstring(fault->column) + L": " + fault->reason);
+    Corvix::DocumentFault fault = {};
+    if (FindDocumentFault(bytes.data(), static_cast<unsigned long>(bytes.size()), &fault) == S_OK) {
+        return BadMap(path, L"not well-formed XML at line " + std::to_wstring(fault.line) + L", column " +
+                                std::to_wstring(fault.column) + L": " + fault.reason);
     }
     const std::wstring reason = ReasonOf(document);
     return BadMap(path, L"not well-formed XML" + (reason.empty() ? L"" : L": " + reason));
@@ -57,7 +48,7 @@ ComPtr<IXMLDOMDocument> ParseMap(const std::wstring& path, const std::string& by
     if (FAILED(created))
         throw BadMap(path, L"the system's XML parser cannot be started: " +
                                SystemText(static_cast<unsigned long>(created)));
-    const ComPtr<IStream> stream = StreamOver(bytes);
+    const ComPtr<IStream> stream = KyUtils::StreamOver(bytes);
     VARIANT source = {};
     source.vt = VT_UNKNOWN;
     source.punkVal = stream.Get();
@@ -81,15 +72,12 @@ ComPtr<IXMLDOMNode> SelectDataMaps(const std::wstring& path, IXMLDOMDocument& do
 void SetPrinterPath(IXMLDOMNode& root, const std::wstring& printerPath) {
     ComPtr<IXMLDOMNodeList> found;
     root.selectNodes(Bstr(L"IPPDataMap/" + std::wstring(parametersItem)).Get(), &found);
-    VARIANT value = {};
-    value.vt = VT_BSTR;
-    const Bstr text(printerPath);
-    value.bstrVal = text.Get();
+    const auto path = KyUtils::Variant::FromText(printerPath);
     ComPtr<IXMLDOMNode> node;
     while (found && found->nextNode(&node) == S_OK) {
         ComPtr<IXMLDOMElement> element;
         if (SUCCEEDED(node->QueryInterface(IID_IXMLDOMElement, &element)))
-            element->setAttribute(Bstr(L"ResourceURI").Get(), value);
+            element->setAttribute(Bstr(L"ResourceURI").Get(), path.Get());
     }
 }
 
@@ -99,15 +87,15 @@ Failure BadMap(const std::wstring& path, const std::wstring& reason) {
     return Failure(ExitCode::BadMap, L"map " + path + L": " + reason);
 }
 
-ComPtr<IXMLDOMNode> LoadDataMaps(const std::wstring& path, const std::wstring& printerPath) {
-    const ComPtr<IXMLDOMDocument> document = ParseMap(path, ReadMapFile(path));
-    ComPtr<IXMLDOMNode> root = SelectDataMaps(path, *document.Get());
+KyUtils::ComPtr<IXMLDOMNode> LoadDataMaps(const std::wstring& path, const std::wstring& printerPath) {
+    const auto document = ParseMap(path, ReadMapFile(path));
+    auto root = SelectDataMaps(path, *document.Get());
     if (!printerPath.empty()) SetPrinterPath(*root.Get(), printerPath);
     return root;
 }
 
 std::wstring XmlOf(IXMLDOMNode& node) {
-    Bstr xml;
+    KyUtils::Bstr xml;
     node.get_xml(xml.Receive());
     return std::wstring(xml.View());
 }

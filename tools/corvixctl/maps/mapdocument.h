@@ -7,8 +7,8 @@
 
 #include <string>
 
-#include "base/com.h"
 #include "base/exitcodes.h"
+#include "utilslib/com.h"
 
 namespace CorvixCtl {
 
@@ -18,7 +18,7 @@ Failure BadMap(const std::wstring& path, const std::wstring& reason);
 // The DataMaps element of the file. The printer's path, where it is given, takes the place of the one that an
 // IPP map asks for. Throws Failure (BadMap) for a file that is not readable, not XML (with line and column), or has
 // another root.
-ComPtr<IXMLDOMNode> LoadDataMaps(const std::wstring& path, const std::wstring& printerPath);
+KyUtils::ComPtr<IXMLDOMNode> LoadDataMaps(const std::wstring& path, const std::wstring& printerPath);
 
 // An element as text, without the XML declaration, whose encoding would be wrong in memory.
 std::wstring XmlOf(IXMLDOMNode& node);

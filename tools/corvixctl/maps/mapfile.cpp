@@ -31,7 +31,7 @@ bool IsMap(const MapInfo& map) {
 }  // namespace
 
 MapFile MapFile::Load(const std::wstring& path, const std::wstring& printerPath) {
-    const ComPtr<IXMLDOMNode> root = LoadDataMaps(path, printerPath);
+    const KyUtils::ComPtr<IXMLDOMNode> root = LoadDataMaps(path, printerPath);
     MapFile file;
     file.path_ = path;
     file.text_ = XmlOf(*root.Get());
@@ -56,13 +56,6 @@ const wchar_t* ProtocolName(DataMapTypeEnum type) {
         if (protocol.type == type) return protocol.name;
     }
     return nullptr;
-}
-
-DataMapTypeEnum MapTypeOfProtocol(std::wstring_view name) {
-    for (const Protocol& protocol : protocols) {
-        if (name == protocol.name) return protocol.type;
-    }
-    return DataMapTypeEnum::Unknown;
 }
 
 DataMapTypeEnum MapTypeOf(std::wstring_view dataMapName) {

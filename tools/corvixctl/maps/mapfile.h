@@ -40,8 +40,6 @@ private:
 
 // "PLSXML", "OID", ...; null for an unknown kind of map.
 const wchar_t* ProtocolName(Corvix::DataMapTypeEnum type);
-// The reverse; Unknown for any other text.
-Corvix::DataMapTypeEnum MapTypeOfProtocol(std::wstring_view name);
 // The kind of map that an XPath of DataCollection::GetDataMapName() selects.
 Corvix::DataMapTypeEnum MapTypeOf(std::wstring_view dataMapName);
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "base/com.h"
 #include "base/console.h"
 #include "base/systemtext.h"
 #include "base/text.h"
+#include "utilslib/com.h"
 
 namespace CorvixCtl {
 namespace {
@@ -33,7 +33,7 @@ std::wstring BytesText(SAFEARRAY* bytes) {
 std::wstring ElementName(const std::wstring& name, int number) { return name + Formatted(L".%03d", number); }
 
 void AddOrigin(Reading& reading, ValueOrigin origin) {
-    const Variant raw(origin.raw);
+    const auto raw = KyUtils::Variant::Adopt(origin.raw);
     reading.source = origin.source;
     reading.raw = ToCell(raw.Get());
     if (origin.timeStamp == 0) return;
@@ -81,7 +81,7 @@ Reading ItemReader::ReadOne(const std::wstring& name) {
         reading.error = failed->second;
         return reading;
     }
-    Variant value;
+    KyUtils::Variant value;
     lastResult_ = collection_.GetValue(name.c_str(), value.Receive());
     if (FAILED(lastResult_)) {
         StopIfInterrupted();
@@ -183,7 +183,7 @@ Cell ToCell(const VARIANT& value) {
         default:
             break;
     }
-    Variant text;
+    KyUtils::Variant text;
     const HRESULT changed = VariantChangeType(text.Receive(), const_cast<VARIANT*>(&value), 0, VT_BSTR);
     return SUCCEEDED(changed) ? ToCell(text.Get())
                               : Cell(L"(value of type " + std::to_wstring(value.vt) + L")");

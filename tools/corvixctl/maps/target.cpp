@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "base/com.h"
 #include "base/console.h"
 #include "base/exitcodes.h"
+#include "utilslib/com.h"
 
 namespace CorvixCtl {
 namespace {
@@ -63,7 +63,7 @@ DisposablePtr<DataCollection> BindToPrinter(const Printer& printer, const MapFil
     }
     const DisposablePtr<IPPProvider> provider = ConnectPrinter(printer);
     // With all attributes at once the provider answers what does not change without further exchanges.
-    Variant ignored;
+    KyUtils::Variant ignored;
     provider->GetIPPValue("all", 0, ignored.Receive(), nullptr, nullptr, 0, 1, " ");
     DisposablePtr<DataCollection> collection;
     CreateDataCollectionFromIPPProvider(provider.Get(), file.Specs(), collection.Receive(), cache);

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cwchar>
 
-#include "base/com.h"
 #include "output/records.h"
+#include "utilslib/com.h"
 
 namespace CorvixCtl {
 namespace {
@@ -37,7 +37,7 @@ std::wstring ToText(const JobStatus& status) {
 }
 
 std::optional<JobStatus> AskForJob(Corvix::IPPProvider& provider, const JobRef& job) {
-    Variant answer;
+    KyUtils::Variant answer;
     if (FAILED(provider.GetIPPValue("job-state,job-state-reasons", 1, answer.Receive(), job.uri.c_str(),
                                     nullptr, 0, 0, " ")))
         return std::nullopt;
@@ -52,7 +52,7 @@ std::optional<JobStatus> AskForJob(Corvix::IPPProvider& provider, const JobRef& 
 }
 
 std::wstring AskForPrinterReasons(Corvix::IPPProvider& provider) {
-    Variant answer;
+    KyUtils::Variant answer;
     provider.GetIPPValue("printer-state-reasons", 0, answer.Receive(), nullptr, nullptr, 0, 0, " ");
     const std::wstring reasons = TextOf(answer.Get());
     return reasons == L"none" ? L"" : MakeVisible(reasons);

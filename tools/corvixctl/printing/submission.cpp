@@ -1,10 +1,10 @@
 #include "printing/submission.h"
 
-#include "base/com.h"
 #include "base/console.h"
 #include "device/ippstatus.h"
 #include "printing/carrying.h"
 #include "printing/joblist.h"
+#include "utilslib/com.h"
 #include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
@@ -195,7 +195,7 @@ void Submission::SendDocument(const DocumentFile& file, bool last) {
 
 // A printer that says so would print the first document before it refuses the second.
 bool Submission::TakesOneDocumentOnly() const {
-    Variant answer;
+    KyUtils::Variant answer;
     provider_.GetIPPValue("multiple-document-jobs-supported", 0, answer.Receive(), nullptr, nullptr, 0, 0,
                           " ");
     return answer.Get().vt == VT_BSTR && std::wstring_view(answer.Get().bstrVal) == L"0";
