@@ -2,7 +2,7 @@
 #include "base/console.h"
 #include "base/text.h"
 #include "commands/commands.h"
-#include "device/ippstatus.h"
+#include "device/ippanswers.h"
 #include "printing/job.h"
 #include "printing/joblist.h"
 
@@ -17,8 +17,8 @@ unsigned ReadJobId(const std::wstring& text) {
 
 // The library names the job by its URI, which the printer chooses; its list tells it.
 JobRef FindJob(const Printer& printer, const std::string& user, unsigned id) {
-    for (const ListedJob& job : ListJobs(printer, user, WhichJobs::NotCompleted)) {
-        if (job.id == static_cast<int>(id)) return {id, job.uri};
+    for (const Corvix::IPPJob& job : ListJobs(printer, user, WhichJobs::NotCompleted)) {
+        if (job.id == static_cast<int>(id)) return RefOf(job);
     }
     return {};
 }

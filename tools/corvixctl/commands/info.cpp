@@ -7,7 +7,7 @@
 #include "commands/supplies.h"
 #include "corvixdm/deviceinfo.h"
 #include "corvixdm/ippattributes.h"
-#include "device/ippstatus.h"
+#include "device/ippanswers.h"
 #include "device/printer.h"
 #include "output/records.h"
 #include "utilslib/com.h"
@@ -25,35 +25,12 @@ constexpr const char* wantedAttributes =
     "printer-is-accepting-jobs,queued-job-count,media-type-supported,printer-strings-uri,printer-supply,"
     "printer-supply-description,marker-names,marker-types,marker-levels";
 
-std::wstring TextOf(const IPPAttributes& answer, const char* name) {
-    KyUtils::Variant value;
-    if (answer.GetValue(name, value.Receive()) != S_OK) return {};
-    return {value.Get().bstrVal, SysStringLen(value.Get().bstrVal)};
-}
-
-// ---- what is told in words
-
-struct Word {
-    const wchar_t* value;
-    const wchar_t* text;
-};
-constexpr Word stateWords[] = {{L"3", L"idle"}, {L"4", L"processing"}, {L"5", L"stopped"}};
-constexpr Word acceptingWords[] = {{L"0", L"no"}, {L"1", L"yes"}};
-
-template <size_t N>
-std::wstring InWords(const Word (&words)[N], const std::wstring& value) {
-    for (const Word& word : words) {
-        if (value == word.value) return word.text;
-    }
-    return value;
-}
-
-std::wstring Spaced(const std::wstring& list) { return Joined(SplitList(list, L",")); }
+std::wstring TextOf(const IPPAttributes& answer, const char* name) { return Joined(TextsOf(answer, name)); }
 
 std::wstring StateText(const IPPAttributes& answer) {
-    const std::wstring state = InWords(stateWords, TextOf(answer, "printer-state"));
+    const std::wstring state = TextOf(answer, "printer-state");
     const std::wstring reasons = TextOf(answer, "printer-state-reasons");
-    return reasons.empty() || reasons == L"none" ? state : state + L": " + Spaced(reasons);
+    return reasons.empty() || reasons == L"none" ? state : state + L": " + reasons;
 }
 
 // ---- what the device-information functions answer
@@ -64,6 +41,14 @@ std::wstring TakeText(Get get, void (*dispose)(wchar_t*)) {
     wchar_t* text = nullptr;
     if (get(&text) != S_OK) return {};
     const std::unique_ptr<wchar_t, void (*)(wchar_t*)> owner(text, dispose);
+    return text;
+}
+
+// With a blank behind each comma.
+std::wstring Spaced(const std::wstring& list) {
+    std::wstring text;
+    for (const wchar_t c : list)
+        text += c == L',' ? std::wstring(L", ") : std::wstring(1, c);
     return text;
 }
 
@@ -86,12 +71,12 @@ public:
         AddAttribute(L"location", "printer-location");
         Add(L"state", StateText(answer));
         AddAttribute(L"message", "printer-state-message");
-        Add(L"accepting jobs", InWords(acceptingWords, TextOf(answer, "printer-is-accepting-jobs")));
+        AddAttribute(L"accepting jobs", "printer-is-accepting-jobs");
         AddAttribute(L"jobs queued", "queued-job-count");
         AddAttribute(L"firmware", "printer-firmware-string-version");
         AddAttribute(L"UUID", "printer-uuid");
         AddDeviceId();
-        Add(L"media types", Spaced(MediaTypes()));
+        Add(L"media types", MediaTypes());
         Add(L"strings", StringsUri());
     }
 
@@ -121,7 +106,7 @@ private:
             return GetMediaTypesString(printer_.device.address.Get(), text);
         };
         const std::wstring types = AsksDevice() ? TakeText(get, DisposeMediaTypesString) : std::wstring();
-        return types.empty() ? TextOf(answer_, "media-type-supported") : types;
+        return types.empty() ? TextOf(answer_, "media-type-supported") : Spaced(types);
     }
     std::wstring StringsUri() const {
         const auto get = [&](wchar_t** text) {
@@ -133,11 +118,7 @@ private:
 
     Records SupplyRecords() const {
         Records records{{{L"supply"}, {L"type"}, {L"level"}}, {}};
-        const SupplyTexts texts = {TextOf(answer_, "printer-supply"),
-                                   TextOf(answer_, "printer-supply-description"),
-                                   TextOf(answer_, "marker-names"), TextOf(answer_, "marker-types"),
-                                   TextOf(answer_, "marker-levels")};
-        for (Supply& supply : ReadSupplies(texts))
+        for (Supply& supply : ReadSupplies(answer_))
             records.rows.push_back({std::move(supply.name), std::move(supply.type), std::move(supply.level)});
         return records;
     }

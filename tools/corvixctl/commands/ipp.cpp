@@ -8,7 +8,7 @@
 #include "base/text.h"
 #include "commands/commands.h"
 #include "corvixdm/ippattributes.h"
-#include "device/ippstatus.h"
+#include "device/ippanswers.h"
 #include "device/printer.h"
 #include "maps/reading.h"
 #include "output/format.h"

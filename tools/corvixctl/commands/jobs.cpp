@@ -1,9 +1,9 @@
 // jobs: what a printer has to do, and what it has done.
 #include <algorithm>
 
-#include "base/console.h"
 #include "commands/commands.h"
 #include "output/format.h"
+#include "printing/job.h"
 #include "printing/joblist.h"
 #include "utilslib/stringutils.h"
 
@@ -15,34 +15,42 @@ const OptionGroup jobsOptions = {
     {{L"all", nullptr, L"those that have ended, too, as far as the printer remembers them"}},
 };
 
+using Corvix::IPPJob;
 using KyUtils::ToWideOrLatin1;
 
-Cell NumberOrNothing(const std::optional<long long>& number) { return number ? Cell(*number) : Cell(); }
+Cell ToCell(const std::optional<int>& number) {
+    return number ? Cell(static_cast<long long>(*number)) : Cell();
+}
 
-Cell AgeOf(const ListedJob& job) {
-    const std::optional<long long> age = job.Age();
+Cell ToCell(const std::optional<std::string>& text) { return text ? Cell(ToWideOrLatin1(*text)) : Cell(); }
+
+Cell StateOf(const IPPJob& job) { return job.state ? Cell(StateText(*job.state)) : Cell(); }
+
+Cell ReasonsOf(const IPPJob& job) { return job.reasons ? Cell(StatusOf(job).reasons) : Cell(); }
+
+Cell AgeCell(const IPPJob& job) {
+    const std::optional<int> age = AgeOf(job);
     return age ? Cell(Seconds{static_cast<double>(*age)}) : Cell();
 }
 
-Records ToRecords(const std::vector<ListedJob>& jobs) {
+Records ToRecords(const std::vector<IPPJob>& jobs) {
     Records records{
         {{L"id"}, {L"state"}, {L"reasons", true}, {L"name"}, {L"user"}, {L"kilobytes", true}, {L"age", true}},
         {}};
-    for (const ListedJob& job : jobs) {
-        records.rows.push_back({static_cast<long long>(job.id), StateName(job.state),
-                                ToWideOrLatin1(job.reasons), ToWideOrLatin1(job.name),
-                                ToWideOrLatin1(job.user), NumberOrNothing(job.kilobytes), AgeOf(job)});
+    for (const IPPJob& job : jobs) {
+        records.rows.push_back({ToCell(job.id), StateOf(job), ReasonsOf(job), ToCell(job.name),
+                                ToCell(job.user), ToCell(job.kilobytes), AgeCell(job)});
     }
     return records;
 }
 
-std::vector<ListedJob> ReadJobs(const Printer& printer, const std::string& user, bool all) {
-    std::vector<ListedJob> jobs = ListJobs(printer, user, WhichJobs::NotCompleted);
+std::vector<IPPJob> ReadJobs(const Printer& printer, const std::string& user, bool all) {
+    std::vector<IPPJob> jobs = ListJobs(printer, user, WhichJobs::NotCompleted);
     if (!all) return jobs;
-    const std::vector<ListedJob> ended = ListJobs(printer, user, WhichJobs::Completed);
+    const std::vector<IPPJob> ended = ListJobs(printer, user, WhichJobs::Completed);
     jobs.insert(jobs.end(), ended.begin(), ended.end());
     std::sort(jobs.begin(), jobs.end(),
-              [](const ListedJob& left, const ListedJob& right) { return left.id < right.id; });
+              [](const IPPJob& left, const IPPJob& right) { return left.id < right.id; });
     return jobs;
 }
 

@@ -15,13 +15,13 @@ namespace {
 // A job that stands still does so for a reason that the printer, not the job, tells best.
 std::wstring Describe(Corvix::IPPProvider& provider, const JobStatus& status) {
     const std::wstring text = ToText(status);
-    if (status.state != JobState::ProcessingStopped) return text;
+    if (status.state != Corvix::IPPJobState::ProcessingStopped) return text;
     const std::wstring reasons = AskForPrinterReasons(provider);
     return reasons.empty() ? text : text + L", printer: " + reasons;
 }
 
 // Shows each state of the job until it has ended, and returns the last one.
-JobState Follow(Corvix::IPPProvider& provider, const JobRef& job) {
+Corvix::IPPJobState Follow(Corvix::IPPProvider& provider, const JobRef& job) {
     constexpr DWORD shortestPause = 100;
     constexpr DWORD longestPause = 1000;
     constexpr int mostFailures = 5;

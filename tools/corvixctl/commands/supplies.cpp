@@ -1,8 +1,12 @@
 #include "commands/supplies.h"
 
+#include <algorithm>
 #include <cwchar>
 #include <map>
+#include <string_view>
 #include <utility>
+
+#include "device/ippanswers.h"
 
 namespace CorvixCtl {
 namespace {
@@ -28,75 +32,66 @@ std::wstring LevelText(const std::wstring& level, long capacity) {
     return std::to_wstring(static_cast<long long>(amount) * 100 / capacity) + L" %";
 }
 
-using Pairs = std::map<std::wstring, std::wstring>;
+using Pairs = std::map<std::wstring, std::wstring, std::less<>>;
 
-// "type,toner,level,82,,type,ink,level,50": names and values, one supply after the other. A name that comes
-// again begins the next one; the empty piece between two is there only when a device ends each as it should.
-std::vector<Pairs> EntriesOf(const std::wstring& text) {
-    std::vector<Pairs> entries;
-    for (const std::wstring& part : SplitList(text, L",,")) {
-        const List pieces = SplitList(part, L",");
-        entries.emplace_back();
-        for (size_t i = 0; i + 1 < pieces.size(); i += 2) {
-            if (entries.back().count(pieces[i])) entries.emplace_back();
-            entries.back()[pieces[i]] = pieces[i + 1];
-        }
+// "type=toner;level=82;": names and values.
+Pairs ReadPairs(std::wstring_view entry) {
+    Pairs pairs;
+    while (!entry.empty()) {
+        const std::wstring_view piece = entry.substr(0, entry.find(L';'));
+        entry.remove_prefix(std::min(piece.size() + 1, entry.size()));
+        const size_t equals = piece.find(L'=');
+        if (equals != std::wstring_view::npos)
+            pairs.emplace(piece.substr(0, equals), piece.substr(equals + 1));
     }
-    return entries;
+    return pairs;
 }
 
-Supply ReadEntry(Pairs pairs) {
+Supply ReadEntry(Pairs pairs, const std::wstring& description) {
     long capacity = 0;
     ToNumber(pairs[L"maxcapacity"], capacity);
     Supply supply;
     supply.type = pairs[L"type"];
     supply.name = pairs[L"colorantname"].empty() ? supply.type : pairs[L"colorantname"];
+    if (!description.empty()) supply.name = description;
     supply.level = LevelText(pairs[L"level"], capacity);
     return supply;
 }
 
-std::vector<Supply> FromSupplyEntries(const SupplyTexts& texts) {
+// What one attribute says of the i-th supply: nothing where it does not speak of as many.
+std::wstring At(const List& list, size_t i, const List& other) {
+    return list.size() == other.size() ? list[i] : std::wstring();
+}
+
+std::vector<Supply> FromEntries(const List& entries, const List& descriptions) {
     std::vector<Supply> supplies;
-    for (Pairs& entry : EntriesOf(texts.supply)) {
-        if (!entry.empty()) supplies.push_back(ReadEntry(std::move(entry)));
+    for (size_t i = 0; i < entries.size(); ++i) {
+        Pairs pairs = ReadPairs(entries[i]);
+        if (!pairs.empty()) supplies.push_back(ReadEntry(std::move(pairs), At(descriptions, i, entries)));
     }
-    // A description that holds a comma would shift all that follow.
-    const List descriptions = SplitList(texts.descriptions, L",");
-    for (size_t i = 0; descriptions.size() == supplies.size() && i < supplies.size(); ++i)
-        supplies[i].name = descriptions[i];
     return supplies;
 }
 
-std::vector<Supply> FromMarkers(const SupplyTexts& texts) {
+std::vector<Supply> FromMarkers(const Corvix::IPPAttributes& answer) {
     constexpr long percent = 100;
-    const List names = SplitList(texts.names, L",");
-    const List types = SplitList(texts.types, L",");
+    const List names = TextsOf(answer, "marker-names");
+    const List types = TextsOf(answer, "marker-types");
+    const List levels = TextsOf(answer, "marker-levels");
     std::vector<Supply> supplies;
-    for (const std::wstring& level : SplitList(texts.levels, L",")) {
-        const size_t i = supplies.size();
-        supplies.push_back({L"supply " + std::to_wstring(i + 1), L"", LevelText(level, percent)});
-    }
-    for (size_t i = 0; i < supplies.size(); ++i) {
-        if (names.size() == supplies.size()) supplies[i].name = names[i];
-        if (types.size() == supplies.size()) supplies[i].type = types[i];
+    for (size_t i = 0; i < levels.size(); ++i) {
+        const std::wstring name = At(names, i, levels);
+        supplies.push_back({name.empty() ? L"supply " + std::to_wstring(i + 1) : name, At(types, i, levels),
+                            LevelText(levels[i], percent)});
     }
     return supplies;
 }
 
 }  // namespace
 
-std::vector<Supply> ReadSupplies(const SupplyTexts& texts) {
-    return texts.supply.empty() ? FromMarkers(texts) : FromSupplyEntries(texts);
-}
-
-std::vector<std::wstring> SplitList(std::wstring_view text, std::wstring_view separator) {
-    std::vector<std::wstring> pieces;
-    while (!text.empty()) {
-        const size_t end = text.find(separator);
-        pieces.emplace_back(text.substr(0, end));
-        text.remove_prefix(end == std::wstring_view::npos ? text.size() : end + separator.size());
-    }
-    return pieces;
+std::vector<Supply> ReadSupplies(const Corvix::IPPAttributes& answer) {
+    const List entries = TextsOf(answer, "printer-supply");
+    return entries.empty() ? FromMarkers(answer)
+                           : FromEntries(entries, TextsOf(answer, "printer-supply-description"));
 }
 
 }  // namespace CorvixCtl

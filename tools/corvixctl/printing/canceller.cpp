@@ -5,7 +5,7 @@
 #include <new>
 
 #include "base/console.h"
-#include "device/ippstatus.h"
+#include "device/ippanswers.h"
 
 namespace CorvixCtl {
 namespace {
@@ -16,11 +16,11 @@ std::wstring Named(const JobRef& job) { return L"job " + std::to_wstring(job.id)
 
 }  // namespace
 
-ExitCode CodeOf(JobState finalState) {
+ExitCode CodeOf(Corvix::IPPJobState finalState) {
     switch (finalState) {
-        case JobState::Completed:
+        case Corvix::IPPJobState::Completed:
             return ExitCode::Done;
-        case JobState::Canceled:
+        case Corvix::IPPJobState::Canceled:
             return ExitCode::Canceled;
         default:
             return ExitCode::Aborted;
@@ -79,7 +79,7 @@ void Canceller::Cancel() {
     // The printer tells the number when it has all of the document. Where several jobs could be ours none is
     // touched: breaking the document off ends the right one.
     if (const auto own = FindOwnJob(ListJobs(printer, owner_.user, WhichJobs::NotCompleted), owner_))
-        return CancelAt(printer, {static_cast<unsigned>(own->id), own->uri});
+        return CancelAt(printer, RefOf(*own));
     message_ = L"interrupted before the printer knew of a job";
 }
 

@@ -60,6 +60,6 @@ private:
 };
 
 // How the program ends for a job that ended so.
-ExitCode CodeOf(JobState finalState);
+ExitCode CodeOf(Corvix::IPPJobState finalState);
 
 }  // namespace CorvixCtl

@@ -5,7 +5,7 @@
 
 #include "base/console.h"
 #include "base/exitcodes.h"
-#include "device/ippstatus.h"
+#include "device/ippanswers.h"
 #include "printing/job.h"
 #include "printing/progress.h"
 

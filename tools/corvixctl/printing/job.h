@@ -5,10 +5,10 @@
 #include <string>
 
 #include "corvixdm/disposableptr.h"
+#include "corvixdm/ippjobs.h"
 #include "corvixdm/ippprovider.h"
 #include "corvixdm/ipprequest.h"
 #include "corvixdm/ippresponse.h"
-#include "wire/jobstate.h"
 
 namespace CorvixCtl {
 
@@ -19,16 +19,21 @@ struct JobRef {
     bool IsKnown() const { return id != 0; }
 };
 
+JobRef RefOf(const Corvix::IPPJob& job);
 // The job that an answer names; none when it names none.
 JobRef JobOf(const Corvix::IPPResponseBase& response);
 // The status of an answer; nothing when there was none.
 std::optional<unsigned> StatusOf(const Corvix::IPPResponseBase& response);
 
 struct JobStatus {
-    JobState state = JobState::Pending;
+    Corvix::IPPJobState state = Corvix::IPPJobState::Pending;
     std::wstring reasons;  // keywords joined by ","; without those that say nothing
 };
 
+// The same of a job in a list; a job without a state counts as waiting.
+JobStatus StatusOf(const Corvix::IPPJob& job);
+// "processing"; "state 10" for one that IPP does not know.
+std::wstring StateText(Corvix::IPPJobState state);
 // "processing (job-printing)".
 std::wstring ToText(const JobStatus& status);
 

@@ -1,66 +1,67 @@
 #include "printing/joblist.h"
 
+#include <algorithm>
+
 #include "base/exitcodes.h"
-#include "device/ippstatus.h"
-#include "utilslib/stringutils.h"
+#include "device/ippanswers.h"
 
 namespace CorvixCtl {
 namespace {
 
-// The library asks at 443 too, unless the address names 631.
-unsigned long PortOf(const Printer& printer) {
-    constexpr unsigned long ippPort = 631;
-    constexpr unsigned long tlsPort = 443;
-    const wchar_t* port = printer.device.address->GetPort();
-    return !printer.secure || (port && std::wstring(port) == L"631") ? ippPort : tlsPort;
+using Corvix::DisposablePtr;
+using Corvix::IPPAttributes;
+using Corvix::IPPJob;
+
+DisposablePtr<IPPAttributes> AskForJobs(const Printer& printer, const std::string& user, WhichJobs which) {
+    Corvix::IPPJobQuery query;
+    query.userName = user.c_str();
+    query.completed = which == WhichJobs::Completed;
+    query.securityFlags = printer.securityFlags;
+    DisposablePtr<IPPAttributes> answer(
+        QueryIPPJobs(printer.device.address.Get(), printer.uri.c_str(), &query));
+    if (!answer) FailAsUnanswered(printer, GetLastError());
+    return answer;
 }
 
-std::string Exchange(const Printer& printer, const std::string& body) {
-    constexpr unsigned long httpOk = 200;
-    Corvix::KyNetAddress& address = *printer.device.address;
-    address.SetSecure(printer.secure);
-    Corvix::DisposablePtr<Corvix::HTTPRequest> request;
-    if (FAILED(address.CreateHTTPRequest(request.Receive(), PortOf(printer))))
-        FailAsUnanswered(printer, ERROR_NOT_ENOUGH_MEMORY);
-    request->SetMethod(L"POST");
-    request->SetURI(printer.resource.c_str());
-    request->SetContentType(L"application/ipp");
-    request->SetRequestParameter(printer.securityFlags);
-    Corvix::DisposablePtr<Corvix::HTTPResponse> response;
-    const auto* bytes = reinterpret_cast<const unsigned char*>(body.data());
-    if (FAILED(request->Send(bytes, static_cast<unsigned long>(body.size()))) ||
-        FAILED(request->GetResponse(response.Receive())))
-        FailAsUnanswered(printer, request->GetLastErrorCode());
-    if (response->GetStatusCode() != httpOk || !response->GetBody())
-        FailAsUnanswered(printer, response->GetStatusCode());
-    return {reinterpret_cast<const char*>(response->GetBody()), response->GetBodyLength()};
+// A list that breaks off may lack the very job that is looked for.
+void RequireList(const IPPAttributes& answer) {
+    Corvix::IPPAnswerHeader header = {};
+    Corvix::IPPFault fault = {};
+    if (answer.GetHeader(&header) != S_OK || answer.GetFault(&fault) == S_OK)
+        throw Failure(ExitCode::Incomplete, L"the printer's list of jobs cannot be read");
+    if (!IsIppSuccess(header.status)) {
+        throw Failure(ExitCode::Refused,
+                      L"the printer does not list its jobs: " + IppStatusText(header.status));
+    }
 }
 
 }  // namespace
 
-std::vector<ListedJob> ListJobs(const Printer& printer, const std::string& user, WhichJobs which) {
-    const std::string request = FormGetJobs(KyUtils::ToUtf8(printer.uri), user, which);
-    std::optional<JobList> list = ReadJobList(Exchange(printer, request));
-    if (!list) throw Failure(ExitCode::Incomplete, L"the printer's list of jobs cannot be read");
-    if (!IsIppSuccess(list->status)) {
-        throw Failure(ExitCode::Refused,
-                      L"the printer does not list its jobs: " + IppStatusText(list->status));
-    }
-    return std::move(list->jobs);
+std::vector<IPPJob> ListJobs(const Printer& printer, const std::string& user, WhichJobs which) {
+    const auto answer = AskForJobs(printer, user, which);
+    RequireList(*answer);
+    std::vector<IPPJob> jobs;
+    Corvix::IPPGroup place;
+    IPPJob job;
+    while (NextIPPJob(answer.Get(), &place, &job) == S_OK)
+        jobs.push_back(job);
+    return jobs;
 }
 
-std::optional<ListedJob> FindOwnJob(const std::vector<ListedJob>& jobs, const JobOwner& owner) {
+std::optional<int> AgeOf(const IPPJob& job) {
+    return job.createdAt && job.printerUpTime ? std::optional(*job.printerUpTime - *job.createdAt)
+                                              : std::nullopt;
+}
+
+std::optional<IPPJob> FindOwnJob(const std::vector<IPPJob>& jobs, const JobOwner& owner) {
     constexpr long long tolerance = 1;  // of a clock that counts whole seconds
     const auto oldest = static_cast<long long>((GetTickCount64() - owner.begun) / 1000) + tolerance;
-    std::optional<ListedJob> found;
-    for (const ListedJob& job : jobs) {
-        const bool isOurs =
-            job.user == owner.user && job.name == owner.jobName && job.Age().value_or(0) <= oldest;
-        if (!isOurs) continue;
-        if (found) return std::nullopt;
-        found = job;
-    }
-    return found;
+    const auto isOurs = [&](const IPPJob& job) {
+        return job.user == owner.user && job.name == owner.jobName && AgeOf(job).value_or(0) <= oldest;
+    };
+    const auto found = std::find_if(jobs.begin(), jobs.end(), isOurs);
+    const bool isOne = found != jobs.end() && std::none_of(found + 1, jobs.end(), isOurs);
+    return isOne ? std::optional(*found) : std::nullopt;
 }
 
 }  // namespace CorvixCtl

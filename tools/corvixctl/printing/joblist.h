@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "corvixdm/ippjobs.h"
 #include "device/printer.h"
-#include "wire/joblistmessage.h"
 
 namespace CorvixCtl {
 
@@ -17,11 +17,15 @@ struct JobOwner {
     ULONGLONG begun = 0;  // GetTickCount64() when we began
 };
 
-// The library looks up one job, but lists none: this is an exchange of the program's own, through the same
-// transport. Throws Failure when there is no answer that can be read, or the printer refuses.
-std::vector<ListedJob> ListJobs(const Printer& printer, const std::string& user, WhichJobs which);
+enum class WhichJobs { NotCompleted, Completed };
+
+// Throws Failure when there is no answer that can be read, or the printer refuses.
+std::vector<Corvix::IPPJob> ListJobs(const Printer& printer, const std::string& user, WhichJobs which);
+
+// In seconds; nothing when the printer does not tell.
+std::optional<int> AgeOf(const Corvix::IPPJob& job);
 
 // The job that is ours by user, name and age; nothing where none fits, or several do.
-std::optional<ListedJob> FindOwnJob(const std::vector<ListedJob>& jobs, const JobOwner& owner);
+std::optional<Corvix::IPPJob> FindOwnJob(const std::vector<Corvix::IPPJob>& jobs, const JobOwner& owner);
 
 }  // namespace CorvixCtl

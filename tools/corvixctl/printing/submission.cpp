@@ -1,16 +1,16 @@
 #include "printing/submission.h"
 
 #include "base/console.h"
-#include "device/ippstatus.h"
+#include "device/ippanswers.h"
 #include "printing/carrying.h"
 #include "printing/joblist.h"
 #include "utilslib/com.h"
-#include "utilslib/stringutils.h"
 
 namespace CorvixCtl {
 namespace {
 
 using Corvix::DisposablePtr;
+using Corvix::IPPJobState;
 using Corvix::IPPProvider;
 using Corvix::IPPResponseBase;
 
@@ -109,8 +109,7 @@ std::optional<Submission::Found> Submission::Find() const {
     }
     for (const WhichJobs which : {WhichJobs::NotCompleted, WhichJobs::Completed}) {
         if (const auto job = FindOwnJob(ListJobs(printer_, order_.owner.user, which), order_.owner))
-            return Found{{static_cast<unsigned>(job->id), job->uri},
-                         {job->state, KyUtils::ToWideOrLatin1(job->reasons)}};
+            return Found{RefOf(*job), StatusOf(*job)};
     }
     return std::nullopt;
 }
@@ -127,8 +126,8 @@ JobRef Submission::LookForJob() {
     }
     if (!found) throw unanswered;
     const std::wstring named = unanswered.Message() + L"; job " + std::to_wstring(found->job.id);
-    const JobState state = found->status.state;
-    if (HasEnded(state) && state != JobState::Completed)
+    const IPPJobState state = found->status.state;
+    if (HasEnded(state) && state != IPPJobState::Completed)
         throw Failure(CodeOf(state), named + L" ended as " + ToText(found->status));
     if (sentAll_) return found->job;
     CancelJob(provider_, order_.owner.user, found->job);
@@ -198,7 +197,7 @@ bool Submission::TakesOneDocumentOnly() const {
     KyUtils::Variant answer;
     provider_.GetIPPValue("multiple-document-jobs-supported", 0, answer.Receive(), nullptr, nullptr, 0, 0,
                           " ");
-    return answer.Get().vt == VT_BSTR && std::wstring_view(answer.Get().bstrVal) == L"0";
+    return answer.Text() == L"0";
 }
 
 JobRef Submission::PrintDocuments() {
