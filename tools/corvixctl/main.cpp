@@ -64,6 +64,7 @@ ExitCode RunCommand(const Command& command, const Words& words) {
         const Arguments arguments = Arguments::Parse(words, command.options);
         CheckOperands(command, arguments);
         return command.run(arguments);
+        // Whoever mistyped a command wants that command's help.
     } catch (const UsageError& error) {
         throw UsageError(error.Message() + L" (see corvixctl " + command.name + L" --help)");
     }
@@ -75,6 +76,7 @@ ExitCode Dispatch(Words words) {
     words.erase(words.begin());
     if (IsHelp(first)) return Help(ProgramHelp());
     if (first == L"--version") return Help(VersionText());
+    // As in other programs: "help COMMAND" is "COMMAND --help".
     if (first == L"help")
         return Help(words.empty() ? ProgramHelp() : CommandHelp(FindCommand(words.front())));
     return RunCommand(FindCommand(first), words);

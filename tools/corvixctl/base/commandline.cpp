@@ -44,6 +44,8 @@ std::optional<std::wstring> TakeInlineValue(std::wstring& word) {
     return value;
 }
 
+// How many characters have to be replaced, added or left out to make one word of the other; of the table that
+// counts them one row at a time is kept.
 size_t EditDistance(std::wstring_view left, std::wstring_view right) {
     std::vector<size_t> row(right.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});
@@ -58,6 +60,7 @@ size_t EditDistance(std::wstring_view left, std::wstring_view right) {
     return row.back();
 }
 
+// All complaints about a value read alike: the option as it was typed, then what it should have been.
 UsageError BadValue(std::wstring_view option, const std::wstring& text, const std::wstring& expected) {
     return UsageError(L"--" + std::wstring(option) + L" " + text + L": expected " + expected);
 }
@@ -76,6 +79,7 @@ Arguments Arguments::Parse(const std::vector<std::wstring>& words, const OptionG
     Arguments arguments;
     bool optionsEnded = false;
     for (size_t i = 0; i < words.size(); ++i) {
+        // What comes after the first "--" is an operand, be it an option or another "--".
         if (optionsEnded || !IsOption(words[i])) {
             optionsEnded = optionsEnded || words[i] == dashes;
             if (optionsEnded && words[i] == dashes) continue;
@@ -125,6 +129,7 @@ unsigned long ReadMilliseconds(std::wstring_view option, const std::wstring& tex
     } else {
         CutSuffix(number, L"s");
     }
+    // Checked here, as the library's function takes signs, exponents and hexadecimal figures, too.
     const size_t point = std::min(number.find(L'.'), number.size());
     const bool isNumber =
         IsDigits(number.substr(0, point)) && (point == number.size() || IsDigits(number.substr(point + 1)));
@@ -140,6 +145,7 @@ std::wstring ClosestWord(std::wstring_view typed, const std::vector<std::wstring
     size_t least = 1 + typed.size() / 3;  // further away it is another word, not a slip
     for (const std::wstring& word : words) {
         const size_t distance = EditDistance(typed, word);
+        // Of words that are equally close the first is proposed: options stand in the order of their use.
         if (distance > least || (distance == least && !closest.empty())) continue;
         least = distance;
         closest = word;

@@ -11,12 +11,14 @@ namespace {
 // Lives as long as the process: the handler runs on a thread of the system's.
 HANDLE interruptEvent = nullptr;
 
+// A second Ctrl-C is left to the system's own handler, which ends the process at once.
 BOOL WINAPI OnConsoleEvent(DWORD) {
     if (IsInterrupted()) return FALSE;
     SetEvent(interruptEvent);
     return TRUE;
 }
 
+// A console takes UTF-16 and shows it in any code page; a file or a pipe gets UTF-8.
 bool WriteToConsole(HANDLE console, std::wstring_view text) {
     constexpr size_t pieceChars = 8000;  // the console takes no piece much larger
     while (!text.empty()) {
@@ -32,6 +34,7 @@ bool WriteToConsole(HANDLE console, std::wstring_view text) {
 
 bool WriteBytes(HANDLE file, std::string_view bytes) {
     while (!bytes.empty()) {
+        // One call takes 32 bits of length, and a pipe need not take all of that at once.
         const auto wanted = static_cast<DWORD>(std::min<size_t>(bytes.size(), 1 << 20));
         DWORD written = 0;
         if (!WriteFile(file, bytes.data(), wanted, &written, nullptr) || !written) return false;

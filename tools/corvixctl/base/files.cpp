@@ -12,6 +12,7 @@ using KyUtils::Handle;
 
 // False with the last error set.
 bool ReadAll(const Handle& file, std::string& bytes) {
+    // Maps and kept answers are small: a larger file was named by mistake.
     constexpr LONGLONG largest = 256ll * 1024 * 1024;
     LARGE_INTEGER size = {};
     if (!GetFileSizeEx(file.Get(), &size)) return false;
@@ -39,6 +40,7 @@ std::wstring Named(const wchar_t* what, const std::wstring& path) {
 }  // namespace
 
 std::string ReadFileBytes(const std::wstring& path, ExitCode code, const wchar_t* what) {
+    // Opening a folder fails as "access denied", which would mislead.
     const DWORD attributes = GetFileAttributesW(path.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
         throw Failure(code, Named(what, path) + L"this is a folder; name the file itself");

@@ -17,6 +17,7 @@ std::wstring SystemText(unsigned long code) {
     std::wstring line(text.data(), length);
     line.erase(line.find_last_not_of(L" .\r\n") + 1);
     if (!line.empty()) return line;
+    // Small codes are looked up in decimal, results of COM in hexadecimal.
     return L"error " + (code > 0xFFFF ? ToHex(code) : std::to_wstring(code));
 }
 
@@ -27,6 +28,7 @@ double SecondsSince(unsigned long long fileTime) {
     GetSystemTimeAsFileTime(&now);
     const ULARGE_INTEGER ticks = {{now.dwLowDateTime, now.dwHighDateTime}};
     constexpr double ticksPerSecond = 1e7;
+    // A clock that was set back must not make ages negative.
     return ticks.QuadPart <= fileTime ? 0 : static_cast<double>(ticks.QuadPart - fileTime) / ticksPerSecond;
 }
 

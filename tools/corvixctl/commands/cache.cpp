@@ -37,6 +37,7 @@ ExitCode List(const std::wstring& key, Format format) {
 }
 
 ExitCode Clear(const std::wstring& key) {
+    // Values that are not the cache's stay: the key may hold more.
     unsigned removed = 0;
     RequireSuccess(key, ClearRegCache(key.c_str(), &removed));
     Complain(std::to_wstring(removed) + L" values removed");

@@ -65,6 +65,7 @@ DisposablePtr<ICacheProvider> OpenCache(const Device& device, const Arguments& a
     const std::optional<std::wstring> option = arguments.Find(L"cache");
     if (!option) return {};
     const std::wstring key = ReadCacheKey(L"cache", *option);
+    // Not fatal: values can be read without being kept.
     const HRESULT access = CheckRegCacheAccess(key.c_str());
     if (FAILED(access)) Complain(L"values are not kept: " + DescribeCacheFailure(key, access));
     return DisposablePtr<ICacheProvider>(
@@ -154,6 +155,7 @@ std::optional<std::vector<Reading>> ReadItems(DataCollection& collection, const 
                                               const Device& device, const std::vector<std::wstring>& names) {
     ItemReader reader(collection, map, device);
     for (const std::wstring& name : names) {
+        // An item that is asked for twice is read twice: "--explain" then shows that the second value was stored.
         reader.Read(name);
         if (reader.WasMisled()) return std::nullopt;
         // Each further item would only wait for the same silence again.

@@ -17,6 +17,7 @@ std::wstring List(const std::vector<Entry>& entries) {
     constexpr size_t widestTerm = 28;
     size_t width = 0;
     for (const Entry& entry : entries) {
+        // One long term must not push all texts to the right.
         if (entry.term.size() <= widestTerm) width = std::max(width, entry.term.size());
     }
     std::wstring list;

@@ -128,6 +128,7 @@ private:
     Records facts_{{{L"property"}, {L"value"}}, {}};
 };
 
+// A malformed answer is still shown as far as it was read.
 void RequireAnswer(const Printer& printer, const IPPAttributes& answer) {
     Corvix::IPPAnswerHeader header = {};
     Corvix::IPPFault fault = {};

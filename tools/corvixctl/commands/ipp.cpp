@@ -54,6 +54,7 @@ std::wstring RequestedNames(const Names& named) {
     return list.empty() ? L"all" : list;
 }
 
+// A comma would make two names of one on the wire.
 void CheckNames(const Names& named) {
     for (const std::wstring& name : named) {
         if (name.empty() || name.find_first_of(L", \t") != std::wstring::npos)
@@ -156,6 +157,7 @@ std::wstring TableOf(const IPPAttributes& answer, const Records& records) {
     std::wstring table;
     IPPAnswerHeader header = {};
     if (answer.GetHeader(&header) == S_OK)
+        // An answer that is too short for a header has no first line.
         table = L"IPP " + VersionOf(header) + L", " + IppStatusText(header.status) + L"\n";
     return records.rows.empty() ? table : table + ToTable(records);
 }

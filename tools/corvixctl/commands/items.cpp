@@ -54,6 +54,7 @@ JsonObject ToDocument(const MapFile& file) {
 }
 
 std::wstring ToCsv(const MapFile& file) {
+    // CSV has no room for maps within a document: each row names its own.
     Records all{{{L"protocol"}, {L"name"}, {L"kind"}, {L"source"}, {L"lifespan"}, {L"transient"}}, {}};
     for (const MapInfo& map : file.Maps()) {
         for (auto& row : ItemRecords(map).rows) {

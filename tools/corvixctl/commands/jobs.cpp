@@ -49,6 +49,7 @@ std::vector<IPPJob> ReadJobs(const Printer& printer, const std::string& user, bo
     if (!all) return jobs;
     const std::vector<IPPJob> ended = ListJobs(printer, user, WhichJobs::Completed);
     jobs.insert(jobs.end(), ended.begin(), ended.end());
+    // By number, which is the order in which the jobs came.
     std::sort(jobs.begin(), jobs.end(),
               [](const IPPJob& left, const IPPJob& right) { return left.id < right.id; });
     return jobs;

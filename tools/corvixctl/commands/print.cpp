@@ -28,6 +28,7 @@ Corvix::IPPJobState Follow(Corvix::IPPProvider& provider, const JobRef& job) {
     const std::wstring named = L"job " + std::to_wstring(job.id);
     std::wstring shown;
     int failures = 0;
+    // Short jobs are seen at once, long ones asked for once a second.
     for (DWORD pause = shortestPause;; pause = std::min(2 * pause, longestPause)) {
         const std::optional<JobStatus> status = AskForJob(provider, job);
         StopIfInterrupted();
@@ -37,6 +38,7 @@ Corvix::IPPJobState Follow(Corvix::IPPProvider& provider, const JobRef& job) {
             if (text != shown) Print(named + L" " + text + L"\n");
             if (HasEnded(status->state)) return status->state;
             shown = text;
+            // One answer may get lost; a printer that forgot the job would be asked for ever.
         } else if (++failures == mostFailures) {
             throw Failure(ExitCode::Incomplete,
                           named + L" was sent, but the printer does not tell its state");

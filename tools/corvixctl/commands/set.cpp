@@ -41,6 +41,7 @@ int ReadInteger(const std::wstring& text) {
     wchar_t* end = nullptr;
     errno = 0;
     const long number = std::wcstol(text.c_str(), &end, 10);
+    // wcstol() passes over blanks before a number, and would take an empty text for 0.
     const bool isNumber =
         !text.empty() && *end == L'\0' && (text[0] == L'-' || (text[0] >= L'0' && text[0] <= L'9'));
     if (!isNumber || errno == ERANGE)
@@ -70,6 +71,7 @@ void Write(const Device& device, const MapFile& file, int number) {
     if (result == S_OK) return;
     StopIfInterrupted();
     const auto status = static_cast<RequestStatus>(result);
+    // One status for "not taken" and "not there": asking for something else tells which.
     if (status == RequestStatus::SnmpWriteFailed) {
         if (const auto reason = WhyNoSnmp(*device.address)) FailAsUnreachable(device, *reason);
     }

@@ -29,6 +29,7 @@ std::wstring LevelText(const std::wstring& level, long capacity) {
     if (!ToNumber(level, amount)) return unknownLevel;
     if (amount == someLeft) return L"some";
     if (amount < 0 || capacity <= 0) return unknownLevel;
+    // Capacities may count tenths of a gram: the product needs more than 32 bits.
     return std::to_wstring(static_cast<long long>(amount) * 100 / capacity) + L" %";
 }
 
@@ -72,6 +73,7 @@ std::vector<Supply> FromEntries(const List& entries, const List& descriptions) {
     return supplies;
 }
 
+// CUPS and older printers: levels are per cent already.
 std::vector<Supply> FromMarkers(const Corvix::IPPAttributes& answer) {
     constexpr long percent = 100;
     const List names = TextsOf(answer, "marker-names");

@@ -65,6 +65,7 @@ std::wstring ReadHost(const Arguments& arguments) {
     if (host.find_first_of(L"/\\ \t[]@?#") != std::wstring::npos)
         throw UsageError(L"--device " + host +
                          L": expected a host name or an address alone, without scheme or path");
+    // One colon parts a host from its port, two and more make an IPv6 address.
     const size_t colon = host.find(L':');
     if (colon != std::wstring::npos && host.find(L':', colon + 1) == std::wstring::npos) {
         throw UsageError(L"--device " + host +
@@ -84,6 +85,7 @@ NetAddressOptions ReadAddressOptions(const Arguments& arguments, const std::wstr
     ReadSnmpOptions(arguments, options.snmp);
     if (const auto timeout = arguments.Find(L"timeout")) {
         options.timeoutMilliseconds = static_cast<unsigned>(ReadMilliseconds(L"timeout", *timeout));
+        // Without the option both have their own: an agent answers at once or not at all.
         options.snmp.timeoutMilliseconds = options.timeoutMilliseconds;
     }
     return options;
@@ -107,7 +109,8 @@ Device OpenDevice(NetAddressOptions options) {
 }
 
 std::optional<std::wstring> WhyNoSnmp(Corvix::Address& address) {
-    constexpr const wchar_t* upTimeOid = L"1.3.6.1.2.1.1.3.0";  // every agent has it
+    // A failed binding leaves open whether the agent is silent or only no printer: every agent has this object.
+    constexpr const wchar_t* upTimeOid = L"1.3.6.1.2.1.1.3.0";
     Corvix::DisposablePtr<Corvix::MIBConnection> connection;
     const HRESULT connected = address.CreateMIBConnection(connection.Receive());
     if (FAILED(connected) || !connection)

@@ -24,6 +24,7 @@ constexpr unsigned long httpOk = 200;
 
 bool IsUnreachable(const ExchangeRecord& exchange) {
     const auto* end = std::end(unreachableErrors);
+    // A device that sent a part of an answer is there, whatever broke off then.
     return exchange.status == 0 && exchange.bytesReceived == 0 &&
            std::find(std::begin(unreachableErrors), end, exchange.error) != end;
 }
@@ -38,6 +39,7 @@ std::optional<std::wstring> DescribeFailure(const ExchangeRecord& exchange) {
         return CorvixTransport::DescribeNetError(exchange.error) + L": " + Place(exchange);
     if (exchange.status == 200) return std::nullopt;
     const std::wstring text = L"HTTP " + std::to_wstring(exchange.status) + L" for " + Place(exchange);
+    // Many devices answer a wrong password with 403.
     const bool isRefusal = exchange.status == 401 || exchange.status == 403;
     return isRefusal ? text + L": the device wants another --user and --password" : text;
 }
@@ -85,6 +87,7 @@ std::wstring DescribeExchange(const ExchangeRecord& exchange, HRESULT result) {
 std::wstring DescribeIppExchange(const ExchangeRecord& exchange, const wchar_t* answered) {
     const auto failure = DescribeFailure(exchange);
     if (!failure) return answered;
+    // Errors of the system and HTTP statuses do not overlap: they share a table.
     const unsigned long code = exchange.error ? exchange.error : exchange.status;
     for (const IppAdvice& known : ippAdvice) {
         if (known.code == code) return *failure + L": " + known.text;

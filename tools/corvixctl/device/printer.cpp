@@ -65,6 +65,7 @@ Printer MakePrinter(const Arguments& arguments, const PrinterUri& parts, HANDLE 
     printer.secure = parts.secure;
     printer.resource = parts.path;
     printer.uri = (parts.secure ? L"ipps://" : L"ipp://") + parts.authority;
+    // The library goes to 631 by itself.
     if (port == httpsPort) printer.uri += L":443";
     printer.uri += parts.path;
     if (arguments.Has(L"insecure")) printer.securityFlags = acceptAnyCertificate;
@@ -91,6 +92,7 @@ Printer OpenResource(const Arguments& arguments, const std::wstring& usualResour
         throw UsageError(L"name the printer with --device HOST or with --uri ipp://HOST/PATH");
     PrinterUri parts;
     parts.host = ReadHost(arguments);
+    // In a URI an IPv6 address stands in brackets.
     const bool isIpv6 = parts.host.find(L':') != std::wstring::npos;
     parts.authority = isIpv6 ? L"[" + parts.host + L"]" : parts.host;
     parts.path = arguments.Find(L"resource").value_or(usualResource);
@@ -151,6 +153,7 @@ std::wstring ReasonOfIppFailure(const Printer& printer, unsigned long lastError)
     for (const LibraryError& known : libraryErrors) {
         if (static_cast<unsigned long>(known.code) == lastError) return known.text;
     }
+    // What the transport saw says more than the library's last error, which has one number for many causes.
     if (const auto& exchange = printer.device.journal->Last())
         return DescribeIppExchange(*exchange, notReadable);
     if (lastError == ERROR_SUCCESS) return L"the request is too long";
@@ -158,6 +161,7 @@ std::wstring ReasonOfIppFailure(const Printer& printer, unsigned long lastError)
 }
 
 void FailAsUnanswered(const Printer& printer, unsigned long lastError) {
+    // After Ctrl-C the failure is the interruption, not the printer's.
     if (printer.isInterruptible) StopIfInterrupted();
     const ExchangeJournal& journal = *printer.device.journal;
     if (journal.Unreachable() && !journal.HasAnswered()) FailAsOutOfReach(printer, *journal.Unreachable());

@@ -38,6 +38,7 @@ PrinterUri ReadPrinterUri(const std::wstring& uri) {
     const size_t slash = std::min(rest.find(L'/'), rest.size());
     parts.authority = rest.substr(0, slash);
     parts.path = rest.substr(slash);
+    // The colons of an IPv6 address stand in brackets; the one behind them parts off the port.
     const size_t bracket = parts.authority.rfind(L']');
     const size_t colon = parts.authority.find(L':', bracket == std::wstring::npos ? 0 : bracket);
     if (colon != std::wstring::npos) {

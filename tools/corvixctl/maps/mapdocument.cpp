@@ -14,6 +14,7 @@ using KyUtils::ComPtr;
 constexpr CLSID domDocumentClass = {
     0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
 
+// The DOM says of an empty file only that it has no root.
 std::string ReadMapFile(const std::wstring& path) {
     std::string bytes = ReadFileBytes(path, ExitCode::BadMap, L"map");
     if (bytes.empty())
@@ -31,6 +32,8 @@ std::wstring ReasonOf(IXMLDOMDocument& document) {
     return text == L"error" ? std::wstring() : text;
 }
 
+// The DOM of some systems gives no line. So the place comes from another reader of the same bytes; where that one is
+// content, the DOM's own words have to do.
 Failure NotXml(const std::wstring& path, const std::string& bytes, IXMLDOMDocument& document) {
     Corvix::DocumentFault fault = {};
     if (FindDocumentFault(bytes.data(), static_cast<unsigned long>(bytes.size()), &fault) == S_OK) {
@@ -53,6 +56,7 @@ ComPtr<IXMLDOMDocument> ParseMap(const std::wstring& path, const std::string& by
     source.vt = VT_UNKNOWN;
     source.punkVal = stream.Get();
     VARIANT_BOOL loaded = VARIANT_FALSE;
+    // Otherwise load() returns before it knows.
     document->put_async(VARIANT_FALSE);
     if (!stream || FAILED(document->load(source, &loaded)) || loaded != VARIANT_TRUE)
         throw NotXml(path, bytes, *document.Get());
@@ -69,6 +73,7 @@ ComPtr<IXMLDOMNode> SelectDataMaps(const std::wstring& path, IXMLDOMDocument& do
     throw BadMap(path, L"the root element is " + std::wstring(name.View()) + L", not DataMaps");
 }
 
+// The map asks for one path for all printers; the user may have a printer with another.
 void SetPrinterPath(IXMLDOMNode& root, const std::wstring& printerPath) {
     ComPtr<IXMLDOMNodeList> found;
     root.selectNodes(Bstr(L"IPPDataMap/" + std::wstring(parametersItem)).Get(), &found);

@@ -36,6 +36,7 @@ MapFile MapFile::Load(const std::wstring& path, const std::wstring& printerPath)
     file.path_ = path;
     file.text_ = XmlOf(*root.Get());
     file.specs_.reset(DataMapSpecCollection::CreateDataMapSpecCollection(root.Get()));
+    // Described before anything is bound: a bound collection has taken its constants out of the maps.
     for (unsigned i = 0; i < file.specs_->GetCount(); ++i) {
         MapInfo info = DescribeMap(*file.specs_->GetDataMapSpec(i));
         if (IsMap(info)) file.maps_.push_back(std::move(info));

@@ -30,6 +30,7 @@ bool DescribeConstant(const CvxDataItem& item, MapItem& info) {
     info.kind = L"StaticDataItem";
     info.source = L"constant " + TextOr(constant->GetStaticDataItemValue(), L"(empty)");
     info.isConstant = true;
+    // With the name under which a collection answers it.
     if (const wchar_t* prefix = item.GetPrefix()) info.name = std::wstring(prefix) + L":" + info.name;
     return true;
 }
@@ -38,6 +39,7 @@ bool DescribeXml(const CvxDataItem& item, MapItem& info) {
     const auto* xml = dynamic_cast<const Corvix::XMLDataItemSpec*>(&item);
     if (!xml) return false;
     info.kind = L"DataItem";
+    // Of two lacks the later one is told: without a URI there is nothing to evaluate an XPath on.
     if (IsMissing(xml->GetXPath())) info.lack = L"the map gives no XPath for this item";
     if (IsMissing(xml->GetUri())) info.lack = L"the map gives no URI for this item";
     info.resource = TextOr(xml->GetUri(), L"");
@@ -100,6 +102,7 @@ MapItem DescribeItem(const std::wstring& name, const CvxDataItem& item) {
     for (const Describe describe : describers) {
         if (describe(item, info)) break;
     }
+    // Constants have no lifespan.
     if (const auto* fetched = dynamic_cast<const DataItemSpec*>(&item)) {
         info.isTransient = fetched->IsTransient();
         info.lifespan = fetched->GetLifespan();

@@ -18,6 +18,7 @@ constexpr const wchar_t* noAttribute = L"the printer does not have this attribut
 constexpr const wchar_t* noElement = L"the device has no such element";
 constexpr const wchar_t* badXPath = L"the XPath of this item cannot be evaluated";
 
+// In the form in which network tools show octets.
 std::wstring BytesText(SAFEARRAY* bytes) {
     std::wstring text;
     void* data = nullptr;
@@ -30,6 +31,7 @@ std::wstring BytesText(SAFEARRAY* bytes) {
     return text;
 }
 
+// As the library names the elements of walks and tables.
 std::wstring ElementName(const std::wstring& name, int number) { return name + Formatted(L".%03d", number); }
 
 void AddOrigin(Reading& reading, ValueOrigin origin) {
@@ -45,6 +47,7 @@ void AddOrigin(Reading& reading, ValueOrigin origin) {
 std::wstring ResultText(HRESULT result) {
     if (result == E_FAIL) return L"not answered by the device";
     if (result == HRESULT_FROM_WIN32(WSAETIMEDOUT)) return L"the device did not answer in time";
+    // These are the transport's, which knows their words.
     if (HRESULT_FACILITY(result) == FACILITY_WIN32)
         return CorvixTransport::DescribeNetError(static_cast<unsigned long>(HRESULT_CODE(result)));
     return L"not answered by the device: " + SystemText(static_cast<unsigned long>(result));
@@ -72,6 +75,7 @@ void ItemReader::Read(const std::wstring& name) {
 
 Reading ItemReader::ReadOne(const std::wstring& name) {
     StopIfInterrupted();
+    // So that the journal tells of this item's exchange or, where none was needed, of none.
     device_.journal->BeginRequest();
     Reading reading;
     reading.name = name;
@@ -126,6 +130,7 @@ bool ItemReader::IsBadXPath(const MapItem& item, HRESULT result) const {
 }
 
 std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, const MapItem* item, HRESULT result) {
+    // What the map lacks comes first: with it no answer of the device would help.
     if (item && item->lack) return item->lack;
     if (item && IsBadXPath(*item, result)) return badXPath;
     if (const auto& exchange = device_.journal->Last()) {
@@ -153,6 +158,7 @@ const MapItem* ItemReader::FindItem(const std::wstring& name) const {
 std::wstring ItemReader::ReasonOfUnknown(const std::wstring& name) const {
     std::vector<std::wstring> names = NamesOf(map_);
     for (const std::wstring& known : names) {
+        // A constant has a prefix in its name, which is easily left out.
         const size_t colon = known.find(L':');
         if (colon != std::wstring::npos && known.substr(colon + 1) == name)
             return L"not in this map by that name; ask for " + known;

@@ -15,11 +15,13 @@ using Corvix::DisposablePtr;
 using Corvix::ICacheProvider;
 using Corvix::IPPProvider;
 
+// A document of IPP maps alone can only mean a printer, also when its device is named.
 bool IsForPrinters(const MapFile& file) {
     return std::all_of(file.Maps().begin(), file.Maps().end(),
                        [](const MapInfo& map) { return map.type == DataMapTypeEnum::IPP; });
 }
 
+// Of several maps the first is bound: its path holds.
 std::wstring PrinterPathOf(const MapFile& file) {
     const std::wstring& path = file.Maps().front().printerPath;
     return path.empty() ? L"/ipp/printer" : path;
@@ -35,6 +37,7 @@ void RequireKnownMap(const MapFile& file) {
 }
 
 [[noreturn]] void FailToBind(const Device& device, const MapFile& file) {
+    // Most likely reasons first: interrupted, not there at all, no SNMP, another kind of device.
     StopIfInterrupted();
     if (const auto& exchange = device.journal->Unreachable(); exchange && !device.journal->HasAnswered())
         FailAsUnreachable(device, DescribeConnection(*exchange));

@@ -28,6 +28,7 @@ Forms FormsOf(const Records& records, const JsonObject& head, const wchar_t* mem
 }
 
 void PrintAs(Format format, const Forms& forms) {
+    // The texts of a large map are worth making only once.
     switch (format) {
         case Format::Json:
             return Print(forms.json().Text() + L"\n");

@@ -7,6 +7,8 @@ namespace {
 
 constexpr const wchar_t* lineStart = L"\n  ";
 
+// Everything above the controls may stand for itself: the output is UTF-8. Only DEL, which steers some terminals, is
+// escaped besides.
 std::wstring ToJsonCharacter(wchar_t c) {
     switch (c) {
         case L'"':

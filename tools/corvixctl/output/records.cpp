@@ -20,6 +20,7 @@ std::wstring ToPlainNumber(double number) {
     return text;
 }
 
+// RFC 4180 wants quotes around these only; more of them would be noise in most files.
 std::wstring ToCsvField(const std::wstring& text) {
     if (text.find_first_of(L",\"\r\n") == std::wstring::npos) return text;
     std::wstring quoted = L"\"";

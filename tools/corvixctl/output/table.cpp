@@ -40,6 +40,7 @@ unsigned CodePointAt(std::wstring_view text, size_t index) {
 size_t ColumnsOf(std::wstring_view text) {
     size_t columns = 0;
     for (size_t i = 0; i < text.size(); ++i) {
+        // Counted with the half before it.
         if (IsLowSurrogate(text[i])) continue;
         const unsigned code = CodePointAt(text, i);
         columns += IsIn(wideRanges, code) ? 2 : IsIn(markRanges, code) ? 0 : 1;
@@ -66,6 +67,7 @@ std::wstring ToTableText(const Cell& cell) {
     return MakeVisible(ToPlainText(cell));
 }
 
+// Columns have one name for programs and readers.
 std::wstring Heading(const Column& column) {
     std::wstring heading = column.name;
     for (wchar_t& c : heading)
@@ -128,6 +130,7 @@ std::wstring ToTable(const Records& records) {
             text.append(used < widths[column] ? widths[column] - used : 0, L' ');
             text += L"  ";
         }
+        // Blanks at the end of a line would only make it wrap.
         text.erase(text.find_last_not_of(L' ') + 1);
         table += text + L"\n";
     }

@@ -49,6 +49,7 @@ void Canceller::JobIs(const JobRef& job) {
 }
 
 void Canceller::Run() {
+    // The wish to stop is looked at first: it counts even when the work ended at the same time.
     const HANDLE events[] = {InterruptEvent(), over_.Get()};
     if (WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0) return;
     try {
@@ -71,9 +72,11 @@ void Canceller::Cancel() {
             message_ = L"interrupted before anything was sent";
             return;
         }
+        // The thread that sends may wait for the spool to have room; it need not any more.
         provider_->StopWaiting();
         job = job_;
     }
+    // Its exchanges must not end with the very event that brought us here.
     const Printer printer = open_(nullptr);
     if (job.IsKnown()) return CancelAt(printer, job);
     // The printer tells the number when it has all of the document. Where several jobs could be ours none is
@@ -90,6 +93,7 @@ void Canceller::CancelAt(const Printer& printer, const JobRef& job) {
         message_ = L"interrupted: " + Named(job) + L" canceled";
         return;
     }
+    // A refusal is also what a printer says of a job that was printed meanwhile.
     const std::optional<JobStatus> found = AskForJob(*provider, job);
     if (found && HasEnded(found->state)) {
         code_ = CodeOf(found->state);

@@ -53,6 +53,7 @@ bool Carry(const DocumentFile& file, const Carrier& carrier, Corvix::IPPProvider
     while (const int length = reader.Next()) {
         StopIfInterrupted();
         const HRESULT result = (sent == 0 ? carrier.begin : carrier.goOn)(reader.Piece(), length);
+        // A printer may refuse amid the document; the rest would be sent for nothing.
         const std::optional<unsigned> early = StatusOf(carrier.response);
         if (result != S_OK || (early && !IsIppSuccess(*early))) return false;
         sent += static_cast<unsigned>(length);
@@ -60,6 +61,7 @@ bool Carry(const DocumentFile& file, const Carrier& carrier, Corvix::IPPProvider
         AwaitRoom(provider, patience, progress);
     }
     StopIfInterrupted();
+    // No bytes end the document; only then the printer answers.
     if (carrier.goOn(nullptr, 0) == S_OK) progress.Finish();
     return true;
 }

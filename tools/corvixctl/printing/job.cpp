@@ -30,6 +30,7 @@ JobRef JobOf(const Corvix::IPPResponseBase& response) {
 
 std::optional<unsigned> StatusOf(const Corvix::IPPResponseBase& response) {
     const char* status = response.GetSuccessStatus();
+    // Without an answer the text is empty, or names an error of the transport.
     const bool isNumber = status && *status >= '0' && *status <= '9';
     return isNumber ? std::optional(ToNumber(status)) : std::nullopt;
 }
@@ -63,6 +64,7 @@ std::optional<JobStatus> AskForJob(Corvix::IPPProvider& provider, const JobRef& 
     const unsigned long state = std::wcstoul(text.substr(0, comma).c_str(), nullptr, 10);
     if (state == 0) return std::nullopt;
     JobStatus status{static_cast<Corvix::IPPJobState>(state), text.substr(std::min(comma + 1, text.size()))};
+    // A keyword of IPP for "no reason".
     if (status.reasons == L"none") status.reasons.clear();
     return status;
 }

@@ -56,6 +56,7 @@ std::optional<int> AgeOf(const IPPJob& job) {
 std::optional<IPPJob> FindOwnJob(const std::vector<IPPJob>& jobs, const JobOwner& owner) {
     constexpr long long tolerance = 1;  // of a clock that counts whole seconds
     const auto oldest = static_cast<long long>((GetTickCount64() - owner.begun) / 1000) + tolerance;
+    // A printer that does not tell the age is believed: user and name fit already.
     const auto isOurs = [&](const IPPJob& job) {
         return job.user == owner.user && job.name == owner.jobName && AgeOf(job).value_or(0) <= oldest;
     };

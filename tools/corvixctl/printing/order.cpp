@@ -64,6 +64,7 @@ JobAttribute ReadChoice(const std::wstring& option, const std::wstring& word) {
     std::wstring words;
     for (const Choice& choice : choices) {
         if (option != choice.option) continue;
+        // Who knows IPP may also use its own words.
         const bool isKeyword = choice.tag == keywordTag && KyUtils::ToUtf8(word) == choice.value;
         if (word == choice.word || isKeyword)
             return {choice.tag, choice.attribute, std::string(choice.value)};
@@ -79,10 +80,12 @@ DocumentFile ReadFileInfo(const std::wstring& path) {
     if (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
         throw UsageError(L"file " + path + L": it is a folder");
     const uint64_t size = static_cast<uint64_t>(info.nFileSizeHigh) << 32 | info.nFileSizeLow;
+    // Printers take an empty document for a mistake, some by waiting for more.
     if (size == 0) throw UsageError(L"file " + path + L": it is empty");
     return {path, path.substr(path.find_last_of(L"\\/") + 1), size};
 }
 
+// Which options go together is decided before anything is sent.
 void ReadWay(const Arguments& arguments, PrintOrder& order) {
     constexpr unsigned long usualPatience = 10 * 60 * 1000;
     if (arguments.Has(L"stream") && arguments.Has(L"documents"))

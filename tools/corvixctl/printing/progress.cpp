@@ -39,6 +39,7 @@ std::wstring ToReadableSize(uint64_t bytes) {
     double size = static_cast<double>(bytes) / 1024;
     const wchar_t* const units[] = {L"KB", L"MB", L"GB", L"TB"};
     size_t unit = 0;
+    // From where one figure behind the point would be rounded up to 1024.0.
     while (size >= 1023.95 && unit + 1 < std::size(units)) {
         size /= 1024;
         ++unit;
@@ -74,6 +75,7 @@ void Progress::MeasureRate(Clock::time_point now) {
     const double span = Seconds(now - measured_).count();
     if (Seconds(span) < measureInterval) return;
     const double rate = static_cast<double>(sent_ - measuredBytes_) / span;
+    // A moving average: single pieces come and go in bursts.
     rate_ = rate_ == 0 ? rate : 0.7 * rate_ + 0.3 * rate;
     measured_ = now;
     measuredBytes_ = sent_;
@@ -91,6 +93,7 @@ void Progress::Show() {
 
 std::wstring Progress::TimeLeft() const {
     if (!pause_.empty()) return pause_;
+    // Nothing is known yet, or it stands still.
     if (rate_ < 1) return L"";
     return ToReadableSpan(static_cast<double>(total_ - std::min(sent_, total_)) / rate_) + L" left";
 }
@@ -122,6 +125,7 @@ std::wstring Progress::Bar(size_t columns) const {
 
 void Progress::Finish() {
     const double span = Seconds(Clock::now() - start_).count();
+    // In the end the whole counts, not what came last.
     rate_ = span > 0 ? static_cast<double>(sent_) / span : 0;
     if (barStands_) {
         pause_ = L"in " + ToReadableSpan(span);

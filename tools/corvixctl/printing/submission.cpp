@@ -86,6 +86,7 @@ void Submission::Send(const DocumentFile& file, const Carrier& carrier) {
 JobRef Submission::Conclude(const IPPResponseBase& response) {
     StopIfInterrupted();
     const std::optional<unsigned> status = StatusOf(response);
+    // A success for a document that broke off is about what arrived.
     const bool isForPart = status && IsIppSuccess(*status) && !sentAll_;
     if (!status || isForPart) return LookForJob();
     Accept(*status);
@@ -97,6 +98,7 @@ Failure Submission::Unanswered() const {
     const auto& failure = printer_.device.journal->FirstFailure();
     if (!failure) return Failure(ExitCode::Canceled, L"the printer ended the job while it was sent");
     const std::wstring reason = DescribeIppExchange(*failure, L"");
+    // An HTTP status is an answer: the printer has decided.
     if (failure->status != 0) return Failure(ExitCode::Refused, L"not printed: " + reason);
     return Failure(ExitCode::Aborted, L"the document broke off on its way to the printer: " + reason);
 }
@@ -129,6 +131,7 @@ JobRef Submission::LookForJob() {
     const IPPJobState state = found->status.state;
     if (HasEnded(state) && state != IPPJobState::Completed)
         throw Failure(CodeOf(state), named + L" ended as " + ToText(found->status));
+    // The answer was lost, not the document.
     if (sentAll_) return found->job;
     CancelJob(provider_, order_.owner.user, found->job);
     throw Failure(unanswered.Code(), named + L", the part of it that arrived, was canceled");
@@ -168,6 +171,7 @@ void Submission::CreateJob() {
     } else {
         const std::wstring reason = ReasonOfIppFailure(printer_, GetLastError());
         StopIfInterrupted();
+        // The job may be there although its answer was lost; its documents can follow then.
         const std::optional<Found> found = Find();
         if (!found || HasEnded(found->status.state))
             throw Failure(ExitCode::Incomplete, L"not printed: " + reason);
