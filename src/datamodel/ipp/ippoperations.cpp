@@ -27,7 +27,12 @@ void IPPOperations::SetPrinterFileBufferContent(const unsigned char* document, u
 HRESULT IPPOperations::FormIPPRequestBasedOnOperation(unsigned char* buffer, int operation, int& length,
                                                       IPPRequestBase* record) const {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::FormIPPRequestBasedOnOperation");
-    return FormAttributes(exchange_.Target(), values_.For(operation, record), buffer, length);
+    std::string attributes;
+    const HRESULT formed = FormAttributes(exchange_.Target(), values_.For(operation, record), attributes);
+    if (FAILED(formed)) return formed;
+    attributes.copy(reinterpret_cast<char*>(buffer), attributes.size());
+    length = static_cast<int>(attributes.size());
+    return S_OK;
 }
 
 HRESULT IPPOperations::AddPrinterFileBufferToRequestData(int operation, std::string& body) const {
@@ -44,6 +49,12 @@ HRESULT IPPOperations::SendIPPRequest(int operation, HTTPResponse** response, IP
     const HRESULT sent = exchange_.Send(values_.For(operation, record), answer);
     if (SUCCEEDED(sent)) *response = answer.Release();
     return sent;
+}
+
+HRESULT IPPOperations::Ask(int operation, IPPRequestBase* record, bool secure, VARIANT* value) {
+    DisposablePtr<HTTPResponse> answer;
+    const HRESULT sent = SendIPPRequest(operation, answer.Receive(), record, secure);
+    return FAILED(sent) ? sent : ParseIPPResponse(answer.Get(), value);
 }
 
 HRESULT IPPOperations::SendIPPRequest(KyHTTPRequestEx* request, IPPRequestBase* record, bool limitsWait,

@@ -54,7 +54,9 @@ public:
     /// One exchange with the whole body at once. `response` receives the answer of status 200 with one
     /// reference.
     HRESULT SendIPPRequest(int operation, HTTPResponse** response, IPPRequestBase* record, bool secure);
-    /// The same Print-Job over a request that the caller made and keeps. With `limitsWait` the wait for the
+    /// The same, and ParseIPPResponse() of the answer.
+    HRESULT Ask(int operation, IPPRequestBase* record, bool secure, VARIANT* value);
+    /// A Print-Job over a request that the caller made and keeps. With `limitsWait` the wait for the
     /// answer is limited to so many milliseconds, and the caller asks for the result itself.
     HRESULT SendIPPRequest(KyHTTPRequestEx* request, IPPRequestBase* record, bool limitsWait,
                            unsigned long milliseconds);

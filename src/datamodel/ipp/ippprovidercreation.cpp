@@ -18,20 +18,13 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-/// HTTP statuses that say that the printer does not know the URI.
-constexpr DWORD unknownUriStatuses[] = {400, 404, 405};
+/// Whether an HTTP status says that the printer does not know the URI.
+bool IsUnknownUri(DWORD status) { return status == 400 || status == 404 || status == 405; }
 
-template <class Range, class Value>
-bool Holds(const Range& range, const Value& value) {
-    return std::find(std::begin(range), std::end(range), value) != std::end(range);
-}
-
-std::nullptr_t FailWith(DWORD error) {
-    SetLastError(error);
+std::nullptr_t FailWith(IPPError error) {
+    SetLastError(static_cast<DWORD>(error));
     return nullptr;
 }
-
-std::nullptr_t FailWith(IPPError error) { return FailWith(static_cast<DWORD>(error)); }
 
 /// Sets the last error of a device that cannot be reached.
 bool IsReachable(const std::wstring& host) {
@@ -134,7 +127,7 @@ DisposablePtr<IPPProvider> IPPProviderImpl::Create2(Address* address, const wcha
     settings.requestedAttributes = "printer-info";
     DisposablePtr<IPPProvider> provider = Create(address, settings);
     KyUtils::LastErrorScope lastError;
-    if (!provider && Holds(unknownUriStatuses, lastError.Get()))
+    if (!provider && IsUnknownUri(lastError.Get()))
         lastError.LeaveWith(static_cast<DWORD>(IPPError::PrinterNotFound));
     logSource.Debug(L"Resource URI is %ls \r\n", settings.resource.c_str());
     logSource.Debug(L"Resource URI is %ls \r\n", printerUri);

@@ -13,7 +13,7 @@
 #include "datamodel/ipp/following/jobstate.h"
 #include "datamodel/ipp/ippattributecache.h"
 #include "datamodel/ipp/ippoperations.h"
-#include "datamodel/ipp/jobrecords.h"
+#include "datamodel/ipp/printing/jobrecords.h"
 #include "utilslib/disposable.h"
 
 namespace Corvix {

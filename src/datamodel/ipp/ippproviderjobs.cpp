@@ -1,7 +1,6 @@
 // Jobs by whole exchanges: made, printed by reference, cancelled, asked about.
 #include "datamodel/ipp/ippproviderimpl.h"
-#include "datamodel/ipp/jobrecords.h"
-#include "datamodel/ipp/printing/jobresult.h"
+#include "datamodel/ipp/printing/jobrecords.h"
 #include "utilslib/boundary.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
@@ -17,16 +16,14 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 HRESULT IPPProviderImpl::Exchange(IPPOperations& operations, int operation, const JobRecords& records,
                                   bool secure) {
-    DisposablePtr<HTTPResponse> answer;
-    const HRESULT sent = operations.SendIPPRequest(operation, answer.Receive(), records.request, secure);
-    return FAILED(sent) ? sent : ReadJobAnswer(operations, *answer, operation, records.response);
+    const HRESULT asked = operations.Ask(operation, records.request, secure, nullptr);
+    return FAILED(asked) ? asked : operations.FormResponseStructure(operation, records.response);
 }
 
 HRESULT IPPProviderImpl::ReadJobAnswer(IPPOperations& operations, HTTPResponse& answer, int operation,
                                        IPPResponseBase* response) {
-    if (FAILED(operations.ParseIPPResponse(&answer, nullptr)))
-        return KyUtils::FailWith(unreadableAnswerError);
-    return operations.FormResponseStructure(operation, response);
+    const HRESULT read = operations.ParseIPPResponse(&answer, nullptr);
+    return FAILED(read) ? read : operations.FormResponseStructure(operation, response);
 }
 
 HRESULT IPPProviderImpl::JobExchange(int operation, const JobRecords& records) const {

@@ -2,8 +2,7 @@
 #include <utility>
 
 #include "datamodel/ipp/ippproviderimpl.h"
-#include "datamodel/ipp/jobrecords.h"
-#include "datamodel/ipp/printing/jobresult.h"
+#include "datamodel/ipp/printing/jobrecords.h"
 #include "utilslib/boundary.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"

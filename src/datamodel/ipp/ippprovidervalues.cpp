@@ -4,7 +4,6 @@
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "utilslib/boundary.h"
 #include "utilslib/com.h"
-#include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
 #include "wire/ipp/tags.h"
@@ -14,17 +13,15 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-constexpr std::string_view alternativeMark = "_OR_";
-
-std::vector<std::string> AlternativesOf(std::string_view name) {
-    std::vector<std::string> alternatives;
-    size_t start = 0;
-    for (size_t mark; (mark = name.find(alternativeMark, start)) != std::string_view::npos;) {
-        alternatives.emplace_back(name.substr(start, mark - start));
-        start = mark + alternativeMark.size();
+/// The pieces between the separators, empty ones included.
+std::vector<std::string_view> Split(std::string_view text, std::string_view separator) {
+    std::vector<std::string_view> pieces;
+    for (size_t end; (end = text.find(separator)) != std::string_view::npos;) {
+        pieces.push_back(text.substr(0, end));
+        text.remove_prefix(end + separator.size());
     }
-    alternatives.emplace_back(name.substr(start));
-    return alternatives;
+    pieces.push_back(text);
+    return pieces;
 }
 
 bool HasText(const KyUtils::Variant& value) { return value->vt != VT_EMPTY && !value.Text().empty(); }
@@ -32,19 +29,9 @@ bool HasText(const KyUtils::Variant& value) { return value->vt != VT_EMPTY && !v
 /// A blank key asks for no attribute in particular.
 bool NamesAttribute(const char* key) { return key && *key && *key != ' '; }
 
-std::vector<std::string_view> NamesIn(std::string_view list) {
-    std::vector<std::string_view> names;
-    for (size_t start = 0; start <= list.size();) {
-        const size_t end = std::min(list.find(',', start), list.size());
-        names.push_back(list.substr(start, end - start));
-        start = end + 1;
-    }
-    return names;
-}
-
 /// Whether a request was carried out and yet brought none of the attributes that it named.
 bool LacksAll(const Ipp::Message& response, std::string_view list) {
-    const auto names = NamesIn(list);
+    const auto names = Split(list, ",");
     return response.Code() < Ipp::Status::FirstError &&
            std::none_of(names.begin(), names.end(),
                         [&](std::string_view name) { return response.ValueText(name).has_value(); });
@@ -53,7 +40,7 @@ bool LacksAll(const Ipp::Message& response, std::string_view list) {
 /// The values of several attributes, those that are there, joined by ",".
 KyUtils::Variant JoinedValues(const IPPOperations& operations, std::string_view list) {
     std::wstring joined;
-    for (const std::string_view name : NamesIn(list)) {
+    for (const std::string_view name : Split(list, ",")) {
         KyUtils::Variant value;
         operations.GetValueFromIPPMap(name, value.Receive());
         if (!joined.empty() && HasText(value)) joined += L',';
@@ -86,8 +73,8 @@ HRESULT IPPProviderImpl::GetValue(const char* name, VARIANT* value) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetValue");
     if (!name || !value) return E_FAIL;
     return KyUtils::RaisingComErrors([&]() -> HRESULT {
-        for (const std::string& alternative : AlternativesOf(name)) {
-            if (!alternative.empty() && ReadAlternative(alternative, value) == S_OK) return S_OK;
+        for (const std::string_view alternative : Split(name, "_OR_")) {
+            if (!alternative.empty() && ReadAlternative(std::string(alternative), value) == S_OK) return S_OK;
         }
         return E_FAIL;
     });
@@ -122,14 +109,12 @@ HRESULT IPPProviderImpl::GetIPPValue(const char* requestedAttributes, int jobQue
 HRESULT IPPProviderImpl::QueryPrinter(IPPOperations& operations, const char* printerUri, bool merge,
                                       VARIANT* value) {
     if (printerUri && *printerUri) operations.SetPrinterURI(KyUtils::ToWide(printerUri));
-    DisposablePtr<HTTPResponse> response;
-    if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetPrinterAttributes, response.Receive(), nullptr,
-                                         target_.secure)))
-        return E_FAIL;
-    const HRESULT parsed = operations.ParseIPPResponse(response.Get(), value);
-    logSource.Debug(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) GetIPPValue done");
-    if (SUCCEEDED(parsed) && merge) cache_.Merge(operations.LastResponse());
-    return parsed;
+    const HRESULT asked =
+        operations.Ask(Ipp::Operation::GetPrinterAttributes, nullptr, target_.secure, value);
+    if (operations.LastResponse())
+        logSource.Debug(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) GetIPPValue done");
+    if (SUCCEEDED(asked) && merge) cache_.Merge(operations.LastResponse());
+    return asked;
 }
 
 HRESULT IPPProviderImpl::QueryJob(IPPOperations& operations, const std::string& names, const char* jobUri,
@@ -165,11 +150,9 @@ HRESULT IPPProviderImpl::RequestAuthorization(IPPRequestBase* request, IPPRespon
         const HRESULT sent = operations.SendIPPRequest(Ipp::Operation::StreamedPrintJob, answer.Receive(),
                                                        request, target_.secure);
         if (FAILED(sent)) return sent;
-        KyUtils::Variant value;
-        if (FAILED(operations.ParseIPPResponse(answer.Get(), value.Receive())) ||
-            FAILED(operations.FormResponseStructure(Ipp::Operation::StreamedPrintJob, response))) {
-            return KyUtils::FailWith(unreadableAnswerError);
-        }
+        const HRESULT read =
+            ReadJobAnswer(operations, *answer, Ipp::Operation::StreamedPrintJob, response);
+        if (FAILED(read)) return read;
         if (const wchar_t* authorization = answer->GetHeader(L"Authorization"))
             request->SetAuthorization(authorization);
         return S_OK;

@@ -79,8 +79,7 @@ RequestValues RequestValues::For(int otherOperation, IPPRequestBase* otherRecord
     return values;
 }
 
-HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, unsigned char* buffer,
-                       int& length) {
+HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, std::string& attributes) {
     const std::string uri = KyUtils::ToUtf8(target.QualifiedUri());
     Ipp::RequestFields fields;
     fields.language = values.language;
@@ -91,20 +90,15 @@ HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, uns
     fields.completedJobs = values.completedJobs;
     fields.jobsOfAllUsers = values.jobsOfAllUsers;
     if (values.record) TakeFromRecord(*values.record, fields);
-    const Ipp::FormResult result = Ipp::FormRequest(buffer, length, values.operation, fields);
+    attributes.resize(Ipp::attributePartCapacity);
+    int length = 0;
+    const Ipp::FormResult result = Ipp::FormRequest(reinterpret_cast<unsigned char*>(attributes.data()),
+                                                    length, values.operation, fields);
+    attributes.resize(static_cast<std::size_t>(length));
     if (result == Ipp::FormResult::Formed) return S_OK;
     logSource.ErrorResult(E_FAIL, L"The request of operation %d cannot be formed", values.operation);
     return KyUtils::FailWith(result == Ipp::FormResult::NothingRequested ? nothingRequestedError
                                                                          : DWORD{ERROR_SUCCESS});
-}
-
-HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, std::string& attributes) {
-    attributes.resize(Ipp::attributePartCapacity);
-    int length = 0;
-    const HRESULT formed =
-        FormAttributes(target, values, reinterpret_cast<unsigned char*>(attributes.data()), length);
-    attributes.resize(static_cast<std::size_t>(length));
-    return formed;
 }
 
 HRESULT AppendDocument(const RequestValues& values, std::string& body) {

@@ -31,12 +31,9 @@ struct RequestValues {
     RequestValues For(int otherOperation, IPPRequestBase* otherRecord) const;
 };
 
-/// Builds the attribute part of a request in a buffer of Ipp::attributePartCapacity bytes.
-/// \return E_FAIL when it cannot be formed; the last error is 4306 for a Get-Printer-Attributes that asks for
-///     nothing.
-HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, unsigned char* buffer,
-                       int& length);
-/// The same into a text, which is empty on failure.
+/// Builds the attribute part of a request.
+/// \return E_FAIL, with `attributes` empty, when it cannot be formed; the last error is 4306 for a
+///     Get-Printer-Attributes that asks for nothing.
 HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, std::string& attributes);
 /// Appends the document to the attribute part of a Print-Job, and nothing to that of any other operation.
 HRESULT AppendDocument(const RequestValues& values, std::string& body);

@@ -32,11 +32,12 @@ const unsigned char* BytesOf(std::string_view text) {
 
 HRESULT PrintStream::Begin(const IppTarget& target, const RequestValues& values, bool announcesChunks) {
     Abandon();
-    const HRESULT begun = connection_.Begin(target, values.record);
+    exchange_.Target() = target;
+    const HRESULT begun = exchange_.Begin(values.record);
     if (FAILED(begun)) return begun;
     std::string attributes;
     if (FAILED(FormAttributes(target, values, attributes))) return Fail(GetLastError());
-    request_ = dynamic_cast<KyHTTPRequestEx*>(connection_.Request());
+    request_ = dynamic_cast<KyHTTPRequestEx*>(exchange_.Request());
     if (!request_) return Fail(0);
     if (announcesChunks) {
         request_->AddHeader(L"Transfer-Encoding", L"chunked");
@@ -71,7 +72,7 @@ HRESULT PrintStream::GetEarlyResponse(DisposablePtr<HTTPResponse>& response) {
     // A device answers once: whoever asks again gets the same.
     if (!response_) {
         DisposablePtr<HTTPResponse> answer;
-        const HRESULT fetched = connection_.Fetch(answer);
+        const HRESULT fetched = exchange_.Fetch(answer);
         if (FAILED(fetched)) {
             Forget();
             return fetched;
@@ -90,15 +91,15 @@ unsigned long PrintStream::RefusalStatus() const {
 
 void PrintStream::Abandon() {
     Forget();
-    connection_.End();
+    exchange_.End();
 }
 
 HRESULT PrintStream::Fail(unsigned long reason) {
     Forget();
-    return connection_.Fail(reason);
+    return exchange_.Fail(reason);
 }
 
-/// Lets go of all that belongs to the body in hand but its request, which is the connection's.
+/// Lets go of all that belongs to the body in hand but its request, which is the exchange's.
 void PrintStream::Forget() {
     request_ = nullptr;
     response_.Reset();

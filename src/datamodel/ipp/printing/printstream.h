@@ -3,21 +3,20 @@
 
 #include <string>
 
-#include "datamodel/ipp/exchange/ippconnection.h"
-#include "datamodel/ipp/exchange/requestvalues.h"
+#include "datamodel/ipp/exchange/ippexchange.h"
 
 namespace Corvix {
 
 /// The body of a Print-Job or Send-Document, sent piece by piece: Begin(), Write() for each piece, End(), then
 /// the answer. It owns the request that carries the body, and at most one. One thread at a time.
 ///
-/// A failure gives the body up and returns E_FAIL with the last error of IppConnection, or with the HTTP status
+/// A failure gives the body up and returns E_FAIL with the last error of IppExchange, or with the HTTP status
 /// with which the device cut the body short. Writing then fails until the next Begin(): to go on as if nothing
 /// were amiss would print the rest of a document as one of its own.
 class PrintStream {
 public:
     /// \param address stays the caller's and outlives the object.
-    explicit PrintStream(Address* address) : connection_(address) {}
+    explicit PrintStream(Address* address) : exchange_(address) {}
 
     /// Sends the attributes as the first chunk; a body in hand is given up.
     /// \param announcesChunks adds the headers that tell of the chunks; without it the record's own extra
@@ -37,15 +36,15 @@ public:
     bool IsOpen() const { return request_ != nullptr; }
     /// Whether the device answered before the body's end.
     bool HasEarlyAnswer() const { return request_ && request_->GetResponseStatus() != 0; }
-    unsigned long HttpStatus() const { return connection_.HttpStatus(); }
+    unsigned long HttpStatus() const { return exchange_.HttpStatus(); }
 
 private:
     unsigned long RefusalStatus() const;
     HRESULT Fail(unsigned long reason);
     void Forget();
 
-    IppConnection connection_;
-    KyHTTPRequestEx* request_ = nullptr;    ///< the connection's, once the body was begun
+    IppExchange exchange_;
+    KyHTTPRequestEx* request_ = nullptr;    ///< the exchange's, once the body was begun
     DisposablePtr<HTTPResponse> response_;  ///< once it was fetched
     std::string chunk_;                     ///< the last one
 };

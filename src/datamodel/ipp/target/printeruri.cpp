@@ -37,11 +37,6 @@ size_t HostOf(std::wstring_view uri) {
     return scheme == std::wstring_view::npos ? 0 : scheme + 3;
 }
 
-void LogChosen(const std::wstring& uri) {
-    logSource.Debug(L"IPPProviderImpl::GetSupportedPrinterUri IPP Resource URI from IPP Response: %ls",
-                    uri.c_str());
-}
-
 using UriList = std::vector<std::wstring>;
 
 UriList ListOf(std::wstring_view advertised) {
@@ -52,42 +47,22 @@ UriList ListOf(std::wstring_view advertised) {
     return uris;
 }
 
-const std::wstring* FirstOf(const UriList& uris, UriScheme scheme) {
-    const auto found = std::find_if(uris.begin(), uris.end(), [scheme](const std::wstring& uri) {
-        return ClassifyUriScheme(uri.c_str()) == scheme;
-    });
-    return found == uris.end() ? nullptr : &*found;
-}
-
-HRESULT ChoosePlain(const UriList& uris, std::wstring& uri) {
-    const std::wstring* first = FirstOf(uris, UriScheme::Ipp);
-    if (!first) return E_FAIL;
-    uri = *first;
-    LogChosen(uri);
-    return S_OK;
-}
-
-HRESULT ChooseSecure(Address& address, const UriList& uris, std::wstring& uri) {
-    const std::wstring* first = FirstOf(uris, UriScheme::SecureIpp);
-    if (!first) return E_FAIL;
+/// The one on the address's port, or the first, to whose port the address is then set.
+std::wstring ChooseSecure(Address& address, const UriList& uris) {
     logSource.Debug(L"IPPProviderImpl::GetSupportedPrinterUri IPPS URI required");
     const std::wstring port = TextOrEmpty(address.GetPort());
-    for (const std::wstring& candidate : uris) {
-        if (!IsSecureUri(candidate) || SplitPortFromUri(candidate).port != port) continue;
-        uri = candidate;
+    for (const std::wstring& uri : uris) {
+        if (SplitPortFromUri(uri).port != port) continue;
         logSource.Debug(
             L"IPPProviderImpl::GetSupportedPrinterUri IPPS URI required, Port supported matched %ls",
             port.c_str());
-        LogChosen(uri);
-        return S_OK;
+        return uri;
     }
-    uri = *first;
-    const std::wstring advertisedPort = SplitPortFromUri(uri).port;
+    const std::wstring advertisedPort = SplitPortFromUri(uris.front()).port;
     logSource.Debug(L"IPPProviderImpl::GetSupportedPrinterUri IPPS URI required, Port matched %ls",
                     advertisedPort.c_str());
-    LogChosen(uri);
     address.SetPort(advertisedPort.c_str());
-    return S_OK;
+    return uris.front();
 }
 
 // ---- a caller's URI
@@ -212,10 +187,20 @@ std::wstring CreatePrinterURIAttribute(Address& address, const std::wstring& res
 HRESULT GetSupportedPrinterUri(Address& address, std::wstring_view advertised, bool secure,
                                std::wstring& uri) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetSupportedPrinterUri");
-    const UriList uris = ListOf(advertised);
+    UriList uris = ListOf(advertised);
     if (uris.empty()) return E_FAIL;
-    if (uris.size() > 1) return secure ? ChooseSecure(address, uris, uri) : ChoosePlain(uris, uri);
-    uri = uris.front();
+    if (uris.size() == 1) {
+        uri = uris.front();
+        return S_OK;
+    }
+    const UriScheme wanted = secure ? UriScheme::SecureIpp : UriScheme::Ipp;
+    uris.erase(std::remove_if(uris.begin(), uris.end(),
+                              [&](const std::wstring& each) { return ClassifyUriScheme(each.c_str()) != wanted; }),
+               uris.end());
+    if (uris.empty()) return E_FAIL;
+    uri = secure ? ChooseSecure(address, uris) : uris.front();
+    logSource.Debug(L"IPPProviderImpl::GetSupportedPrinterUri IPP Resource URI from IPP Response: %ls",
+                    uri.c_str());
     return S_OK;
 }
 

@@ -1,4 +1,4 @@
-#include "datamodel/ipp/printing/jobresult.h"
+#include "datamodel/ipp/printing/jobrecords.h"
 
 #include <string_view>
 
@@ -49,6 +49,25 @@ HRESULT ResultOf(const KnownStatus (&statuses)[count], std::string_view status) 
 
 }  // namespace
 
+bool NamesJob(const IPPRequestBase& request) {
+    return request.GetJobID() != 0 || HasText(request.GetJobURI());
+}
+
+bool HasUser(const IPPRequestBase& request) {
+    if (HasText(request.GetRequestingUserName())) return true;
+    logSource.Error(L"RequestingUserName is not present");
+    return false;
+}
+
+bool DescribesDocument(const IPPRequestBase& request) {
+    const bool hasUser = HasUser(request);
+    const bool hasJob = request.GetJobID() != 0;
+    if (!hasJob) logSource.Error(L"Invalid Job ID");
+    const bool saysLast = request.HasLastDocument();
+    if (!saysLast) logSource.Error(L"Last-Document is not set");
+    return hasUser && hasJob && saysLast;
+}
+
 bool IsAccepted(const IPPResponseBase& response) { return StatusOf(response) == accepted; }
 
 HRESULT ResultOfPrintJob(const IPPResponseBase& response) {
@@ -57,6 +76,11 @@ HRESULT ResultOfPrintJob(const IPPResponseBase& response) {
 
 HRESULT ResultOfDocument(const IPPResponseBase& response) {
     return ResultOf(documentStatuses, StatusOf(response));
+}
+
+HRESULT LogExit(const wchar_t* operation, HRESULT result) {
+    logSource.Debug(L"%ls exits with result 0x%08X", operation, static_cast<unsigned>(result));
+    return result;
 }
 
 }  // namespace Corvix
