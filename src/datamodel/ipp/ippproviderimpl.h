@@ -80,7 +80,7 @@ private:
     IppTarget OwnTarget() const;
     IppExchange MakeExchange() const { return IppExchange(address_.Get(), OwnTarget()); }
     Operations MakeOperations() const { return std::make_unique<IPPOperations>(address_.Get(), OwnTarget()); }
-    IPPOperations& RenewJobOperations();
+    void RenewJobOperations();
 
     bool ReadCached(const std::string& name, VARIANT* value) const;
     HRESULT ReadAlternative(const std::string& name, VARIANT* value);
@@ -91,7 +91,6 @@ private:
     static HRESULT Exchange(IPPOperations& operations, int operation, const JobRecords& records, bool secure);
     static HRESULT ReadJobAnswer(IPPOperations& operations, HTTPResponse& answer, int operation,
                                  IPPResponseBase* response);
-    HRESULT JobExchange(int operation, const JobRecords& records) const;
     JobFate AskAbout(const IPPRequestBase& request, const char* whichJobs, const std::string& userName) const;
     std::wstring UriOfJob(const IPPRequestBase& request, const JobFate& amongOwn) const;
 
@@ -101,6 +100,7 @@ private:
     HRESULT AfterStart(IPPResponseBase* response);
     HRESULT AnsweredEarly(IPPResponseBase* response);
     HRESULT JobAfterFailedStart(IPPRequestBase* request);
+    HRESULT AfterPiece(HRESULT written, IPPRequestBase* request);
     HRESULT EndBody(int operation, const JobRecords& records);
     HRESULT JobAfterFailure(const wchar_t* failure, IPPRequestBase* request);
 

@@ -12,6 +12,11 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
+/// Whether the records are there, and say what document the printer is to fetch.
+bool NamesDocument(const JobRecords& records) {
+    return records.request && records.response && HasText(records.request->GetDocumentUri());
+}
+
 }  // namespace
 
 HRESULT IPPProviderImpl::Exchange(IPPOperations& operations, int operation, const JobRecords& records,
@@ -26,33 +31,28 @@ HRESULT IPPProviderImpl::ReadJobAnswer(IPPOperations& operations, HTTPResponse& 
     return FAILED(read) ? read : operations.FormResponseStructure(operation, response);
 }
 
-HRESULT IPPProviderImpl::JobExchange(int operation, const JobRecords& records) const {
-    return KyUtils::RaisingComErrors(
-        [&] { return Exchange(*MakeOperations(), operation, records, target_.secure); });
-}
-
 HRESULT IPPProviderImpl::CreateJob(IPPRequestBase* request, IPPResponseBase* response) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::CreateJob");
-    if (!request || !response) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    if (!HasUser(*request)) return E_FAIL;
-    return JobExchange(Ipp::Operation::CreateJob, {request, response});
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::CreateJob", [&]() -> HRESULT {
+        if (!request || !response) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
+        if (!HasUser(*request)) return E_FAIL;
+        return Exchange(*MakeOperations(), Ipp::Operation::CreateJob, {request, response}, target_.secure);
+    });
 }
 
 HRESULT IPPProviderImpl::SendURI(IPPRequestBase* request, IPPResponseBase* response) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::SendURI");
-    if (!request || !response || !HasText(request->GetDocumentUri()))
-        return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    if (!DescribesDocument(*request)) return E_FAIL;
-    return JobExchange(Ipp::Operation::SendUri, {request, response});
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::SendURI", [&]() -> HRESULT {
+        if (!NamesDocument({request, response})) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
+        if (!DescribesDocument(*request)) return E_FAIL;
+        return Exchange(*MakeOperations(), Ipp::Operation::SendUri, {request, response}, target_.secure);
+    });
 }
 
 HRESULT IPPProviderImpl::PrintUri(IPPRequestBase* request, IPPResponseBase* response) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::PrintUri");
-    if (!request || !response || !HasText(request->GetDocumentUri()))
-        return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::PrintUri", [&]() -> HRESULT {
+        if (!NamesDocument({request, response})) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
         BeginJobOf(*request);
-        HRESULT result = JobExchange(Ipp::Operation::PrintUri, {request, response});
+        HRESULT result =
+            Exchange(*MakeOperations(), Ipp::Operation::PrintUri, {request, response}, target_.secure);
         if (SUCCEEDED(result)) result = ResultOfPrintJob(*response);
         if (result == S_OK) follower_.Start(OwnTarget(), userName_);
         return LogExit(L"PrintUri", result);
@@ -60,12 +60,11 @@ HRESULT IPPProviderImpl::PrintUri(IPPRequestBase* request, IPPResponseBase* resp
 }
 
 HRESULT IPPProviderImpl::CancelJob(IPPRequestBase* request, IPPResponseBase* response) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::CancelJob");
-    if (!request || !response) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    StopAllThreadsRunning();
-    if (!HasUser(*request)) return E_FAIL;
-    userName_ = request->GetRequestingUserName();
-    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::CancelJob", [&]() -> HRESULT {
+        if (!request || !response) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
+        StopAllThreadsRunning();
+        if (!HasUser(*request)) return E_FAIL;
+        userName_ = request->GetRequestingUserName();
         const JobFate fate = AskAbout(*request, notCompletedJobs, userName_);
         if (fate.result != jobIsOver) logSource.Error(L"GetJobs failed");
         if (!NamesJob(*request)) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
@@ -86,8 +85,7 @@ std::wstring IPPProviderImpl::UriOfJob(const IPPRequestBase& request, const JobF
 }
 
 HRESULT IPPProviderImpl::GetJobs(unsigned flag) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetJobs");
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::GetJobs", [&] {
         IppExchange exchange = MakeExchange();
         const HRESULT asked = AskJobState(exchange, userName_, flag);
         if (asked == jobIsOver) follower_.SignalJobEnd();
@@ -96,9 +94,10 @@ HRESULT IPPProviderImpl::GetJobs(unsigned flag) {
 }
 
 HRESULT IPPProviderImpl::GetJobs(IPPRequestBase* request, const char* whichJobs) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetJobs");
-    if (!request || !whichJobs) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    return KyUtils::RaisingComErrors([&] { return AskAbout(*request, whichJobs, userName_).result; });
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::GetJobs", [&]() -> HRESULT {
+        if (!request || !whichJobs) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
+        return AskAbout(*request, whichJobs, userName_).result;
+    });
 }
 
 JobFate IPPProviderImpl::AskAbout(const IPPRequestBase& request, const char* whichJobs,

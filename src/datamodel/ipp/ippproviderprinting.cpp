@@ -48,9 +48,9 @@ HRESULT IPPProviderImpl::WaitUntilReady() {
     return S_OK;
 }
 
-IPPOperations& IPPProviderImpl::RenewJobOperations() {
+void IPPProviderImpl::RenewJobOperations() {
     jobOperations_ = MakeOperations();
-    return *jobOperations_;
+    jobOperations_->SetSecurityFlags(target_.securityFlags);
 }
 
 /// Whatever was followed until now is followed no more.
@@ -61,17 +61,15 @@ void IPPProviderImpl::BeginJobOf(const IPPRequestBase& request) {
 
 HRESULT IPPProviderImpl::PrintJob(IPPRequestBase* request, IPPResponseBase* response,
                                   const unsigned char* data, int length, unsigned char waitForReady) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::PrintJob");
-    if (length <= 0 || !request || !response || !data) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::PrintJob", [&]() -> HRESULT {
+        if (length <= 0 || !request || !response || !data) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
         BeginJobOf(*request);
-        IPPOperations& job = RenewJobOperations();
-        job.SetSecurityFlags(operations_->SecurityFlags());
-        const HRESULT ready = waitForReady ? WaitUntilReady() : S_OK;
-        if (FAILED(ready)) return LogExit(L"PrintJob", ready);
-        const HRESULT sent = job.SendPrintJobRequest(request, target_.secure, data,
+        RenewJobOperations();
+        HRESULT result = waitForReady ? WaitUntilReady() : S_OK;
+        if (FAILED(result)) return LogExit(L"PrintJob", result);
+        result = jobOperations_->SendPrintJobRequest(request, target_.secure, data,
                                                      static_cast<unsigned long>(length), false, true);
-        return LogExit(L"PrintJob", SUCCEEDED(sent) ? AfterStart(response) : JobAfterFailedStart(request));
+        return LogExit(L"PrintJob", SUCCEEDED(result) ? AfterStart(response) : JobAfterFailedStart(request));
     });
 }
 
@@ -115,9 +113,8 @@ HRESULT IPPProviderImpl::JobAfterFailedStart(IPPRequestBase* request) {
 
 HRESULT IPPProviderImpl::PrintJobWrite(IPPRequestBase* request, IPPResponseBase* response,
                                        const unsigned char* data, int length) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::PrintJobWrite");
-    if (!IsWritable({request, response}, data, length)) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::PrintJobWrite", [&]() -> HRESULT {
+        if (!IsWritable({request, response}, data, length)) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
         if (follower_.GetPrintStatus()) {
             logSource.Error(L"PrintJobWrite Cancelled from Device end");
             logSource.Error(L"hr is set to S_DEVICECANCELED");
@@ -126,45 +123,41 @@ HRESULT IPPProviderImpl::PrintJobWrite(IPPRequestBase* request, IPPResponseBase*
         if (length == 0)
             return LogExit(L"PrintJobWrite", EndBody(Ipp::Operation::PrintJob, {request, response}));
         const HRESULT written = jobOperations_->Stream().Write(data, static_cast<unsigned long>(length));
-        return LogExit(L"PrintJobWrite", SUCCEEDED(written)
-                                             ? S_OK
-                                             : JobAfterFailure(L"Failed while sending chunk data", request));
+        return LogExit(L"PrintJobWrite", AfterPiece(written, request));
     });
 }
 
 HRESULT IPPProviderImpl::SendDocument(IPPRequestBase* request, IPPResponseBase* response,
                                       const unsigned char* data, int length) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::SendDocument");
-    if (!request || !response) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    if (!DescribesDocument(*request)) return E_FAIL;
-    if (length <= 0 || !data) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::SendDocument", [&]() -> HRESULT {
+        if (!request || !response) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
+        if (!DescribesDocument(*request)) return E_FAIL;
+        if (length <= 0 || !data) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
         // A job that is followed meanwhile, one printed by reference, is its user's.
         if (userName_ != request->GetRequestingUserName()) StopAllThreadsRunning();
         userName_ = request->GetRequestingUserName();
-        IPPOperations& job = RenewJobOperations();
-        job.SetSecurityFlags(operations_->SecurityFlags());
-        const HRESULT sent = job.SendDocumentRequest(request, target_.secure, data,
-                                                     static_cast<unsigned long>(length), false, true);
-        return LogExit(L"SendDocument", sent);
+        RenewJobOperations();
+        return LogExit(L"SendDocument",
+                       jobOperations_->SendDocumentRequest(request, target_.secure, data,
+                                                           static_cast<unsigned long>(length), false, true));
     });
 }
 
 HRESULT IPPProviderImpl::SendDocumentWrite(IPPRequestBase* request, IPPResponseBase* response,
                                            const unsigned char* data, int length) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::SendDocumentWrite");
-    if (!IsWritable({request, response}, data, length)) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    return KyUtils::RaisingComErrors([&] {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::SendDocumentWrite", [&]() -> HRESULT {
+        if (!IsWritable({request, response}, data, length)) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
         if (length > 0) {
             const HRESULT written = jobOperations_->Stream().Write(data, static_cast<unsigned long>(length));
-            return LogExit(
-                L"SendDocumentWrite",
-                SUCCEEDED(written) ? S_OK : JobAfterFailure(L"Failed while sending chunk data", request));
+            return LogExit(L"SendDocumentWrite", AfterPiece(written, request));
         }
-        HRESULT result = EndBody(Ipp::Operation::SendDocument, {request, response});
-        if (result == S_OK) result = ResultOfDocument(*response);
-        return LogExit(L"SendDocumentWrite", result);
+        const HRESULT result = EndBody(Ipp::Operation::SendDocument, {request, response});
+        return LogExit(L"SendDocumentWrite", result == S_OK ? ResultOfDocument(*response) : result);
     });
+}
+
+HRESULT IPPProviderImpl::AfterPiece(HRESULT written, IPPRequestBase* request) {
+    return SUCCEEDED(written) ? S_OK : JobAfterFailure(L"Failed while sending chunk data", request);
 }
 
 /// Ends the document and reads what the printer makes of it.

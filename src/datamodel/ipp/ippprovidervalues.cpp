@@ -70,9 +70,8 @@ HRESULT IPPProviderImpl::ReadAlternative(const std::string& name, VARIANT* value
 }
 
 HRESULT IPPProviderImpl::GetValue(const char* name, VARIANT* value) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetValue");
-    if (!name || !value) return E_FAIL;
-    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::GetValue", [&]() -> HRESULT {
+        if (!name || !value) return E_FAIL;
         for (const std::string_view alternative : Split(name, "_OR_")) {
             if (!alternative.empty() && ReadAlternative(std::string(alternative), value) == S_OK) return S_OK;
         }
@@ -83,9 +82,8 @@ HRESULT IPPProviderImpl::GetValue(const char* name, VARIANT* value) {
 HRESULT IPPProviderImpl::GetIPPValue(const char* requestedAttributes, int jobQuery, VARIANT* value,
                                      const char* jobUri, const wchar_t* resource, unsigned securityFlags,
                                      int useCache, const char* attributeKey) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::GetIPPValue");
-    if (!value) return E_FAIL;
-    return KyUtils::RaisingComErrors([&]() -> HRESULT {
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::GetIPPValue", [&]() -> HRESULT {
+        if (!value) return E_FAIL;
         const bool cached = useCache == 1;
         if (cached && attributeKey && ReadCached(attributeKey, value)) return S_OK;
         if (!requestedAttributes) return E_FAIL;
@@ -93,14 +91,14 @@ HRESULT IPPProviderImpl::GetIPPValue(const char* requestedAttributes, int jobQue
         operations->SetAttributeName(requestedAttributes);
         if (resource && *resource) operations->SetResourceURI(resource);
         if (!target_.secure || securityFlags != 0) operations->SetSecurityFlags(securityFlags);
-        if (NamesAttribute(attributeKey)) operations->SetAttributeKey(attributeKey);
+        const bool hasKey = NamesAttribute(attributeKey);
+        if (hasKey) operations->SetAttributeKey(attributeKey);
         KyUtils::Variant answer;
         const HRESULT result = jobQuery ? QueryJob(*operations, requestedAttributes, jobUri, answer.Receive())
                                         : QueryPrinter(*operations, jobUri, cached, answer.Receive());
         if (FAILED(result)) return result;
         if (answer->vt == VT_EMPTY)
-            answer =
-                JoinedValues(*operations, NamesAttribute(attributeKey) ? attributeKey : requestedAttributes);
+            answer = JoinedValues(*operations, hasKey ? attributeKey : requestedAttributes);
         *value = answer.Release();
         return result;
     });
@@ -140,18 +138,17 @@ HRESULT IPPProviderImpl::SendJobQuery(IPPOperations& operations, const std::stri
 }
 
 HRESULT IPPProviderImpl::RequestAuthorization(IPPRequestBase* request, IPPResponseBase* response) {
-    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::RequestAuthorization");
-    if (!request || !response) return E_FAIL;
-    return KyUtils::RaisingComErrors([&]() -> HRESULT {
-        IPPOperations& operations = RenewJobOperations();
+    return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::RequestAuthorization", [&]() -> HRESULT {
+        if (!request || !response) return E_FAIL;
+        RenewJobOperations();
         if (target_.printerUri.find(L"ipps") == std::wstring::npos) return E_FAIL;
         DisposablePtr<HTTPResponse> answer;
         // A refused exchange leaves the HTTP status, such as 401, in the last error.
-        const HRESULT sent = operations.SendIPPRequest(Ipp::Operation::StreamedPrintJob, answer.Receive(),
-                                                       request, target_.secure);
+        const HRESULT sent = jobOperations_->SendIPPRequest(Ipp::Operation::StreamedPrintJob,
+                                                            answer.Receive(), request, target_.secure);
         if (FAILED(sent)) return sent;
         const HRESULT read =
-            ReadJobAnswer(operations, *answer, Ipp::Operation::StreamedPrintJob, response);
+            ReadJobAnswer(*jobOperations_, *answer, Ipp::Operation::StreamedPrintJob, response);
         if (FAILED(read)) return read;
         if (const wchar_t* authorization = answer->GetHeader(L"Authorization"))
             request->SetAuthorization(authorization);

@@ -194,9 +194,10 @@ HRESULT GetSupportedPrinterUri(Address& address, std::wstring_view advertised, b
         return S_OK;
     }
     const UriScheme wanted = secure ? UriScheme::SecureIpp : UriScheme::Ipp;
-    uris.erase(std::remove_if(uris.begin(), uris.end(),
-                              [&](const std::wstring& each) { return ClassifyUriScheme(each.c_str()) != wanted; }),
-               uris.end());
+    uris.erase(
+        std::remove_if(uris.begin(), uris.end(),
+                       [&](const std::wstring& each) { return ClassifyUriScheme(each.c_str()) != wanted; }),
+        uris.end());
     if (uris.empty()) return E_FAIL;
     uri = secure ? ChooseSecure(address, uris) : uris.front();
     logSource.Debug(L"IPPProviderImpl::GetSupportedPrinterUri IPP Resource URI from IPP Response: %ls",
