@@ -102,8 +102,8 @@ public:
     /// Asks for the jobs of the user: for their states when `flag` is not 0, else for the states' reasons.
     /// \return 1 a job still runs, 0 it is finished or cancelled, E_FAIL the exchange failed.
     virtual HRESULT GetJobs(unsigned flag) = 0;
-    /// Looks the request's job up, by job id, else by job URI, in one of the printer's job lists; without
-    /// either it is taken for the only job of its user.
+    /// Looks the request's job up, by job id, else by job URI, in one of the printer's job lists, and judges it by
+    /// its own state and reasons; without either it asks about all jobs of the user.
     /// \param whichJobs "completed" or "not-completed".
     /// \return 1 the job still runs (it is among those not completed, or not among the completed ones), 0 it
     ///     is finished or cancelled, E_FAIL the exchange failed.

@@ -417,30 +417,43 @@ TEST_F(PrintPipeline, TellsFromTheJobsOfAUserWhetherOneRuns) {
     }
 }
 
-TEST_F(PrintPipeline, FindsOneJobAmongSeveral) {
-    const std::string several = Jobs({{6, 9, {"none"}}, {7, 5, {"none"}}, {8, 7, {"none"}}});
+// Each job is judged by what the printer tells of it, and by nothing that it tells of another.
+TEST_F(PrintPipeline, JudgesOneJobAmongSeveral) {
+    const Job runs{7, 5, {"none"}};
+    const Job stopping{8, 5, {"processing-to-stop-point", "job-canceled-by-user"}};
+    const Job canceled{9, 7, {"none"}};
+    const std::string several =
+        Jobs({runs, stopping, canceled, {10, 4, {"job-incoming", "job-hold-until-specified"}}});
     struct {
+        std::string list;
         unsigned id;
         const char* uri;
         const char* whichJobs;
         HRESULT result;
     } const cases[] = {
-        {7, nullptr, "not-completed", stillRunning},
-        {6, nullptr, "not-completed", 0},
-        {8, nullptr, "not-completed", 0},
-        {9, nullptr, "not-completed", 0},
-        {0, "ipp://localhost/jobs/7", "not-completed", stillRunning},
-        {0, "ipp://localhost/jobs/9", "not-completed", 0},
-        {7, nullptr, "completed", 0},
-        {9, nullptr, "completed", stillRunning},
+        {several, 7, nullptr, "not-completed", stillRunning},
+        {several, 8, nullptr, "not-completed", 0},
+        {several, 9, nullptr, "not-completed", 0},
+        {several, 10, nullptr, "not-completed", stillRunning},
+        {several, 11, nullptr, "not-completed", 0},
+        {several, 0, "ipp://localhost/jobs/7", "not-completed", stillRunning},
+        {several, 0, "ipp://localhost/jobs/8", "not-completed", 0},
+        {several, 0, "ipp://localhost/jobs/11", "not-completed", 0},
+        {several, 7, nullptr, "completed", 0},
+        {several, 11, nullptr, "completed", stillRunning},
+        // Without a name every listed job is meant.
+        {several, 0, nullptr, "not-completed", stillRunning},
+        {Jobs({stopping, canceled}), 0, nullptr, "not-completed", 0},
+        {Jobs({stopping}), 0, "", "not-completed", 0},
+        {noJobs, 0, nullptr, "not-completed", 0},
     };
-    Printer().Script(Operation::GetJobs, {several});
+    Open();
     for (const auto& known : cases) {
-        Open();
+        SCOPED_TRACE(&known - cases);
+        Printer().Script(Operation::GetJobs, {known.list});
         request_->SetJobID(known.id);
         request_->SetJobURI(known.uri);
-        EXPECT_EQ(provider_->GetJobs(request_.Get(), known.whichJobs), known.result)
-            << known.id << " " << known.whichJobs;
+        EXPECT_EQ(provider_->GetJobs(request_.Get(), known.whichJobs), known.result);
     }
 }
 

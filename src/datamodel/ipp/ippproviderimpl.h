@@ -92,7 +92,7 @@ private:
     static HRESULT ReadJobAnswer(IPPOperations& operations, HTTPResponse& answer, int operation,
                                  IPPResponseBase* response);
     JobFate AskAbout(const IPPRequestBase& request, const char* whichJobs, const std::string& userName) const;
-    std::wstring UriOfJob(const IPPRequestBase& request, const JobFate& amongOwn) const;
+    std::string UriOfJob(const IPPRequestBase& request, const JobFate& amongOwn) const;
 
     void BeginJobOf(const IPPRequestBase& request);
     ReadyState CheckForPrinterReadyState();

@@ -70,18 +70,18 @@ HRESULT IPPProviderImpl::CancelJob(IPPRequestBase* request, IPPResponseBase* res
         if (!NamesJob(*request)) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
         const Operations operations = MakeOperations();
         if (!HasText(request->GetJobURI()))
-            operations->SetJobURI(KyUtils::ToUtf8(fate.uri.empty() ? UriOfJob(*request, fate) : fate.uri));
+            operations->SetJobURI(fate.uri.empty() ? UriOfJob(*request, fate) : fate.uri);
         return Exchange(*operations, Ipp::Operation::CancelJob, {request, response}, false);
     });
 }
 
 /// The URI of a job that is not among its user's. Cancel-Job names the job by URI alone, so where nobody
 /// tells it, it is what most printers make of their own: they answer what they think of the job themselves.
-std::wstring IPPProviderImpl::UriOfJob(const IPPRequestBase& request, const JobFate& amongOwn) const {
+std::string IPPProviderImpl::UriOfJob(const IPPRequestBase& request, const JobFate& amongOwn) const {
     // A printer that could not be asked is not asked again.
     const JobFate fate = FAILED(amongOwn.result) ? amongOwn : AskAbout(request, notCompletedJobs, {});
     if (!fate.uri.empty()) return fate.uri;
-    return target_.QualifiedUri() + L'/' + std::to_wstring(request.GetJobID());
+    return KyUtils::ToUtf8(target_.QualifiedUri()) + '/' + std::to_string(request.GetJobID());
 }
 
 HRESULT IPPProviderImpl::GetJobs(unsigned flag) {

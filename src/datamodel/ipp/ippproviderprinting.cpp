@@ -33,7 +33,7 @@ IPPProviderImpl::ReadyState IPPProviderImpl::CheckForPrinterReadyState() {
         return ReadyState::Failed;
     }
     if (state.IsIdle() && !state.IsFull()) return ReadyState::Ready;
-    logSource.Debug(L"Printer State: %ls", state.state.c_str());
+    logSource.Debug(L"Printer State: %hs", state.state.c_str());
     return ReadyState::NotReady;
 }
 

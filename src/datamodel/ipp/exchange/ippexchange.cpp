@@ -129,8 +129,4 @@ HRESULT IppAnswer::Read(std::string_view body, bool failOnErrorStatus) {
     return KyUtils::FailWith(unreadableAnswerError);
 }
 
-std::wstring IppAnswer::TextOf(std::string_view name) const {
-    return message_ ? KyUtils::ToWide(message_->ValueText(name).value_or("")) : std::wstring();
-}
-
 }  // namespace Corvix

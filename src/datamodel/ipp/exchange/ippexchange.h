@@ -32,7 +32,9 @@ public:
     /// Null before the first.
     const std::shared_ptr<const Ipp::Message>& Message() const { return message_; }
     /// The values of one attribute as text, empty when the answer has none.
-    std::wstring TextOf(std::string_view name) const;
+    std::string TextOf(std::string_view name) const {
+        return message_ ? message_->ValueText(name).value_or("") : std::string();
+    }
 
 private:
     std::shared_ptr<const Ipp::Message> message_;

@@ -187,7 +187,7 @@ void JobFollower::ShowPrinterState(const PrinterState& state) {
     } else {
         SetEvent(printReady_.Get());
     }
-    logSource.Debug(L"Printer state = %ls and Printer-State-Reasons = %ls", state.state.c_str(),
+    logSource.Debug(L"Printer state = %hs and Printer-State-Reasons = %hs", state.state.c_str(),
                     state.reasons.c_str());
 }
 

@@ -23,11 +23,11 @@ HRESULT AskJobState(IppExchange& exchange, const std::string& userName, unsigned
 /// What is known of one job.
 struct JobFate {
     HRESULT result = E_FAIL;  ///< as AskJobState() returns it
-    std::wstring uri;         ///< the job's, where the printer listed it
+    std::string uri;          ///< the job's, where the printer listed it
 };
 
-/// Looks the job that a request names, by its id or else its URI, up in one of the printer's lists; one without
-/// either is taken for the only job of its user.
+/// Looks the job that a request names, by its id or else its URI, up in one of the printer's lists; of one
+/// without either every job of its user is meant. Each is judged by its own attributes.
 /// \param whichJobs completedJobs or notCompletedJobs. A job that is not listed is over when it is not among
 ///     the latter, and runs when it is not among the former.
 JobFate AskAboutJob(IppExchange& exchange, const IPPRequestBase& request, const char* whichJobs,

@@ -11,13 +11,13 @@ namespace Corvix {
 
 /// "printer-state" and "printer-state-reasons" as texts.
 struct PrinterState {
-    std::wstring state;
-    std::wstring reasons;
+    std::string state;
+    std::string reasons;
 
-    bool IsIdle() const { return state == L"3"; }
-    bool IsStopped() const { return state.find(L'5') != std::wstring::npos; }
+    bool IsIdle() const { return state == "3"; }
+    bool IsStopped() const { return state.find('5') != std::string::npos; }
     /// Whether there is no room for more data.
-    bool IsFull() const { return reasons.find(L"spool-area-full") != std::wstring::npos; }
+    bool IsFull() const { return reasons.find("spool-area-full") != std::string::npos; }
 };
 
 /// Wakes the printer up and asks for its state.
