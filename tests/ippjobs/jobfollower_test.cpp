@@ -52,11 +52,11 @@ protected:
         Follow();
     }
     size_t Polls(int operation) { return Printer().Count(operation); }
-    void AwaitPolls(int operation, size_t more) {
-        const size_t wanted = Polls(operation) + more;
-        while (Polls(operation) < wanted)
+    void AwaitPolls(int operation, size_t count) {
+        while (Polls(operation) < count)
             Sleep(1);
     }
+    void AwaitMorePolls(int operation, size_t more) { AwaitPolls(operation, Polls(operation) + more); }
     bool IsReady() { return IsSignalled(follower_->GetPrintReadyStatusEventHandle()); }
 
     JobEventTurn turn_;
@@ -83,7 +83,7 @@ TEST_F(JobFollowerTest, EndsQuietlyWhenTheJobCannotBeAskedFor) {
     Make(rapid);
     FollowBoth();
     AwaitPolls(Operation::GetJobs, 1);
-    AwaitPolls(Operation::GetPrinterAttributes, 20);
+    AwaitMorePolls(Operation::GetPrinterAttributes, 20);
     EXPECT_FALSE(IsSignalled(follower_->GetPrintStatusEventHandle()));
     EXPECT_FALSE(follower_->GetPrintStatus());
     follower_->StopAllThreadsRunning();
@@ -107,8 +107,8 @@ TEST_F(JobFollowerTest, TellsWhetherThePrinterTakesData) {
     EXPECT_TRUE(IsReady());
     for (const auto& known : cases) {
         Printer().Script(Operation::GetPrinterAttributes, {PrinterIn(known.state, known.reasons)});
-        AwaitPolls(Operation::GetPrinterAttributes,
-                   3);  // the one in flight may still have seen the state before
+        AwaitMorePolls(Operation::GetPrinterAttributes,
+                       3);  // the one in flight may still have seen the state before
         EXPECT_EQ(IsReady(), known.ready) << known.state << " " << known.reasons;
     }
 }
@@ -123,7 +123,7 @@ TEST_F(JobFollowerTest, APrinterThatVanishesWhileItIsFullHoldsNobodyUp) {
     Printer().Script(Operation::GetPrinterAttributes, {brokenConnection});
     WaitForSingleObject(follower_->GetPrintReadyStatusEventHandle(), INFINITE);
     const size_t asked = Polls(Operation::GetPrinterAttributes);
-    AwaitPolls(Operation::GetJobs, 20);
+    AwaitMorePolls(Operation::GetJobs, 20);
     EXPECT_EQ(Polls(Operation::GetPrinterAttributes), asked);
     EXPECT_TRUE(follower_->GetbPrinteStatusThreadPoll());
     EXPECT_FALSE(follower_->GetPrintStatus()) << "the job may go on";
@@ -159,7 +159,7 @@ TEST_F(JobFollowerTest, StopsFromManyThreadsAtOnceAndStartsAgain) {
         FollowBoth();
         EXPECT_FALSE(follower_->GetPrintStatus());
         EXPECT_TRUE(follower_->GetbPrinteStatusThreadPoll());
-        AwaitPolls(Operation::GetJobs, 1);
+        AwaitMorePolls(Operation::GetJobs, 1);
         std::vector<std::thread> stoppers;
         for (int i = 0; i < 4; ++i)
             stoppers.emplace_back([&] { follower_->StopAllThreadsRunning(); });

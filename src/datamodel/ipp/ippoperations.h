@@ -47,7 +47,6 @@ public:
     void SetPrinterFileBufferContent(const unsigned char* document, unsigned long length);
     /// Handed to HTTPRequest::SetRequestParameter() of each request.
     void SetSecurityFlags(unsigned long flags) { exchange_.Target().securityFlags = flags; }
-    unsigned long SecurityFlags() const { return exchange_.Target().securityFlags; }
     /// Makes a parse fail on an IPP status other than success and client-error-not-found.
     void SetFailOnErrorStatus(bool fail) { failOnErrorStatus_ = fail; }
 
@@ -72,8 +71,6 @@ public:
                                 unsigned long length, bool last, bool chunked);
     /// The streamed body. To go on with one that was begun, it is written to directly.
     PrintStream& Stream() { return stream_; }
-    /// The HTTP status of the last answer, 0 when there was none.
-    unsigned long HttpStatus() const { return exchange_.HttpStatus(); }
 
     /// Builds the attribute part of a request in a buffer of Ipp::attributePartCapacity bytes.
     HRESULT FormIPPRequestBasedOnOperation(unsigned char* buffer, int operation, int& length,

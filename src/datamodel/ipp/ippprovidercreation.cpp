@@ -82,15 +82,14 @@ std::wstring ChooseUri(Address& address, const IPPOperations& operations, bool s
 
 IPPProvider::~IPPProvider() = default;
 
-IPPProviderImpl::IPPProviderImpl(Address* address, Operations operations, IppTarget target,
+IPPProviderImpl::IPPProviderImpl(Address* address, IppTarget target, const IPPOperations& creation,
                                  const PollingIntervals& intervals)
     : address_(DisposablePtr<Address>::Share(address)),
       target_(std::move(target)),
-      operations_(std::move(operations)),
       jobOperations_(MakeOperations()),
       intervals_(intervals),
       follower_(address, intervals) {
-    cache_.Merge(operations_->LastResponse());
+    cache_.Merge(creation.LastResponse());
 }
 
 DisposablePtr<IPPProvider> IPPProviderImpl::Create(Address* address, const Settings& settings) {
@@ -101,17 +100,17 @@ DisposablePtr<IPPProvider> IPPProviderImpl::Create(Address* address, const Setti
 
     IppTarget target = NamedTarget(*address, settings);
     logSource.Debug(L"IPP Resource URI %ls", target.printerUri.c_str());
-    auto operations = std::make_unique<IPPOperations>(address, target);
-    operations->SetAttributeName(settings.requestedAttributes);
-    if (FAILED(operations->SetAttributeLanguage(settings.language))) return nullptr;
-    if (!ReadPrinter(*operations, settings.secure)) return nullptr;
+    IPPOperations operations(address, target);
+    operations.SetAttributeName(settings.requestedAttributes);
+    if (FAILED(operations.SetAttributeLanguage(settings.language))) return nullptr;
+    if (!ReadPrinter(operations, settings.secure)) return nullptr;
 
-    target.printerUri = ChooseUri(*address, *operations, settings.secure, std::move(target.printerUri));
+    target.printerUri = ChooseUri(*address, operations, settings.secure, std::move(target.printerUri));
     if (target.printerUri.empty()) return nullptr;
     if (target.resource.empty()) return FailWith(IPPError::PathMissing);
     target.secure = IsSecureUri(target.printerUri);
     return DisposablePtr<IPPProvider>::Share(
-        new IPPProviderImpl(address, std::move(operations), std::move(target), settings.intervals));
+        new IPPProviderImpl(address, std::move(target), operations, settings.intervals));
 }
 
 DisposablePtr<IPPProvider> IPPProviderImpl::Create2(Address* address, const wchar_t* printerUri,

@@ -10,7 +10,7 @@
 #include "corvixdm/disposableptr.h"
 #include "corvixdm/ippprovider.h"
 #include "datamodel/ipp/following/jobfollower.h"
-#include "datamodel/ipp/following/jobstate.h"
+#include "datamodel/ipp/following/states.h"
 #include "datamodel/ipp/ippattributecache.h"
 #include "datamodel/ipp/ippoperations.h"
 #include "datamodel/ipp/printing/jobrecords.h"
@@ -73,7 +73,7 @@ private:
     using Operations = std::unique_ptr<IPPOperations>;
     enum class ReadyState { NotReady = 0, Ready = 1, Failed = 2 };
 
-    IPPProviderImpl(Address* address, Operations operations, IppTarget target,
+    IPPProviderImpl(Address* address, IppTarget target, const IPPOperations& creation,
                     const PollingIntervals& intervals);
 
     /// The printer, as exchanges of their own reach it.
@@ -106,8 +106,7 @@ private:
 
     DisposablePtr<Address> address_;
     IppTarget target_;
-    Operations operations_;     ///< the exchange of creation
-    Operations jobOperations_;  ///< the running job, or the last authorised exchange; never null
+    Operations jobOperations_;  ///< of the running job, or of the last authorised exchange; never null
     std::array<unsigned, 3> timeouts_{30000, 30000, 30000};
     KyUtils::Handle stopWaiting_ =
         KyUtils::CreateManualResetEvent();  ///< signalled for good by StopWaiting()

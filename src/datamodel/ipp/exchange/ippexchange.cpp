@@ -46,7 +46,6 @@ void AddHttpHeaders(IPPRequestBase* record, HTTPRequest* request) {
 HRESULT IppExchange::Begin(IPPRequestBase* record) {
     if (!address_) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
     End();
-    httpStatus_ = 0;
     const unsigned long port = target_.PortAt(*address_);
     address_->SetSecure(target_.secure);
     DisposablePtr<HTTPRequest> request;
@@ -66,8 +65,8 @@ HRESULT IppExchange::Begin(IPPRequestBase* record) {
 
 HRESULT IppExchange::Fetch(DisposablePtr<HTTPResponse>& answer) {
     if (FAILED(request_->GetResponse(answer.Receive())) || !answer) return Fail();
-    httpStatus_ = answer->GetStatusCode();
-    return httpStatus_ == httpOk && answer->GetBody() ? S_OK : Fail(httpStatus_);
+    const unsigned long status = answer->GetStatusCode();
+    return status == httpOk && answer->GetBody() ? S_OK : Fail(status);
 }
 
 HRESULT IppExchange::Fail(unsigned long reason) {

@@ -57,8 +57,6 @@ public:
     IppTarget& Target() { return target_; }
     const IppTarget& Target() const { return target_; }
     Address* Device() const { return address_; }
-    /// The HTTP status of the last answer, 0 when there was none.
-    unsigned long HttpStatus() const { return httpStatus_; }
 
     /// Sends a request and waits for an answer with status 200 and a body. `response` is touched on success
     /// alone.
@@ -92,7 +90,6 @@ private:
     std::mutex requestLock_;  ///< held while request_ changes hands, for Cancel()
     bool cancelled_ = false;
     DisposablePtr<HTTPRequest> request_;
-    unsigned long httpStatus_ = 0;
 };
 
 /// Adds the record's extra headers (null: none), then those of every IPP request that it does not name

@@ -41,9 +41,6 @@ void TakeChoices(const IPPRequestBase& record, Ipp::RequestFields& fields) {
     fields.fidelity = record.GetIPPAttributeFidelity();
     fields.monochrome = record.GetOutputMode() == static_cast<int>(IPPOutputMode::Monochrome);
     fields.lastDocument = record.GetLastDocument();
-}
-
-void TakeResolution(const IPPRequestBase& record, Ipp::RequestFields& fields) {
     unsigned crossFeed = 0;
     unsigned feed = 0;
     record.GetPrinterResolution(&crossFeed, &feed);
@@ -66,7 +63,6 @@ void TakeBlobs(const IPPRequestBase& record, Ipp::RequestFields& fields) {
 void TakeFromRecord(const IPPRequestBase& record, Ipp::RequestFields& fields) {
     TakeTexts(record, fields);
     TakeChoices(record, fields);
-    TakeResolution(record, fields);
     TakeBlobs(record, fields);
 }
 

@@ -1,6 +1,5 @@
 #include "datamodel/ipp/following/jobfollower.h"
 
-#include "datamodel/ipp/following/jobstate.h"
 #include "utilslib/boundary.h"
 #include "utilslib/logging.h"
 
@@ -15,12 +14,8 @@ constexpr const wchar_t* printJobStatusName = L"PrintJobStatus";
 
 void JobFollower::Reset() {
     StopAllThreadsRunning();
-    {
-        const std::lock_guard<KyUtils::CriticalSection> lock(printStatusLock_);
-        printStatus_ = false;
-    }
-    const std::lock_guard<KyUtils::CriticalSection> lock(printReadyLock_);
-    printerPoll_ = true;
+    printStatus_.Set(false);
+    printerPoll_.Set(true);
     ResetEvent(stop_.Get());
 }
 
@@ -83,26 +78,6 @@ void JobFollower::WaitAndClose(KyUtils::Handle& thread) {
     if (!thread) return;
     WaitForSingleObject(thread.Get(), INFINITE);
     thread.Close();
-}
-
-void JobFollower::SetPrintStatus() {
-    const std::lock_guard<KyUtils::CriticalSection> lock(printStatusLock_);
-    printStatus_ = true;
-}
-
-bool JobFollower::GetPrintStatus() const {
-    const std::lock_guard<KyUtils::CriticalSection> lock(printStatusLock_);
-    return printStatus_;
-}
-
-void JobFollower::SetPrintReadyStatus() {
-    const std::lock_guard<KyUtils::CriticalSection> lock(printReadyLock_);
-    printerPoll_ = false;
-}
-
-bool JobFollower::GetbPrinteStatusThreadPoll() const {
-    const std::lock_guard<KyUtils::CriticalSection> lock(printReadyLock_);
-    return printerPoll_;
 }
 
 HANDLE JobFollower::GetPrintStatusEventHandle() const {

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "datamodel/ipp/exchange/ippexchange.h"
-#include "datamodel/ipp/following/printerstate.h"
+#include "datamodel/ipp/following/states.h"
 #include "utilslib/sync.h"
 
 namespace Corvix {
@@ -44,11 +44,11 @@ public:
     void StopAllThreadsRunning();
 
     /// The job ended or must stop.
-    void SetPrintStatus();
-    bool GetPrintStatus() const;
+    void SetPrintStatus() { printStatus_.Set(true); }
+    bool GetPrintStatus() const { return printStatus_.Get(); }
     /// Ends the polling of the printer's state at its next pass.
-    void SetPrintReadyStatus();
-    bool GetbPrinteStatusThreadPoll() const;
+    void SetPrintReadyStatus() { printerPoll_.Set(false); }
+    bool GetbPrinteStatusThreadPoll() const { return printerPoll_.Get(); }
     /// Marks the job as ended and tells whoever waits for it.
     void SignalJobEnd();
 
@@ -56,6 +56,24 @@ public:
     HANDLE GetPrintReadyStatusEventHandle() const;
 
 private:
+    /// A flag under a critical section of its own.
+    class Flag {
+    public:
+        explicit Flag(bool set) : set_(set) {}
+        void Set(bool set) {
+            const std::lock_guard<KyUtils::CriticalSection> lock(section_);
+            set_ = set;
+        }
+        bool Get() const {
+            const std::lock_guard<KyUtils::CriticalSection> lock(section_);
+            return set_;
+        }
+
+    private:
+        mutable KyUtils::CriticalSection section_;
+        bool set_;
+    };
+
     static unsigned __stdcall GetJobsPollingThread(void* follower);
     static unsigned __stdcall GetPrinterStatusPollingThread(void* follower);
     using ThreadId = std::atomic<DWORD>;
@@ -71,10 +89,8 @@ private:
 
     Address* const address_;
     const PollingIntervals intervals_;
-    mutable KyUtils::CriticalSection printStatusLock_;
-    mutable KyUtils::CriticalSection printReadyLock_;
-    bool printStatus_ = false;
-    bool printerPoll_ = true;
+    Flag printStatus_{false};
+    Flag printerPoll_{true};
     /// Held while an event is made, closed, or used by another thread.
     mutable std::mutex eventsLock_;
     KyUtils::Handle printJobStatus_;

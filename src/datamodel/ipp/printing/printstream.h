@@ -36,7 +36,6 @@ public:
     bool IsOpen() const { return request_ != nullptr; }
     /// Whether the device answered before the body's end.
     bool HasEarlyAnswer() const { return request_ && request_->GetResponseStatus() != 0; }
-    unsigned long HttpStatus() const { return exchange_.HttpStatus(); }
 
 private:
     unsigned long RefusalStatus() const;

@@ -1,4 +1,4 @@
-/// What a printer tells of jobs.
+/// What a printer tells of its jobs and of itself.
 #pragma once
 
 #include <windows.h>
@@ -32,5 +32,21 @@ struct JobFate {
 ///     the latter, and runs when it is not among the former.
 JobFate AskAboutJob(IppExchange& exchange, const IPPRequestBase& request, const char* whichJobs,
                     const std::string& userName);
+
+/// "printer-state" and "printer-state-reasons" as texts.
+struct PrinterState {
+    std::string state;
+    std::string reasons;
+
+    bool IsIdle() const { return state == "3"; }
+    bool IsStopped() const { return state.find('5') != std::string::npos; }
+    /// Whether there is no room for more data.
+    bool IsFull() const { return reasons.find("spool-area-full") != std::string::npos; }
+};
+
+/// Wakes the printer up and asks for its state.
+/// \param interrupt ends the wait for the printer to wake up when it is signalled.
+/// \return S_OK, or E_FAIL with `state` as it was.
+HRESULT RetrievePrinterState(IppExchange& exchange, HANDLE interrupt, PrinterState& state);
 
 }  // namespace Corvix

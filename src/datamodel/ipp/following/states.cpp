@@ -1,10 +1,12 @@
-#include "datamodel/ipp/following/jobstate.h"
+#include "datamodel/ipp/following/states.h"
 
 #include <algorithm>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "datamodel/ipp/target/deviceprobe.h"
+#include "datamodel/ipp/target/printeruri.h"
 #include "utilslib/logging.h"
 #include "wire/ipp/tags.h"
 
@@ -94,6 +96,20 @@ JobFate AskAboutJob(IppExchange& exchange, const IPPRequestBase& request, const 
                         list.ValueText(job, "job-state-reasons").value_or("")) == jobRuns;
     });
     return {runs ? jobRuns : jobIsOver, list.ValueText(jobs.front(), "job-uri").value_or("")};
+}
+
+HRESULT RetrievePrinterState(IppExchange& exchange, HANDLE interrupt, PrinterState& state) {
+    const KyUtils::LogScope scope(logSource, "Corvix::IPPProviderImpl::RetrievePrinterState");
+    const wchar_t* host = exchange.Device()->GetHostName();
+    // A connection wakes a sleeping device; whether there was one is not the question.
+    if (host && !IsUsbPortName(host)) DeviceExists(host, L"631", interrupt);
+    RequestValues values;
+    values.operation = Ipp::Operation::GetPrinterAttributes;
+    values.requestedAttributes = "printer-state,printer-state-reasons";
+    IppAnswer answer;
+    if (FAILED(exchange.Ask(values, answer))) return E_FAIL;
+    state = {answer.TextOf("printer-state"), answer.TextOf("printer-state-reasons")};
+    return S_OK;
 }
 
 }  // namespace Corvix
