@@ -17,76 +17,65 @@ class NothingLeft : public testing::Environment {
 [[maybe_unused]] const auto* const nothingLeft = testing::AddGlobalTestEnvironment(new NothingLeft);
 
 template <class Record, class Character>
-struct TextPair {
-    void (Record::*set)(const Character*);
-    const Character* (Record::*get)() const;
-};
+using TextPair = std::pair<void (Record::*)(const Character*), const Character* (Record::*)() const>;
 
-template <class Record, class Character, std::size_t count>
-void ExpectTexts(Record& record, const TextPair<Record, Character> (&pairs)[count], const Character* first,
-                 const Character* second) {
-    for (const auto& pair : pairs)
-        EXPECT_EQ((record.*pair.get)(), nullptr);
-    for (const auto& pair : pairs) {
-        std::basic_string<Character> text = first;
-        (record.*pair.set)(text.c_str());
+template <class Record, class Character>
+void ExpectTexts(Record& record, const std::vector<TextPair<Record, Character>>& pairs) {
+    using Text = std::basic_string<Character>;
+    const Text first(50, Character('1'));  // long enough to live on the heap
+    Character letter = 'a';
+    for (const auto& [set, get] : pairs) {
+        EXPECT_EQ((record.*get)(), nullptr);
+        Text text = first;
+        (record.*set)(text.c_str());
         text.assign(text.size(), Character('?'));
-        EXPECT_EQ(std::basic_string<Character>((record.*pair.get)()), first) << "it is a copy";
-        (record.*pair.set)(second);
-        EXPECT_EQ(std::basic_string<Character>((record.*pair.get)()), second);
+        EXPECT_EQ((record.*get)(), first) << "it is a copy";
+        (record.*set)(Text(1, letter++).c_str());
     }
-    for (const auto& pair : pairs) {
-        EXPECT_EQ(std::basic_string<Character>((record.*pair.get)()), second) << "no text has two owners";
-        (record.*pair.set)((record.*pair.get)());
-        EXPECT_EQ(std::basic_string<Character>((record.*pair.get)()), second) << "its own text may be set";
-        (record.*pair.set)(nullptr);
-        EXPECT_EQ((record.*pair.get)(), nullptr);
+    letter = 'a';
+    for (const auto& [set, get] : pairs) {
+        (record.*set)((record.*get)());
+        EXPECT_EQ((record.*get)(), Text(1, letter++)) << "no text has two owners, and its own may be set";
+        (record.*set)(nullptr);
+        EXPECT_EQ((record.*get)(), nullptr);
     }
 }
 
 TEST(IPPRequestAttributes, KeepsCopiesOfItsTexts) {
     using R = IPPRequestBase;
-    const TextPair<R, char> narrow[] = {
-        {&R::SetPrinterURI, &R::GetPrinterURI},     {&R::SetRequestingUserName, &R::GetRequestingUserName},
-        {&R::SetDocumentUri, &R::GetDocumentUri},   {&R::SetJobName, &R::GetJobName},
-        {&R::SetDocumentName, &R::GetDocumentName}, {&R::SetJobURI, &R::GetJobURI},
-    };
-    const TextPair<R, wchar_t> wide[] = {
-        {&R::SetUsername, &R::GetUsername},
-        {&R::SetPassword, &R::GetPassword},
-        {&R::SetAuthorization, &R::GetAuthorization},
-    };
-    const DisposablePtr<IPPRequestBase> record(IPPRequestAttributes::Create());
+    const DisposablePtr<R> record(IPPRequestAttributes::Create());
     EXPECT_EQ(record->GetRefCount(), 1);
-    ExpectTexts(*record, narrow, "first, and long enough to live on the heap", "second");
-    ExpectTexts(*record, wide, L"first, and long enough to live on the heap", L"second");
+    ExpectTexts<R, char>(*record, {{&R::SetPrinterURI, &R::GetPrinterURI},
+                                   {&R::SetRequestingUserName, &R::GetRequestingUserName},
+                                   {&R::SetDocumentUri, &R::GetDocumentUri},
+                                   {&R::SetJobName, &R::GetJobName},
+                                   {&R::SetDocumentName, &R::GetDocumentName},
+                                   {&R::SetJobURI, &R::GetJobURI}});
+    ExpectTexts<R, wchar_t>(*record, {{&R::SetUsername, &R::GetUsername},
+                                      {&R::SetPassword, &R::GetPassword},
+                                      {&R::SetAuthorization, &R::GetAuthorization}});
 }
 
 TEST(IPPResponseAttributes, KeepsCopiesOfItsTexts) {
     using R = IPPResponseBase;
-    const TextPair<R, char> texts[] = {
-        {&R::SetSuccess, &R::GetSuccessStatus},
-        {&R::SetRequestID, &R::GetRequestID},
-        {&R::SetDocumentAccessError, &R::GetDocumentAccessError},
-        {&R::SetJobURI, &R::GetJobURI},
-        {&R::SetJobID, &R::GetJobID},
-        {&R::SetJobState, &R::GetJobState},
-        {&R::SetJobStateReasons, &R::GetJobStateReasons},
-    };
-    const DisposablePtr<IPPResponseBase> record(IPPResponseAttributes::Create());
+    const DisposablePtr<R> record(IPPResponseAttributes::Create());
     EXPECT_EQ(record->GetRefCount(), 1);
-    ExpectTexts(*record, texts, "first, and long enough to live on the heap", "second");
+    ExpectTexts<R, char>(*record, {{&R::SetSuccess, &R::GetSuccessStatus},
+                                   {&R::SetRequestID, &R::GetRequestID},
+                                   {&R::SetDocumentAccessError, &R::GetDocumentAccessError},
+                                   {&R::SetJobURI, &R::GetJobURI},
+                                   {&R::SetJobID, &R::GetJobID},
+                                   {&R::SetJobState, &R::GetJobState},
+                                   {&R::SetJobStateReasons, &R::GetJobStateReasons}});
 }
-
-struct NumberPair {
-    void (IPPRequestBase::*set)(int);
-    int (IPPRequestBase::*get)() const;
-    int initially;
-};
 
 TEST(IPPRequestAttributes, BeginsWithWhatIsNotSent) {
     using R = IPPRequestBase;
-    const NumberPair numbers[] = {
+    const struct {
+        void (R::*set)(int);
+        int (R::*get)() const;
+        int initially;
+    } numbers[] = {
         {&R::SetMultipleDocHandling, &R::GetMultipleDocHandling, -1},
         {&R::SetPrintingSides, &R::GetPrintingSides, 3},
         {&R::SetOrientationRequested, &R::GetOrientationRequested, 2},
@@ -95,15 +84,15 @@ TEST(IPPRequestAttributes, BeginsWithWhatIsNotSent) {
         {&R::SetPrintContentOptimize, &R::GetPrintContentOptimize, 0},
         {&R::SetPrinterResolutionUnits, &R::GetPrinterResolutionUnits, 3},
     };
-    const DisposablePtr<IPPRequestBase> record(IPPRequestAttributes::Create());
+    const DisposablePtr<R> record(IPPRequestAttributes::Create());
     int value = 40;
-    for (const NumberPair& pair : numbers) {
-        EXPECT_EQ(((*record).*pair.get)(), pair.initially);
-        ((*record).*pair.set)(++value);
+    for (const auto& number : numbers) {
+        EXPECT_EQ((record.Get()->*number.get)(), number.initially);
+        (record.Get()->*number.set)(++value);
     }
     value = 40;
-    for (const NumberPair& pair : numbers)
-        EXPECT_EQ(((*record).*pair.get)(), ++value);
+    for (const auto& number : numbers)
+        EXPECT_EQ((record.Get()->*number.get)(), ++value);
 
     EXPECT_EQ(record->GetCopy(), 1u);
     EXPECT_EQ(record->GetJobID(), 0u);
@@ -116,8 +105,7 @@ TEST(IPPRequestAttributes, BeginsWithWhatIsNotSent) {
     record->SetPrinterResolution(600, 300);
     record->GetPrinterResolution(&crossFeed, nullptr);
     record->GetPrinterResolution(nullptr, &feed);
-    EXPECT_EQ(crossFeed, 600u);
-    EXPECT_EQ(feed, 300u);
+    EXPECT_EQ(crossFeed * 1000 + feed, 600300u);
 }
 
 TEST(IPPRequestAttributes, KeepsBlobsInTheirOrder) {
@@ -146,15 +134,18 @@ TEST(IPPRequestAttributes, RefusesBlobsOfNothing) {
     const DisposablePtr<IPPRequestBase> record(IPPRequestAttributes::Create());
     const unsigned char byte[] = {1};
     const std::string longName(1024, 'n');
-    EXPECT_EQ(record->AddIPPRequest(2, nullptr, 1), E_FAIL);
-    EXPECT_EQ(record->AddIPPRequest(2, byte, 0), E_FAIL);
-    EXPECT_EQ(record->AddIPPRequest(2, byte, -1), E_FAIL);
-    EXPECT_EQ(record->AddIPPRequest(2, 0x44, nullptr, byte, 1), E_FAIL);
-    EXPECT_EQ(record->AddIPPRequest(2, 0x44, "", byte, 1), E_FAIL);
-    EXPECT_EQ(record->AddIPPRequest(2, 0x44, longName.c_str(), byte, 1), E_FAIL);
-    EXPECT_EQ(record->AddIPPRequest(2, 0x44, "a", nullptr, 1), E_FAIL);
-    EXPECT_EQ(record->AddIPPRequest(2, 0x44, "a", byte, -1), E_FAIL);
-    EXPECT_EQ(record->AddIPPRequest(2, 0x01, "a", byte, 1), E_FAIL);
+    for (const auto& [bytes, size] :
+         {std::pair(static_cast<const unsigned char*>(nullptr), 1), {byte, 0}, {byte, -1}})
+        EXPECT_EQ(record->AddIPPRequest(2, bytes, size), E_FAIL);
+    const struct {
+        unsigned char tag;
+        const char* name;
+        const unsigned char* value;
+        int size;
+    } cases[] = {{0x44, nullptr, byte, 1}, {0x44, "", byte, 1},   {0x44, longName.c_str(), byte, 1},
+                 {0x44, "a", nullptr, 1},  {0x44, "a", byte, -1}, {0x01, "a", byte, 1}};
+    for (const auto& [tag, name, value, size] : cases)
+        EXPECT_EQ(record->AddIPPRequest(2, tag, name, value, size), E_FAIL);
     EXPECT_TRUE(record->GetBlobVector().empty());
     EXPECT_TRUE(record->GetAttributesVector().empty());
 }

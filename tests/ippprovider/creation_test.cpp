@@ -1,6 +1,4 @@
 // How a provider comes to be, and each way in which it does not.
-#include <algorithm>
-
 #include "corvixdm/ippprovider.h"
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "support/fakeprinter.h"
@@ -60,25 +58,6 @@ protected:
     }
 };
 
-TEST_F(CreationTest, MissingArgumentsAndWrongSchemesAreInvalid) {
-    Address* address = Printer().address.Get();
-    const Make makes[] = {
-        [] { return CreateIPPProvider(nullptr, "/ipp/print"); },
-        [&] { return CreateIPPProvider(address, nullptr); },
-        [] { return CreateIPPProvider2(nullptr, "/ipp/print", "en"); },
-        [] { return CreateIPPPrintProvider(nullptr, L"ipp://a/ipp/print"); },
-        [&] { return CreateIPPPrintProvider(address, nullptr); },
-        [&] { return CreateIPPPrintProvider(address, L"ipps://a/ipp/print"); },
-        [&] { return CreateIPPPrintProvider(address, L"https://a/ipp/print"); },
-        [] { return CreateSecureIPPPrintProvider(nullptr, L"ipps://a/ipp/print", flags); },
-        [&] { return CreateSecureIPPPrintProvider(address, L"ipp://a/ipp/print", flags); },
-        [&] { return CreateSecureIPPPrintProvider(address, L"https://a/ipp/print", flags); },
-    };
-    for (const Make& make : makes)
-        EXPECT_EQ(ErrorOf(make), DWORD{ERROR_INVALID_PARAMETER}) << &make - makes;
-    EXPECT_EQ(Printer().Exchanges(), 0u);
-}
-
 TEST_F(CreationTest, RefusesUrisThatCannotBeAPrinters) {
     const struct {
         const wchar_t* uri;
@@ -92,7 +71,8 @@ TEST_F(CreationTest, RefusesUrisThatCannotBeAPrinters) {
                  {L"ipp://printer:631", Code(IPPError::PathMissing)},
                  {L"ipp://printer:631/", Code(IPPError::PathTooShort)},
                  {L"ipp://printer:631/ab", Code(IPPError::PathTooShort)},
-                 {L"ipp", ERROR_INVALID_PARAMETER}};
+                 {L"ipp", ERROR_INVALID_PARAMETER},
+                 {L"https://printer/ipp/print", ERROR_INVALID_PARAMETER}};
     for (const auto& [uri, error] : cases)
         EXPECT_EQ(ErrorOfUri(uri), error) << testing::PrintToString(std::wstring(uri));
     EXPECT_EQ(Printer().Exchanges(), 0u);
@@ -100,6 +80,7 @@ TEST_F(CreationTest, RefusesUrisThatCannotBeAPrinters) {
         return ErrorOf([&] { return IPPProviderImpl::Create2(Printer().address.Get(), uri, 0).Release(); });
     };
     EXPECT_EQ(create2(L""), Code(IPPError::PathTooShort));
+    EXPECT_EQ(ErrorOfResource(""), Code(IPPError::PathMissing));
     EXPECT_EQ(create2(nullptr), DWORD{ERROR_INVALID_PARAMETER});
 }
 
@@ -204,8 +185,6 @@ TEST_F(CreationTest, ProbesOnlyLiterals) {
     EXPECT_EQ(Printer().Exchanges(), 0u);
 }
 
-TEST_F(CreationTest, NeedsAResource) { EXPECT_EQ(ErrorOfResource(""), Code(IPPError::PathMissing)); }
-
 TEST_F(CreationTest, AsksAsItsFactorySays) {
     Address* address = Printer().address.Get();
     const struct {
@@ -220,7 +199,6 @@ TEST_F(CreationTest, AsksAsItsFactorySays) {
          "ipp://localhost:80/ipp/print"},
         {[&] { return CreateIPPProvider2(address, "/ipp/print", ""); }, "all", "en",
          "ipp://localhost:80/ipp/print"},
-        {[&] { return CreateIPPProvider(address, "ipp://other:99/q/1"); }, "all", "en", "ipp://other:99/q/1"},
         {[&] { return CreateIPPPrintProvider(address, L"ipp://a/ipp/print"); }, "printer-info", "en",
          "ipp://localhost:80/ipp/print"},
         {[&] { return CreateSecureIPPPrintProvider(address, L"ipps://a/ipp/print", flags); }, "printer-info",
@@ -273,20 +251,6 @@ TEST_F(CreationTest, ChoosesAmongTheAdvertisedUris) {
     }
 }
 
-TEST_F(CreationTest, TheOrderOfTheAdvertisedUrisDecidesOnlyAmongThoseOfOneScheme) {
-    std::vector<std::string> advertised = {"http://a/x", "https://a/x", "ipp://a/x", "ipps://a:443/x"};
-    do {
-        SCOPED_TRACE(testing::PrintToString(advertised));
-        Renew();
-        Advertise(advertised);
-        const DisposablePtr<IPPProvider> plain = ForUri(L"ipp://p/ipp/print");
-        const DisposablePtr<IPPProvider> secure = ForUri(L"ipps://p/ipp/print");
-        ASSERT_TRUE(plain && secure);
-        EXPECT_EQ(UriOf(*plain), "ipp://a/x");
-        EXPECT_EQ(UriOf(*secure), "ipps://a:443/x");
-    } while (std::next_permutation(advertised.begin(), advertised.end()));
-}
-
 TEST_F(CreationTest, KeepsTheUriItUsedWhereThePrinterAdvertisesNone) {
     constexpr const char* name = "printer-uri-supported";
     const std::string answers[] = {Bytes::Integer(name, 5), Bytes::Keyword(name, "none"),
@@ -322,14 +286,6 @@ TEST_F(CreationTest, SaysWhyInTheLog) {
         ErrorOfUri(L"ipps://printer/ipp/print");
         EXPECT_THAT(log.Lines(), testing::Contains(testing::HasSubstr(line)));
     }
-}
-
-TEST_F(CreationTest, KeepsItsAddressAndLetsItGo) {
-    DisposablePtr<IPPProvider> provider = Printer().Provider();
-    ASSERT_TRUE(provider);
-    EXPECT_GE(Printer().address->GetRefCount(), 2);
-    provider.Reset();
-    EXPECT_EQ(Printer().address->GetRefCount(), 1);
 }
 
 }  // namespace

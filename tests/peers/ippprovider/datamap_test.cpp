@@ -99,7 +99,7 @@ protected:
     }
 
 private:
-    const Attributes reported_ = Reported("127.0.0.81:631");
+    const Attributes reported_ = Reported("127.0.0.1:631");
 };
 
 TEST_F(RealDataMapTest, AnswersEachItemThatThePrinterSupports) {
@@ -121,7 +121,7 @@ TEST_F(RealDataMapTest, AnswersEachItemThatThePrinterSupports) {
 TEST_F(RealDataMapTest, AnswersTheSameOverTls) {
     const Maps maps = LoadMaps();
     const DisposablePtr<Corvix::IPPProvider> provider(
-        CreateSecureIPPPrintProvider(Address(), L"ipps://127.0.0.81/ipp/print", 0x803100));
+        CreateSecureIPPPrintProvider(Address(), L"ipps://127.0.0.1/ipp/print", 0x803100));
     ASSERT_TRUE(provider);
     DisposablePtr<DataCollection> collection;
     ASSERT_EQ(CreateDataCollectionFromIPPProvider(provider.Get(), maps.get(), collection.Receive(), nullptr),
@@ -150,7 +150,7 @@ TEST_F(RealDataMapTest, AsksForTheJobThatItsParametersName) {
         L"<DataItem Name='over' AttributeID='job-state' Transient='true' Command='Get-Job-Attributes'>"
         L"<Conversion Equals='7' Value='yes'/><Conversion Equals='default' Value='no'/></DataItem>"
         L"<DataItem Name='other' AttributeID='job-id' Transient='true' Command='Get-Job-Attributes'"
-        L" JobURI='ipp://127.0.0.81/ipp/print/4711'/></IPPDataMap></DataMaps>";
+        L" JobURI='ipp://127.0.0.1/ipp/print/4711'/></IPPDataMap></DataMaps>";
     DisposablePtr<DataCollection> collection;
     ASSERT_EQ(CreateDataCollectionFromXML(Address(), document.c_str(), collection.Receive(), nullptr), S_OK);
     EXPECT_EQ(Read(*collection, L"id"), ToWide(job->GetJobID()));
@@ -171,7 +171,7 @@ TEST_F(RealDataMapTest, TheSecondTimeOnlyAsksForWhatChanges) {
         S_OK);
     for (int pass = 0; pass < 2; ++pass) {
         TakeExchanges();
-        EXPECT_EQ(Read(*collection, L"device.strings"), L"https://127.0.0.81:631/en.strings");
+        EXPECT_EQ(Read(*collection, L"device.strings"), L"https://127.0.0.1:631/en.strings");
         EXPECT_EQ(Read(*collection, L"media.types"), L"stationery,labels,envelope,photographic-glossy");
         EXPECT_EQ(Read(*collection, L"status.state"), L"idle");
         EXPECT_EQ(TakeExchanges().size(), pass == 0 ? 2u : 1u);

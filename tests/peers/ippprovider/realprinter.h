@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "relay.h"
+#include "support/ippport.h"
 // Winsock's header comes before every other that includes windows.h.
 #include "corvixdm/corvixdm.h"
 #include "transport/nettransport.h"
@@ -29,15 +29,6 @@ inline std::string Environment(const char* name) {
 
 inline unsigned short PortOf(const char* variable) {
     return static_cast<unsigned short>(std::stoi(Environment(variable)));
-}
-
-inline DisposablePtr<KyNetAddress> MakeAddress(const wchar_t* host,
-                                               CorvixTransport::ExchangeObserver observer = {}) {
-    CorvixTransport::NetAddressOptions options;
-    options.host = host;
-    options.port = L"631";
-    options.observer = std::move(observer);
-    return DisposablePtr<KyNetAddress>(CorvixTransport::CreateNetAddress(options));
 }
 
 inline std::wstring ToWide(const std::string& text) {
@@ -77,7 +68,7 @@ protected:
     static bool Ticks(const std::string& attribute) { return attribute == "printer-up-time"; }
 
     void SetUp() override {
-        if (!relay_) GTEST_SKIP() << "ports 443 and 631 cannot be taken";
+        if (!front_) GTEST_SKIP() << "port 631 cannot be taken";
     }
     void TearDown() override { EXPECT_EQ(address_->GetRefCount(), 1); }
 
@@ -99,11 +90,22 @@ protected:
     }
 
 private:
-    const Relay relay_{"127.0.0.81", {443, 631}, Port(), TakeAll};
+    DisposablePtr<KyNetAddress> MakeAddress() {
+        CorvixTransport::NetAddressOptions options;
+        options.host = L"127.0.0.1";
+        options.hostName = host;
+        options.port = L"631";
+        options.observer = [this](const auto& record) { exchanges_.push_back(record); };
+        options.portMap.MapTcp(443, Port());
+        options.portMap.MapTcp(631, Port());
+        return DisposablePtr<KyNetAddress>(CorvixTransport::CreateNetAddress(options));
+    }
+
+    /// Where the library looks for the printer before it asks it.
+    static constexpr const wchar_t* host = L"127.0.0.81";
+    const IppPort front_{host};
     std::vector<CorvixTransport::ExchangeRecord> exchanges_;
-    const DisposablePtr<KyNetAddress> address_ =
-        MakeAddress(L"127.0.0.81",
-                    [this](const CorvixTransport::ExchangeRecord& record) { exchanges_.push_back(record); });
+    const DisposablePtr<KyNetAddress> address_ = MakeAddress();
 };
 
 }  // namespace CorvixTest
