@@ -74,7 +74,7 @@ HRESULT StrWcsNCpy(wchar_t* destination, size_t, const wchar_t* source, size_t c
         *destination = L'\0';
         return E_INVALIDARG;
     }
-    // Callers hand in buffers of this capacity, and some pass another size than theirs.
+    // The size argument is ignored: callers have buffers of this capacity, and some pass a wrong size.
     const std::size_t length = wcsnlen(source, std::min(count, copyCapacity));
     return CopyBounded(destination, copyCapacity, source, length) ? S_OK : bufferTooSmall;
 }
@@ -94,7 +94,7 @@ const wchar_t* ErrorMessage(HRESULT error) {
 bool CaptureSubString(const wchar_t* text, std::wstring* result, const wchar_t* pattern, int group) {
     const KyUtils::LogScope scope(logSource, "Corvix::CaptureSubString");
     if (!text || !result || !pattern || group < 0) return false;
-    // The matcher needs stack for every repetition; no address or URI is longer than this.
+    // std::regex recurses once per character; no address or URI is longer than this.
     if (wcsnlen(text, longestText) == longestText) return false;
     try {
         std::wcmatch match;

@@ -43,7 +43,7 @@ std::wstring WithoutUuidScheme(std::wstring identity) {
     return found == std::wstring::npos ? identity : identity.substr(found + mark.size());
 }
 
-/// Many a device has blanks where its number was never written: they would all be the same device.
+/// Devices whose serial number was never set answer blanks. They must not share one key.
 bool IsBlank(std::wstring_view identity) {
     return identity.find_first_not_of(L" \t\r\n\u00A0") == std::wstring_view::npos;
 }
@@ -95,7 +95,7 @@ BoundMap Bind(Address& address, const DataMapSpecCollection& maps, ICacheProvide
     return BindFirstMap(address, maps, NeedsIdentity(cache));
 }
 
-/// Hands out the collection of a bound map with its cache and its constants.
+/// Gives a bound collection its cache and its constants, and hands it out.
 HRESULT Complete(BoundMap bound, DataCollection** collection, ICacheProvider* cache) {
     if (!bound.mapper) return E_FAIL;
     TakeCache(*bound.mapper, cache, std::move(bound.identity));

@@ -7,7 +7,7 @@
 namespace Corvix {
 namespace {
 
-/// Hands a call to the provider, which the first call makes.
+/// Makes the provider at the first call and forwards calls to it; without one every call fails.
 template <class Provider>
 class Deferred {
 public:

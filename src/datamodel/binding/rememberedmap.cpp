@@ -11,7 +11,8 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-/// What a document asks a device: which of these protocols it speaks, and who it is.
+/// What a device was asked: which of the document's protocols it speaks first. Part of the record's name, because
+/// another document may bind another protocol.
 std::wstring QuestionOf(const DataMapSpecCollection& maps) {
     std::wstring question;
     for (unsigned i = 0; i < maps.GetCount(); ++i)
@@ -26,7 +27,7 @@ DataMapSpec* FindMap(const DataMapSpecCollection& maps, const std::wstring& prot
     return nullptr;
 }
 
-/// Makes sure, when the device is asked after all, that it is the one that was remembered.
+/// Called when the device is asked after all. If another one took over the address, forget the record.
 IdentityCheck CheckOf(RegCacheProvider& cache, std::wstring question, KnownDevice known) {
     return [cache = DisposablePtr<RegCacheProvider>::Share(&cache), question = std::move(question),
             known = std::move(known)](const std::wstring& identity) {

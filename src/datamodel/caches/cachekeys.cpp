@@ -62,7 +62,7 @@ LSTATUS FindMapKeys(const std::wstring& basePath, std::vector<MapKey>& keys) {
         if (deviceKey.Open(base.Get(), device.c_str(), KEY_READ) != ERROR_SUCCESS) continue;
         const std::wstring devicePath = basePath + L"\\" + device;
         for (const std::wstring& protocol : KyUtils::SubKeyNames(deviceKey)) {
-            // Keys of other names are not the cache's.
+            // A key with another name was not made by a cache.
             if (ProtocolType(protocol) != DataMapTypeEnum::Unknown)
                 keys.push_back({device, protocol, devicePath, devicePath + L"\\" + protocol});
         }
@@ -80,7 +80,7 @@ LSTATUS RemoveValues(const std::wstring& path, unsigned& removed) {
     LoadValues(key, values);
     values.ForEachStamped([&](const std::wstring& name, const KyUtils::Variant&, const TimeStamp&) {
         if (status == ERROR_SUCCESS) status = RegDeleteValueW(key.Get(), name.c_str());
-        // The stamp last: a value without one would not be known for the cache's and stay for ever.
+        // Delete the stamp last: a value without one is not recognised as cached and would stay for ever.
         if (status == ERROR_SUCCESS) status = RegDeleteValueW(key.Get(), ExpiresName(name).c_str());
         if (status == ERROR_SUCCESS) ++removed;
     });
@@ -130,7 +130,7 @@ void LoadValues(const RegistryKey& key, CachedValues& values) {
                                              &count, &longestName, &longestData, nullptr, nullptr);
     if (queried != ERROR_SUCCESS) return;
     std::wstring name(longestName + size_t{1}, L'\0');
-    // Of whole characters, so that a text stands aligned in it.
+    // A buffer of wchar_t, so that texts in it are aligned.
     std::vector<wchar_t> data(longestData / sizeof(wchar_t) + 2);
     for (DWORD i = 0; i < count; ++i) {
         auto nameChars = static_cast<DWORD>(name.size());
@@ -171,7 +171,7 @@ LSTATUS RemoveCachedValues(const std::wstring& basePath, unsigned& removed) {
         RemoveIfEmpty(key.path);
         RemoveIfEmpty(key.devicePath);
     }
-    // The devices that answered are remembered in the base key itself; these are no values of theirs.
+    // The base key itself remembers which devices answered. Those records are removed, but not counted as values.
     unsigned devices = 0;
     return status == ERROR_SUCCESS ? RemoveValues(basePath, devices) : status;
 }

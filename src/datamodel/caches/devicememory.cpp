@@ -15,7 +15,7 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-/// Between protocol and identity; no protocol has one.
+/// Between protocol and identity in a record. No protocol contains one, identities may.
 constexpr wchar_t separator = L' ';
 
 std::optional<KnownDevice> Parse(const std::wstring& text) {
@@ -58,7 +58,7 @@ void DeviceMemory::Remember(const std::wstring& question, const KnownDevice& dev
 void DeviceMemory::Forget(const std::wstring& question) const {
     KyUtils::RegistryKey key;
     if (key.Open(HKEY_LOCAL_MACHINE, rootPath_.c_str(), KEY_SET_VALUE) != ERROR_SUCCESS) return;
-    // The time stamp is what makes the value count.
+    // Delete the stamp first: without it the record is ignored, even if deleting the rest fails.
     const std::wstring name = NameOf(question);
     RegDeleteValueW(key.Get(), ExpiresName(name).c_str());
     RegDeleteValueW(key.Get(), name.c_str());

@@ -37,7 +37,7 @@ void PutEntry(const PRINTER_ENUM_VALUESW& entry, CachedValues& values) {
 }
 
 DWORD WriteText(HANDLE printer, const wchar_t* name, std::wstring_view text) {
-    // The spooler's interface does not say so, but it only reads the data.
+    // SetPrinterDataEx is declared without const, but only reads the data.
     auto* data = reinterpret_cast<BYTE*>(const_cast<wchar_t*>(text.data()));
     return SetPrinterDataExW(printer, dataKey, name, REG_SZ, data,
                              static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));

@@ -69,7 +69,7 @@ HRESULT RegCacheProvider::GetDataValue(const wchar_t* name, VARIANT* value) {
 }
 
 bool RegCacheProvider::OpenForWriting(KyUtils::RegistryKey& key) const {
-    // Without a base key the path would name the root of the machine's registry.
+    // With an empty base key the path would begin at the root of HKEY_LOCAL_MACHINE.
     if (!HasBaseKey()) return false;
     const LSTATUS created = key.Create(HKEY_LOCAL_MACHINE, path_.c_str(), KEY_ALL_ACCESS);
     if (created == ERROR_SUCCESS) return true;

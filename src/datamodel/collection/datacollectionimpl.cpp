@@ -28,6 +28,7 @@ DataCollectionImpl::DataCollectionImpl(DisposablePtr<DataMapSpec> map)
 
 DataCollectionImpl::~DataCollectionImpl() {
     if (!cache_) return;
+    // A destructor must not throw; values that cannot be written are read from the device next time.
     try {
         WriteBack();
     } catch (const std::bad_alloc&) {
@@ -88,6 +89,7 @@ HRESULT DataCollectionImpl::Put(std::wstring_view name, KyUtils::Variant value, 
 HRESULT DataCollectionImpl::LoadStaticItems(DataMapSpec* map) {
     const KyUtils::LogScope scope(logSource, "Corvix::DataCollectionImpl::LoadStaticItems");
     if (!map || map->SizeOf() == 0) return E_FAIL;
+    // Taken out of the map as they go, so that the device is never asked for a constant.
     map->Begin();
     while (CvxDataItem* item = map->GetNextDataItemSpec()) {
         const auto* constant = dynamic_cast<const StaticDataItemSpec*>(item);

@@ -32,7 +32,7 @@ std::wstring PathOf(const std::wstring& uri) {
     std::wstring found;
     while (CaptureSubString(path.c_str(), &found, addressWithPort, 0))
         path.erase(path.find(found), found.size());
-    // What stands before the path now is a host name.
+    // A host name is left before the path.
     if (const size_t slash = path.find(L'/'); slash != std::wstring::npos) path.erase(0, slash);
     RemoveAll(path, L":");
     return path;
@@ -61,6 +61,7 @@ HRESULT FetchStringsFile(Address& address, const std::wstring& uri, std::string&
     const std::wstring path = PathOf(uri);
     if (path.empty()) return E_FAIL;
     logSource.Debug(L"Locale Resource URI  : %ls", path.c_str());
+    // The IPP port where the URI names that one, else the web port, whatever the URI says.
     const unsigned long port = SplitPortFromUri(uri).port == std::to_wstring(ippPort) ? ippPort : webPort;
     std::string received;
     if (FAILED(Get(address, port, path.c_str(), received)))

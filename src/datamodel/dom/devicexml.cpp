@@ -15,14 +15,15 @@ namespace {
 const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr std::string_view utf8Mark = "\xEF\xBB\xBF";
+constexpr UINT latin1 = 28591;
 
 struct EncodingName {
     const wchar_t* name;
     UINT codePage;
 };
 constexpr EncodingName encodings[] = {
-    {L"utf-8", CP_UTF8},     {L"us-ascii", CP_UTF8}, {L"iso-8859-1", 28591},
-    {L"iso-8859-15", 28605}, {L"latin1", 28591},     {L"windows-1252", 1252},
+    {L"utf-8", CP_UTF8},     {L"us-ascii", CP_UTF8}, {L"iso-8859-1", latin1},
+    {L"iso-8859-15", 28605}, {L"latin1", latin1},    {L"windows-1252", 1252},
     {L"windows-1251", 1251}, {L"shift_jis", 932},    {L"windows-31j", 932},
 };
 
@@ -80,7 +81,8 @@ std::wstring DecodeXml(std::string_view body) {
     const UINT codePage = CodePageOf(DeclaredEncoding(declaration));
     body.remove_prefix(declaration.size());
     std::wstring text;
-    if (!Decode(body, codePage, text)) Decode(body, 28591, text);
+    // Some devices declare UTF-8 and send ISO 8859-1.
+    if (!Decode(body, codePage, text)) Decode(body, latin1, text);
     return text;
 }
 
@@ -90,7 +92,7 @@ HRESULT ParseDeviceXml(std::string_view body, ComPtr<IXMLDOMDocument>& document)
     const HRESULT inspected = Inspect(text);
     if (FAILED(inspected)) return inspected;
     const HRESULT loaded = LoadDomText(text, document);
-    // The DOM is the stricter one, but does not tell what it minds.
+    // The DOM may reject what the reader accepted, but gives no reason.
     return loaded == S_FALSE ? static_cast<HRESULT>(WC_E_SYNTAX) : loaded;
 }
 

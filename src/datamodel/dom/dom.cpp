@@ -37,8 +37,7 @@ HRESULT SelectAsGiven(IXMLDOMNode* from, std::wstring_view xpath, ComPtr<IXMLDOM
     return from->selectSingleNode(expression.Get(), &node);
 }
 
-/// Whether "." with a predicate selects what it says. Wine's DOM answers the document itself, without an
-/// error.
+/// Whether this system's DOM evaluates a predicate on ".". Wine's silently answers the document node instead.
 bool SelectsDotWithPredicate() {
     ComPtr<IXMLDOMDocument> document;
     if (LoadDomText(L"<a><b>x</b></a>", document) != S_OK) return true;
@@ -48,8 +47,8 @@ bool SelectsDotWithPredicate() {
            node->get_nodeName(name.Receive()) == S_OK && name.View() == L"a";
 }
 
-/// Says the same without a "." that has a predicate: "//*[...]" for "//.[...]", which differs for the
-/// document node alone, and "a[...]" for "a/.[...]".
+/// Rewrites predicates on ".": "//*[...]" for "//.[...]", which differs for the document node only, and "a[...]"
+/// for "a/.[...]".
 std::wstring WithoutDotPredicates(std::wstring_view xpath) {
     std::wstring plain;
     wchar_t quote = L'\0';
@@ -76,6 +75,7 @@ HRESULT SelectNode(IXMLDOMNode* from, const wchar_t* xpath, ComPtr<IXMLDOMNode>&
     const std::wstring_view expression(xpath);
     static const bool selectsDotWithPredicate = SelectsDotWithPredicate();
     if (selectsDotWithPredicate) return SelectAsGiven(from, expression, node);
+    // Wine's parser crashes on some malformed expressions, so none reaches it unchecked.
     const std::optional<std::wstring> pattern = ToPlainXslPattern(expression);
     if (!pattern) {
         logSource.Error(L"The expression %ls selects nothing: it is no XSL pattern", xpath);

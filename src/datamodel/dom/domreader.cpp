@@ -13,7 +13,7 @@ constexpr size_t usualAttributeCount = 8;
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-/// The number that the text begins with, held at `limit`.
+/// The number that the text begins with, at most `limit`.
 std::uint64_t LeadingDigits(std::wstring_view text, std::uint64_t limit) {
     std::uint64_t number = 0;
     for (const wchar_t c : text) {

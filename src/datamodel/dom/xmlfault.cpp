@@ -73,13 +73,13 @@ public:
     HRESULT Run() {
         HRESULT result;
         while ((result = reader_.Read(&node_)) == S_OK) {
-            // Some readers give the last node of a text that breaks off again and again.
+            // At the end of a truncated document some readers return the last node again and again.
             if (!Advances()) return static_cast<HRESULT>(MX_E_INPUTEND);
             if (const HRESULT judged = JudgeNode(); FAILED(judged)) return judged;
             hasElement_ = hasElement_ || node_ == XmlNodeType_Element;
         }
         Advances();
-        // Not every reader minds a text without any element, and what it did not see it did not inspect.
+        // Some readers accept a text without any element. Report it: nothing of it was inspected.
         return SUCCEEDED(result) && !hasElement_ ? static_cast<HRESULT>(WC_E_ROOTELEMENT) : result;
     }
 
@@ -122,7 +122,7 @@ private:
     bool hasElement_ = false;
 };
 
-/// Takes the blanks off the document's beginning, which some readers take for its end.
+/// Removes leading blanks, because some readers stop there as if the document ended.
 /// \return how many lines went with them.
 unsigned RemoveLeadingBlanks(std::string_view& document) {
     const size_t start = std::min(document.find_first_not_of(" \t\r\n"), document.size());
@@ -131,7 +131,7 @@ unsigned RemoveLeadingBlanks(std::string_view& document) {
     return static_cast<unsigned>(std::count(blanks.begin(), blanks.end(), '\n'));
 }
 
-/// What a reader would have said, had it seen the blanks.
+/// A declaration behind blanks is a fault, which the reader no longer sees once they are removed.
 bool IsLateDeclaration(std::string_view document, size_t wholeLength) {
     return document.size() < wholeLength && document.substr(0, 6) == "<?xml ";
 }

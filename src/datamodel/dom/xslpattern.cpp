@@ -8,7 +8,7 @@ namespace Corvix {
 namespace {
 
 constexpr std::wstring_view blanks = L" \t\r\n";
-/// The longer ones first, so that none is taken for its beginning.
+/// Longer operators first, so that "<=" is not read as "<".
 constexpr std::wstring_view signOperators[] = {L"!=", L"<=", L">=", L"=", L"<", L">"};
 constexpr std::wstring_view wordOperators[] = {L"and", L"or"};
 
@@ -23,7 +23,7 @@ bool ContinuesName(wchar_t c) { return BeginsName(c) || IsDigit(c) || c == L'-' 
 /// What stands between the brackets of a predicate.
 enum class Content { Path, Number, Call, Comparison };
 
-/// Reads an expression part by part. What returns false has found something else than it is named after.
+/// A recursive-descent recogniser: each function consumes what it is named after, or returns false.
 class PatternReader {
 public:
     explicit PatternReader(std::wstring_view text) : text_(text), rest_(text) {}

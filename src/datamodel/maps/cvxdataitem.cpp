@@ -50,7 +50,7 @@ private:
     const std::uint8_t* bytes_ = nullptr;
 };
 
-/// The pair of numbers that devices pack into eight bytes, as "1-5".
+/// Two big-endian numbers packed into eight bytes, as "1-5": how devices report ranges.
 std::wstring PairText(SAFEARRAY* array) {
     const LockedBytes bytes(array);
     if (bytes.Size() < 8) return {};

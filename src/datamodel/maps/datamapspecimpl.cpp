@@ -97,6 +97,7 @@ void DataMapSpecImpl::Read(IXMLDOMNode* node) {
 void DataMapSpecImpl::AddDataItemSpec(const wchar_t* name, CvxDataItem* item) {
     const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpecImpl::AddDataItemSpec");
     if (!name || !item) return;
+    // The item is owned before anything can throw: a failed insertion destroys it.
     const auto place = items_.lower_bound(std::wstring_view(name));
     if (place == items_.end() || place->first != name) {
         KyUtils::RaisingComErrors(

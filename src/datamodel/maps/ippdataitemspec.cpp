@@ -22,7 +22,7 @@ IPPDataItemSpec::IPPDataItemSpec(const wchar_t* name, const wchar_t* command, bo
                                  const wchar_t* prefix, const wchar_t* jobUri, unsigned long long lifespan,
                                  const wchar_t* type)
     : DataItemSpec(name, transient, prefix, lifespan, type), command_(CopyText(command)) {
-    // Only an operation can be about a job.
+    // A job URI means something to an operation only.
     if (command_) jobUri_ = CopyText(jobUri);
 }
 

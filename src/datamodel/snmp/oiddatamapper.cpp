@@ -20,7 +20,7 @@ constexpr size_t sequenceDigits = 3;
 
 std::wstring_view ViewOf(const wchar_t* text) { return text ? std::wstring_view(text) : std::wstring_view(); }
 
-/// A number that counts elements; nothing for any other text.
+/// An element number; nothing for text that is not a decimal number of at most nine digits.
 std::optional<int> ParseElementNumber(std::wstring_view text) {
     constexpr size_t mostDigits = 9;
     if (text.empty() || text.find_first_not_of(L"0123456789") != std::wstring_view::npos) return std::nullopt;
@@ -32,8 +32,8 @@ std::optional<int> ParseElementNumber(std::wstring_view text) {
     return number;
 }
 
-/// Whether there is no use in asking for further elements: each would cost all the attempts of the
-/// connection, or there is no device to ask.
+/// Whether the device does not answer at all. Do not ask it for further elements then: each would cost all the
+/// retries of the connection.
 bool IsSilence(HRESULT result) {
     return result == HRESULT_FROM_WIN32(WSAETIMEDOUT) || result == HRESULT_FROM_WIN32(ERROR_TIMEOUT) ||
            result == HRESULT_FROM_WIN32(ERROR_DEVICE_NOT_CONNECTED);
@@ -64,14 +64,14 @@ struct OIDDataMapper::Sequence {
         ConstructKey(prefix, name, sequence, key);
         return key;
     }
-    /// Whether further elements would be fetched for nobody: those of a transient item are not kept.
+    /// Elements of transient items are not kept, so fetching ends with the one that was wanted.
     bool IsDone() const { return item.IsTransient() && (found || !wanted); }
 };
 
 OIDDataMapper::OIDDataMapper(DisposablePtr<OIDProvider> provider, DisposablePtr<DataMapSpec> map)
     : DataCollectionImpl(std::move(map)), provider_(std::move(provider)) {}
 
-/// The name of a sequence in a cache says that all its elements are there.
+/// In a cache, the name of a sequence says that all its elements are there. Take it out where they are not.
 OIDDataMapper::~OIDDataMapper() {
     for (const auto* keys : {&incomplete_, &unkept_}) {
         for (const std::wstring& key : *keys)
@@ -163,7 +163,7 @@ HRESULT OIDDataMapper::AnswerSequence(const DataNode& node, VARIANT* value) {
         if (DataCollectionImpl::GetValue(key.c_str(), value) == S_OK) return S_OK;
         if (IsKnown(sequence)) return E_FAIL;
     }
-    // Until its end is reached: what memory was too short for must not leave a part that counts as the whole.
+    // Until the end is reached: if memory runs out on the way, the part must not count as the whole.
     incomplete_.insert(sequence.Key({}));
     if (!node.item->IsTransient()) {
         const KyUtils::Variant name = KyUtils::Variant::FromText(sequence.Key(wholeSequence));
@@ -175,8 +175,8 @@ HRESULT OIDDataMapper::AnswerSequence(const DataNode& node, VARIANT* value) {
     return GetNextDataItem(sequence, *node.item->GetNextOIDDataItemSpec(), value);
 }
 
-/// The name of the sequence is stored before its elements. While it is fresh, an element that is not there is
-/// one that the device does not have, unless the device was not sure.
+/// Whether the store has the whole sequence, so that an element missing there does not exist: its name is fresh and
+/// the last fetch reached the end.
 bool OIDDataMapper::IsKnown(const Sequence& sequence) {
     const std::wstring key = sequence.Key({});
     const StoredValue* name = Store().FindFresh(key);
@@ -193,8 +193,7 @@ HRESULT OIDDataMapper::GetNextDataItem(Sequence& sequence, const NextOIDDataItem
 
 HRESULT OIDDataMapper::Walk(Sequence& sequence, const NextOIDDataItemSpec& item, bool startIsReadable) {
     OidWalk walk(*provider_, item.GetOid());
-    // A start that can be read is an instance, and its fellows lie beside it; one that cannot is their
-    // column.
+    // A readable start is an instance: walk its column. Otherwise the start is the column itself.
     if (item.IsUntilEnd()) walk.StayBelow(startIsReadable ? ParentOid(item.GetOid()) : item.GetOid());
     const int last = item.IsUntilEnd() ? maxElements : item.Count();
     for (int index = 1; index <= last && !sequence.IsDone(); ++index) {
@@ -213,7 +212,7 @@ HRESULT OIDDataMapper::Walk(Sequence& sequence, const NextOIDDataItemSpec& item,
 HRESULT OIDDataMapper::GetDataItemsInSequnce(Sequence& sequence, const OIDGetDataItemsSpec& item,
                                              VARIANT* value) {
     if (sequence.IsDone()) return HandOver(sequence, S_OK, value);
-    // A copy counts for itself, so that every request begins with the first index.
+    // GetOid() advances the index. Work on a copy, so that every request begins with the first one.
     OIDGetDataItemsSpec table = item;
     const HRESULT first = ReadElement(sequence, 0, table.GetOid().c_str());
     const HRESULT ended = sequence.IsDone() || IsSilence(first) ? first : ReadTable(sequence, table);
@@ -224,7 +223,7 @@ HRESULT OIDDataMapper::ReadTable(Sequence& sequence, OIDGetDataItemsSpec& item) 
     const int last = item.IsUntilEnd() ? maxElements : item.Count();
     for (int index = 1; index <= last && !sequence.IsDone(); ++index) {
         const HRESULT result = ReadElement(sequence, index, item.GetOid().c_str());
-        // A table with a bound may have gaps.
+        // A table with a fixed count may have gaps; one "until the end" ends at the first.
         if (FAILED(result) && (item.IsUntilEnd() || IsSilence(result))) return result;
         if (item.IsUntilEnd() && index == last) {
             logSource.Warning(L"The table %ls has no end: cut after %d elements",
@@ -254,7 +253,7 @@ void OIDDataMapper::TakeElement(Sequence& sequence, int index, KyUtils::Variant 
 HRESULT OIDDataMapper::HandOver(Sequence& sequence, HRESULT ended, VARIANT* value) {
     if (sequence.complete) incomplete_.erase(sequence.Key({}));
     if (IsSilence(ended)) {
-        // Nor may a later collection take what there is for the whole.
+        // The sequence is cut short: neither this nor a later collection may take it for complete.
         Store().Remove(sequence.Key({}));
         if (sequence.count == 0) return ended;
     }
@@ -263,7 +262,7 @@ HRESULT OIDDataMapper::HandOver(Sequence& sequence, HRESULT ended, VARIANT* valu
         NoteDeviceAnswer({}, sequence.item.GetLifespan());
         return S_OK;
     }
-    // E_OUTOFMEMORY is about the room for names in a walk, which means nothing to the caller.
+    // E_OUTOFMEMORY here means that no buffer was large enough for a name: of no meaning to the caller.
     if (!sequence.found) return FAILED(ended) && ended != E_OUTOFMEMORY ? ended : E_FAIL;
     *value = sequence.found->Release();
     NoteDeviceAnswer(std::move(sequence.foundRaw), sequence.item.GetLifespan());

@@ -20,7 +20,7 @@ std::wstring ReadSerialNumber(OIDProvider& provider) {
     for (const wchar_t* oid : {serialNumberOid, standardSerialNumberOid}) {
         KyUtils::Variant value;
         if (FAILED(provider.GetValue(oid, value.Receive()))) continue;
-        // Octets that are no text tell devices apart no better than none.
+        // Octets that are not text do not identify a device; try the next object.
         const std::wstring text(value->vt == VT_I4 ? std::to_wstring(value->lVal) : value.Text());
         if (const std::wstring_view trimmed = Trim(text); !trimmed.empty()) return std::wstring(trimmed);
     }

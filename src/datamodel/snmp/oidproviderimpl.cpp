@@ -12,7 +12,7 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-/// hrDeviceDescr of the first device (RFC 2790): a printer that has SNMP at all answers it.
+/// hrDeviceDescr of the first device (RFC 2790): every printer with SNMP answers it.
 constexpr wchar_t probeOid[] = L"1.3.6.1.2.1.25.3.2.1.3.1";
 constexpr wchar_t triggerSeparator = L';';
 
@@ -26,7 +26,7 @@ bool HasDescription(MIBConnection& connection) {
     return !KyUtils::Variant::ToText(description.Get()).Text().empty();
 }
 
-/// Tells the device that a value was read, or makes it refresh what follows.
+/// Writes 1 to the object behind the ";" of an OID, which makes the device act after the read.
 HRESULT WriteTrigger(MIBConnection& connection, const wchar_t* oid) {
     VARIANT one;
     VariantInit(&one);
@@ -60,6 +60,7 @@ HRESULT OIDProviderImpl::GetValue(const wchar_t* oid, VARIANT* value) {
     const size_t separator = text.find(triggerSeparator);
     if (separator == std::wstring_view::npos) return connection_->GetValue(oid, value);
     const HRESULT read = connection_->GetValue(std::wstring(text.substr(0, separator)).c_str(), value);
+    // The trigger is written even when the read failed, and its result is the answer then.
     const wchar_t* trigger = oid + separator + 1;
     return *trigger ? WriteTrigger(*connection_, trigger) : read;
 }

@@ -10,7 +10,7 @@ namespace {
 
 const KyUtils::LogSource logSource(L"CorvixDM");
 
-/// The room for the next name: a little more than the start needs, a little more again with every object.
+/// Characters of the buffer for the next OID, which grows with the walk as names do: devices see its size.
 constexpr size_t firstMargin = 5;
 constexpr size_t growthPerObject = 4;
 constexpr size_t growthPerRetry = 2;
@@ -49,7 +49,7 @@ HRESULT OidWalk::Next(KyUtils::Variant& value) {
     KyUtils::Variant read;
     const HRESULT result = AskForNext(read);
     if (FAILED(result)) return result;
-    // What the connection wrote ends with a zero, or else with the room.
+    // A connection that fills the buffer may leave out the terminating zero.
     const std::wstring_view next = std::wstring_view(next_).substr(0, next_.find(L'\0'));
     if (!MayContinueAt(next)) return S_FALSE;
     current_ = next;

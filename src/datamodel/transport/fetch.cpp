@@ -29,6 +29,7 @@ HRESULT ReceiveBody(HTTPRequest& request, std::string& body, unsigned long& stat
         logSource.Error(L"HTTP status %lu", status);
         return E_FAIL;
     }
+    // A transport may answer null for an empty body.
     const auto* bytes = reinterpret_cast<const char*>(response->GetBody());
     body.assign(bytes ? bytes : "", bytes ? response->GetBodyLength() : 0);
     return S_OK;

@@ -14,7 +14,7 @@ constexpr wchar_t discoveryTree[] = L"/DevMgmt/DiscoveryTree.xml";
 
 bool IsResourceType(const wchar_t* uri) { return *uri && *uri != L'/'; }
 
-/// What a device lists becomes part of a request: nothing goes there that could end its first line.
+/// The listed URI goes into a request line. Refuse blanks and controls, which would let the device forge headers.
 bool IsUsableUri(const std::wstring& uri) {
     return !uri.empty() && std::all_of(uri.begin(), uri.end(), [](wchar_t c) { return c > L' '; });
 }
@@ -28,7 +28,7 @@ DisposablePtr<PavoProvider> PavoProviderImpl::Create(Address* address) {
     if (!address) return {};
     auto provider = DisposablePtr<PavoProviderImpl>::Share(new PavoProviderImpl(address));
     unsigned needed = 0;
-    // Asked without a buffer, a resource that is listed with a URI is one that does not fit.
+    // With no buffer, E_OUTOFMEMORY means that the tree lists the resource; needed is 1 for an empty URI.
     const HRESULT probed = provider->GetResourceURI(pavoIdentity.uri, nullptr, 0, &needed, 0);
     if (probed != E_OUTOFMEMORY || needed <= 1) return {};
     return provider;
@@ -37,6 +37,7 @@ DisposablePtr<PavoProvider> PavoProviderImpl::Create(Address* address) {
 HRESULT PavoProviderImpl::GetResourceURI(const wchar_t* resourceType, wchar_t* text, unsigned textChars,
                                          unsigned* neededChars, unsigned lifespan) {
     const KyUtils::LogScope scope(logSource, "Corvix::PavoProviderImpl::GetResourceURI");
+    // The type is quoted in the XPath, which knows no escape for a quote.
     if (!resourceType || wcschr(resourceType, L'"')) return E_FAIL;
     const std::wstring xpath =
         std::wstring(L"//.[dd:ResourceType=\"").append(resourceType).append(L"\"]/dd:ResourceURI");

@@ -17,7 +17,7 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 constexpr wchar_t defaultUserName[] = L"guest";
 constexpr wchar_t defaultPath[] = L"/";
-/// The print service, as its requests name it.
+/// The URI of the Web Services on Devices print service, which has a request of its own.
 constexpr std::wstring_view printService = L"uri:prn";
 
 constexpr std::string_view transferGetHead =
@@ -39,7 +39,7 @@ constexpr std::string_view transferGetTail =
     R"(<s:Body xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:xsd="http://www.w3.org/2001/XMLSchema"/>)"
     R"(</s:Envelope>)";
 
-/// Host name, port, message id, sender's id.
+/// A printf format for host name, port, message id and sender's id.
 constexpr char printerElementsFormat[] =
     R"(<?xml version="1.0" encoding="utf-8"?> )"
     R"(<soap:Envelope xmlns:soap="http://www.w3.org/2003/05/soap-envelope")"
@@ -78,7 +78,7 @@ void AppendEscaped(std::string& escaped, char c) {
     escaped += c;
 }
 
-/// UTF-8 that stands for itself as the content of an element.
+/// Escapes a text for use as the content of an element, in UTF-8.
 std::string XmlText(std::wstring_view text) {
     std::string escaped;
     for (const char c : KyUtils::ToUtf8(text))
@@ -95,7 +95,7 @@ DisposablePtr<WSProvider> WSProviderImpl::Create(Address* address) {
     if (!address) return {};
     auto provider = DisposablePtr<WSProviderImpl>::Share(new WSProviderImpl(address));
     unsigned needed = 0;
-    // Asked without a buffer, a device id that is there is one that does not fit.
+    // With no buffer, E_OUTOFMEMORY means that the id exists; needed is 1 for an empty one.
     const HRESULT probed = provider->GetValue(wsIdentity.uri, wsIdentity.xpath, nullptr, 0, &needed, true, 0);
     if (probed != E_OUTOFMEMORY || needed <= 1) return {};
     return provider;
@@ -105,6 +105,7 @@ std::string WSProviderImpl::HostText() const {
     const wchar_t* name = Device() ? Device()->GetHostName() : nullptr;
     if (!name) return {};
     const std::string host = XmlText(name);
+    // An IPv6 literal needs brackets, or its colons would read as a port.
     return host.find(':') == std::string::npos ? host : "[" + host + "]";
 }
 
@@ -163,6 +164,7 @@ HRESULT WSProviderImpl::Post(const wchar_t* path, const std::string& envelope, s
     result = request->Send(reinterpret_cast<const unsigned char*>(envelope.data()),
                            static_cast<unsigned long>(envelope.size()));
     if (FAILED(result)) return result;
+    // Between sending and the response: transports are told that the content type counts until then.
     request->SetContentType(L"application/soap+xml");
     return ReceiveText(*request, body);
 }

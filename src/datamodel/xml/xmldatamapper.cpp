@@ -64,11 +64,12 @@ HRESULT XMLDataMapper::ReadText(const XMLDataItemSpec& item, std::wstring& text)
     HRESULT result =
         provider_->GetValue(item.GetUri(), item.GetXPath(), small.data(), static_cast<unsigned>(small.size()),
                             &needed, !item.IsTransient(), item.GetLifespan());
+    // S_FALSE, when nothing is selected, counts as an empty text.
     if (result != E_OUTOFMEMORY) {
         text = small.data();
         return result;
     }
-    // The document that told the length also gives the text, whatever its age: no second request.
+    // Lifespan 0 takes the cached document, so that length and text come from the same one.
     text.resize(needed + size_t{1});
     result = provider_->GetValue(item.GetUri(), item.GetXPath(), text.data(),
                                  static_cast<unsigned>(text.size()), &needed, true, 0);

@@ -42,7 +42,7 @@ HRESULT XMLProvider::ReceiveText(HTTPRequest& request, std::string& text) {
     std::string body;
     unsigned long status = 0;
     const HRESULT result = ReceiveBody(request, body, status);
-    // A document ends with the first zero, wherever its body does.
+    // The body counts as a zero-terminated text.
     if (SUCCEEDED(result)) text = body.substr(0, body.find('\0'));
     return result;
 }
@@ -54,6 +54,7 @@ HRESULT XMLProvider::GetContent(const wchar_t* uri, std::string& body) {
     const HRESULT created = CreateRequest(request);
     if (FAILED(created)) return created;
     request->SetURI(uri);
+    // Credentials go together: without a password no user name is sent either.
     if (!password_.empty()) {
         request->SetPassword(password_.c_str());
         request->SetUserName(userName_.empty() ? defaultUserName : userName_.c_str());
@@ -86,6 +87,7 @@ HRESULT XMLProvider::GetDOM(const wchar_t* uri, IXMLDOMDocument** document, bool
     ComPtr<IXMLDOMDocument> parsed;
     const HRESULT result = ParseDeviceXml(body, parsed);
     if (FAILED(result)) return result;
+    // Only now: a document that does not parse must not replace the one kept before.
     KeepDocument(uri, parsed);
     *document = parsed.Detach();
     return S_OK;

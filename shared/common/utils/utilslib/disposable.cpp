@@ -83,7 +83,7 @@ long CDisposable::AddRefImpl() {
 }
 
 long CDisposable::DisposeImpl() {
-    // With this reference given up the object may be gone: another thread gives up the last one.
+    // Ask for the name before the count falls: afterwards another thread may destroy the object.
     const bool isLogged = logSource.IsOn(LineFlag::Debug);
     const std::wstring name = isLogged ? TypeNameImpl() : L"";
     const long count = InterlockedDecrement(&refCount_);

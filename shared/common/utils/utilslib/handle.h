@@ -17,8 +17,10 @@ public:
         std::swap(handle_, other.handle_);
         return *this;
     }
-    ~Handle() {
-        if (handle_) CloseHandle(handle_);
+    ~Handle() { Close(); }
+
+    void Close() noexcept {
+        if (const HANDLE handle = std::exchange(handle_, nullptr)) CloseHandle(handle);
     }
 
     HANDLE Get() const noexcept { return handle_; }
@@ -28,9 +30,9 @@ private:
     HANDLE handle_ = nullptr;
 };
 
-/// A mutex of the system, named to be shared between processes or not. Unlike a lock of the language's
-/// library it passes on when the thread that holds it is killed, as every other thread is when a process
-/// ends.
+/// A mutex of the system; one with a name is shared between processes. Used where a thread may be killed while it
+/// holds the lock, as all other threads are when a process ends: unlike std::mutex it is then handed to the next
+/// waiter.
 class KernelMutex {
 public:
     explicit KernelMutex(const wchar_t* name = nullptr) noexcept

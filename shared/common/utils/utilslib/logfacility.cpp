@@ -67,7 +67,7 @@ void LogFacility::Refresh(bool anew) noexcept {
         }
         monitor_.Configure(monitorSettings);
     } catch (const std::bad_alloc&) {
-        // The settings stay as they are and are read again before the next line.
+        // Out of memory: keep the old settings and try again before the next line.
     }
 }
 
@@ -98,7 +98,7 @@ void LogFacility::Write(LogModule& module, std::uint32_t flags, const std::wstri
     try {
         if (Append(module, flags, text)) monitor_.Line(module.name, flags, text);
     } catch (const std::bad_alloc&) {
-        // A line that finds no memory is lost: logging never fails the function that logs.
+        // Out of memory: drop the line. Logging never fails the function that logs.
     }
 }
 

@@ -36,8 +36,8 @@ std::wstring LimitNotice(std::wstring_view module) {
 }  // namespace
 
 LogFile::Outcome LogFile::Append(const Target& target, std::wstring_view module, std::wstring_view lines) {
-    // Appending alone keeps lines of several processes apart on a local disk, but not on every file system. A
-    // process that holds the lock for too long is not waited for.
+    // Appending is atomic between processes on a local disk, but not on every file system, hence the lock. Do not
+    // wait long for it: a process that hangs must not stop the others' logs.
     const KernelLock lock(betweenProcesses_, longestWaitForOthers);
     const Handle file = OpenForAppending(target.name);
     if (!file) return HoldBack(target, lines);

@@ -21,7 +21,7 @@ void LogSource::WriteNoted(std::uint32_t flags, const wchar_t* format, std::va_l
     try {
         LogFacility::Instance().Write(*module_, flags, FormatArguments(format, arguments) + note());
     } catch (const std::bad_alloc&) {
-        // A line that finds no memory is lost: logging never fails the function that logs.
+        // Out of memory: drop the line. Logging never fails the function that logs.
     }
 }
 

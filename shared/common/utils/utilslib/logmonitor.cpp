@@ -7,7 +7,7 @@ namespace {
 
 thread_local bool isInMonitor = false;
 
-/// Marks the thread while the monitor's code runs: what is logged meanwhile must not come back to it.
+/// Marks the thread while the monitor runs, so that lines logged by the monitor itself are not sent to it.
 class MonitorCall {
 public:
     MonitorCall() { isInMonitor = true; }

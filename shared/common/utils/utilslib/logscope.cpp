@@ -9,7 +9,7 @@
 namespace KyUtils {
 namespace {
 
-/// Reading a thread's own variable may change its last error: whoever does keeps that.
+/// Accessing a thread_local may change the last error, so every user of this one restores it.
 thread_local LogScope* innermostScope = nullptr;
 
 std::int64_t NowInMicroseconds() {
@@ -46,7 +46,7 @@ void LogScope::Leave() noexcept {
         const std::wstring notes = ExitNotes(exceptionsInFlight);
         source_->Line(LineFlag::Exit | flags_, L"%hs%ls", function_, notes.c_str());
     } catch (const std::bad_alloc&) {
-        // A line that finds no memory is lost: logging never fails the function that logs.
+        // Out of memory: drop the line. Logging never fails the function that logs.
     }
 }
 

@@ -24,7 +24,7 @@ std::wstring FormatArguments(const wchar_t* format, std::va_list arguments) {
     for (;;) {
         std::va_list once;
         va_copy(once, arguments);
-        // Depending on the runtime library, what does not fit answers -1 or the length that it would have.
+        // When the buffer is too small, runtimes return either -1 or the length needed.
         const int length = std::vswprintf(text.data(), text.size(), format, once);
         va_end(once);
         if (length >= 0 && static_cast<size_t>(length) < text.size()) {

@@ -4,7 +4,7 @@
 
 #include <iterator>
 
-/// Part of the system's native interface, whose import library has it but whose headers do not.
+/// Part of the native API: in the import library, but declared in driver headers only.
 extern "C" NTSTATUS NTAPI NtQueryKey(HANDLE key, int informationClass, void* information, ULONG length,
                                      ULONG* needed);
 

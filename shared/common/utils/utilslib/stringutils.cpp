@@ -9,7 +9,7 @@ namespace {
 
 wchar_t LowerCharacter(wchar_t c) {
     if (c < 0x80) return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + 32) : c;
-    // The C library's own function knows no letter between 0x80 and 0xFF.
+    // towlower() of the C runtime leaves letters between 0x80 and 0xFF as they are.
     wchar_t lower = c;
     LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_LOWERCASE, &c, 1, &lower, 1, nullptr, nullptr, 0);
     return lower;

@@ -1,11 +1,11 @@
-/// Owners of what threads meet at.
+/// What threads synchronise with: critical sections, events, threads.
 #pragma once
 
 #include <windows.h>
 
 #include <process.h>
 
-#include <utility>
+#include "utilslib/handle.h"
 
 namespace KyUtils {
 
@@ -23,28 +23,6 @@ public:
 
 private:
     CRITICAL_SECTION section_;
-};
-
-/// Owns a kernel handle, which may be none.
-class Handle {
-public:
-    Handle() noexcept = default;
-    explicit Handle(HANDLE handle) noexcept : handle_(handle) {}
-    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
-    Handle& operator=(Handle&& other) noexcept {
-        std::swap(handle_, other.handle_);
-        return *this;
-    }
-    ~Handle() { Close(); }
-
-    void Close() noexcept {
-        if (const HANDLE handle = std::exchange(handle_, nullptr)) CloseHandle(handle);
-    }
-    HANDLE Get() const noexcept { return handle_; }
-    explicit operator bool() const noexcept { return handle_ != nullptr; }
-
-private:
-    HANDLE handle_ = nullptr;
 };
 
 /// A manual-reset event that is not signalled; `name` null for an unnamed one.
