@@ -82,6 +82,7 @@ HRESULT GetDeviceLocaleStrings(CorvixAddress* address, const wchar_t* locale, wc
         auto text = BufferOf(std::wstring_view(Corvix::DecodeStrings(received)));
         logSource.Debug(L"Received Content for return: %ls", text.get());
         logSource.Debug(L"Received Content Address for return: %ls", text.get());
+        // Both buffers are made before either is handed out.
         *wide = text.release();
         *content = narrow.release();
         return S_OK;
@@ -130,6 +131,7 @@ HRESULT GetMediaTypesList(CorvixAddress* address, CorvixMediaTypesList* types) {
         std::wstring text;
         const HRESULT result = ReadMediaTypes(address, text);
         if (FAILED(result)) return result;
+        // Collected first, so that the caller's list is untouched when memory runs out.
         CorvixMediaTypesList read;
         for (const std::wstring_view type : KyUtils::Split(text, L','))
             read.emplace_back(type);

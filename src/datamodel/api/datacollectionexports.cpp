@@ -41,6 +41,7 @@ HRESULT CreateDataCollectionFromXML(Address* address, const wchar_t* xml, DataCo
                                     ICacheProvider* cache) {
     return Entry(logSource, "CreateDataCollectionFromXML", [&] {
         if (!address || !xml || !collection) return E_FAIL;
+        // Unlike the file entry point, left whatever entering it returned: callers count on it.
         const KyUtils::UncheckedComApartment apartment;
         ComPtr<IXMLDOMDocument> document;
         const HRESULT loaded = Corvix::LoadDomText(xml, document);

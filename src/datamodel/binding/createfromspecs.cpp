@@ -50,6 +50,7 @@ bool IsBlank(std::wstring_view identity) {
 
 BoundMap BindRemembering(Address& address, const DataMapSpecCollection& maps, RegCacheProvider& cache) {
     if (BoundMap remembered = BindFromMemory(address, maps, cache); remembered.mapper) return remembered;
+    // The identity is wanted in any case: it is what is remembered.
     BoundMap bound = BindFirstMap(address, maps, true);
     Remember(bound, maps, cache);
     return bound;

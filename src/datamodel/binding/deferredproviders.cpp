@@ -15,6 +15,7 @@ public:
 
     template <class Call>
     HRESULT Ask(Call call) {
+        // Made once, even when there turns out to be none: do not probe the device for every value.
         if (const auto make = std::exchange(make_, nullptr)) provider_ = make();
         return provider_ ? call(*provider_) : deviceNotConnected;
     }

@@ -24,6 +24,7 @@ const ItemSpec* FirstItem(const DataMapSpec& map) {
     return nullptr;
 }
 
+/// An attribute that is there but empty counts as missing.
 bool IsGiven(const wchar_t* text) { return text && *text; }
 
 }  // namespace
@@ -51,6 +52,7 @@ HRESULT Requestor::GetValueOrSetValueFromDataMapSpecsColl(Address& device, const
                                                           VARIANT& value) {
     const KyUtils::LogScope scope(logSource, "Corvix::Requestor::GetValueOrSetValueFromDataMapSpecsColl");
     if (maps.GetCount() == 0) return Fail(RequestStatus::NoItemName);
+    // Only the first map counts, even where it cannot be served and a later one could.
     const DataMapSpec& map = *maps.GetDataMapSpec(0);
     const bool isRead = value.vt == VT_EMPTY;
     switch (map.GetDataMapType()) {
@@ -98,6 +100,7 @@ HRESULT Requestor::WriteToSnmp(Address& device, const DataMapSpec& map, const VA
     if (FAILED(device.CreateMIBConnection(connection.Receive())) || !connection) {
         return Fail(RequestStatus::SnmpWriteFailed);
     }
+    // Tested after the connection: the statuses are reported in this order.
     if (value.vt != VT_INT) return Fail(RequestStatus::UnsupportedValueType);
     const HRESULT written = connection->SetValue(item->GetOid(), value);
     return FAILED(written) ? Fail(RequestStatus::SnmpWriteFailed) : written;

@@ -52,6 +52,7 @@ TimeStamp ParseTimeStamp(std::wstring_view text) {
     for (const wchar_t c : text) {
         if (c < L'0' || c > L'9') return std::nullopt;
         const auto digit = static_cast<std::uint64_t>(c - L'0');
+        // A number that overflows is as malformed as a letter.
         if (number > (largest - digit) / 10) return std::nullopt;
         number = number * 10 + digit;
     }
@@ -72,6 +73,7 @@ HRESULT CachedValues::Get(const wchar_t* name, VARIANT* value) const {
 
 void CachedValues::ForEachStamped(const StampedVisitor& visit) const {
     for (const auto& [name, value] : values_) {
+        // A value without a companion was not written by a cache, or not completely.
         if (IsExpiresName(name)) continue;
         const auto companion = values_.find(ExpiresName(name));
         if (companion != values_.end()) visit(name, value, ParseTimeStamp(companion->second.Text()));

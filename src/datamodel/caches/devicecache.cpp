@@ -16,6 +16,7 @@ DisposablePtr<DeviceCache> DeviceCache::Create(RegCacheProvider& provider, std::
 }
 
 RegCacheProvider& DeviceCache::KeyedProvider() {
+    // Another collection may have used the provider since.
     provider_->SetKeys(collectionKey_, dataMapKey_);
     return *provider_;
 }

@@ -20,6 +20,7 @@ constexpr wchar_t separator = L' ';
 
 std::optional<KnownDevice> Parse(const std::wstring& text) {
     const size_t end = text.find(separator);
+    // A record that cannot be read is no record: the device is asked again.
     if (end == std::wstring::npos || end + 1 == text.size()) return std::nullopt;
     return KnownDevice{text.substr(0, end), text.substr(end + 1)};
 }

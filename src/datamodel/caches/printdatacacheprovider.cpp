@@ -20,6 +20,7 @@ constexpr wchar_t dataKey[] = L"UBidiData";
 KyUtils::Variant TextOf(const PRINTER_ENUM_VALUESW& entry) {
     std::wstring text(entry.cbData / sizeof(wchar_t), L'\0');
     std::memcpy(text.data(), entry.pData, text.size() * sizeof(wchar_t));
+    // Texts are stored with their zero, but other programs may leave it out.
     if (!text.empty() && text.back() == L'\0') text.pop_back();
     return KyUtils::Variant::FromText(text);
 }
@@ -72,6 +73,7 @@ void PrintDataCacheProvider::InitializeDictionary() {
     DWORD size = 0;
     DWORD count = 0;
     if (!HasPrinter()) return;
+    // Asked for the size first; any other answer means that there is no data.
     if (EnumPrinterDataExW(printer_, dataKey, nullptr, 0, &size, &count) != ERROR_MORE_DATA) return;
     const KyUtils::GlobalMemory buffer(size);
     auto* entries = static_cast<PRINTER_ENUM_VALUESW*>(buffer.Get());

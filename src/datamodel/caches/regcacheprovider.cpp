@@ -26,6 +26,7 @@ void RegistryWrite(const KyUtils::RegistryKey& key, const std::wstring& name, co
                    std::uint64_t timeStamp) {
     if (!key || name.empty()) return;
     LSTATUS written = WriteValue(key, name, value);
+    // The stamp follows only a value that was written: without it the value is ignored.
     if (written == ERROR_SUCCESS)
         written = KyUtils::WriteText(key, ExpiresName(name), FormatTimeStamp(timeStamp));
     if (written != ERROR_SUCCESS) {
@@ -48,6 +49,7 @@ void RegCacheProvider::RememberDevice(const std::wstring& deviceName, unsigned l
 
 void RegCacheProvider::SetKeys(const std::wstring& collectionKey, const std::wstring& dataMapKey) {
     std::wstring path = MapKeyPath(rootPath_, collectionKey, dataMapKey);
+    // Collections set their keys before every call; keep what was loaded while the key is the same.
     if (path == path_) return;
     path_ = std::move(path);
     values_.Clear();

@@ -77,6 +77,7 @@ HRESULT DataCollectionImpl::StoreValue(const wchar_t* name, const VARIANT& value
 HRESULT DataCollectionImpl::Put(std::wstring_view name, KyUtils::Variant value, std::uint32_t lifespan,
                                 ValueSource source) {
     StoredValue stored{std::move(value), 0, lifespan, source};
+    // What never expires needs no clock, and is stored even where that fails.
     if (lifespan != 0) {
         const auto now = KyUtils::CurrentFileTime();
         if (!now) return E_FAIL;

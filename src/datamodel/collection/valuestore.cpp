@@ -8,6 +8,7 @@
 namespace Corvix {
 
 void ValueStore::Put(std::wstring_view name, StoredValue value) {
+    // The hint makes storing a sequence in order linear.
     const auto at = values_.try_emplace(successor_, std::wstring(name));
     at->second = std::move(value);
     successor_ = std::next(at);
@@ -23,6 +24,7 @@ const StoredValue* ValueStore::FindFresh(std::wstring_view name) const {
 void ValueStore::Remove(std::wstring_view name) {
     const auto found = values_.find(name);
     if (found == values_.end()) return;
+    // The hint must not be left pointing to the erased entry.
     if (found == successor_) ++successor_;
     values_.erase(found);
 }

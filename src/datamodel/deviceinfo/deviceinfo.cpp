@@ -71,6 +71,7 @@ HRESULT ReadLocaleStrings(IPPProvider& provider, Address& address, const wchar_t
     std::wstring supported;
     std::wstring uri;
     std::wstring configured;
+    // Only the URI is needed; the languages are read for the log.
     Read(provider, generatedLanguages, supported);
     Read(provider, stringsUri, uri);
     Read(provider, configuredLanguage, configured);

@@ -10,6 +10,7 @@ namespace {
 const KyUtils::LogSource logSource(L"CorvixDM");
 
 std::wstring_view Trimmed(std::wstring_view text, size_t count) {
+    // Shorter than its quotes: nothing is left.
     if (text.size() < 2 * count) return {};
     return text.substr(count, text.size() - 2 * count);
 }
@@ -20,6 +21,7 @@ void ParseStrings(std::wstring_view text, const StringsFormat& format, StringsMa
     size_t position = 0;
     while (position < text.size()) {
         const size_t keyEnd = text.find(format.elementSeparator, position);
+        // A rest without a separator is no pair; the last value may end with the text.
         if (keyEnd == std::wstring_view::npos) return;
         logSource.Debug(L"key_start: %zd, key_end: %zd ", position, keyEnd);
         const size_t valueStart = keyEnd + format.elementSeparator.size();

@@ -30,6 +30,7 @@ std::wstring_view ViewOf(const DomElement& element, std::wstring_view name) {
 }  // namespace
 
 DomElement::DomElement(IXMLDOMNode* node) : node_(node) {
+    // A missing node reads like an element without attributes, so that callers need no special case.
     if (!node) return;
     ComPtr<IXMLDOMNamedNodeMap> attributes;
     node->get_attributes(&attributes);

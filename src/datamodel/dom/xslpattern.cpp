@@ -43,6 +43,7 @@ public:
 
 private:
     bool Expression() {
+        // Hostile nesting would overflow the stack.
         if (++depth_ > deepest) return false;
         SkipBlanks();
         const size_t begin = Position();

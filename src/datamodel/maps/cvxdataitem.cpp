@@ -98,6 +98,7 @@ const std::wstring* FindContained(const Rules& rules, std::wstring_view text) {
 }
 
 const std::wstring* FindReplacement(const Rules& equals, const Rules& contains, std::wstring_view text) {
+    // An equal text wins over a contained one, and both over the defaults, whatever their order in the document.
     if (const std::wstring* replacement = FindEqual(equals, text)) return replacement;
     if (const std::wstring* replacement = FindContained(contains, text)) return replacement;
     if (const std::wstring* replacement = FindEqual(equals, defaultKey)) return replacement;
@@ -117,6 +118,7 @@ CvxDataItem::CvxDataItem(const DomElement& element)
     : name_(TextValueOf(element, L"Name")),
       attributeId_(TextValueOf(element, L"AttributeID")),
       prefix_(TextValueOf(element, L"Prefix")) {
+    // In documents the attribute ID stands in for a missing name.
     if (!name_) name_ = attributeId_;
 }
 

@@ -26,6 +26,7 @@ DataMapSpecCollection* DataMapSpecCollection::CreateDataMapSpecCollection(IXMLDO
 void DataMapSpecCollection::AddDataMapSpec(DataMapSpec* map) {
     const KyUtils::LogScope scope(logSource, "Corvix::DataMapSpecCollection::AddDataMapSpec");
     if (!map) return;
+    // Owned before the vector may throw.
     DisposablePtr<DataMapSpec> adopted(map);
     KyUtils::RaisingComErrors([&] { maps_.push_back(std::move(adopted)); });
 }

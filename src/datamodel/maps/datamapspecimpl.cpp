@@ -75,6 +75,7 @@ void AddItem(DataMapSpecImpl& map, const ItemKind& kind, IXMLDOMNode* node) {
     std::unique_ptr<CvxDataItem> item(kind.create(node));
     const wchar_t* name = kind.fixedName ? kind.fixedName : item->GetName();
     if (!name) {
+        // Nobody could ask for it.
         logSource.Warning(L"An item without a name is left out");
         return;
     }

@@ -65,6 +65,7 @@ int OIDGetDataItemsSpec::Count() const { return count_; }
 const wchar_t* OIDGetDataItemsSpec::GetN() const { return nText_.c_str(); }
 
 std::wstring OIDGetDataItemsSpec::GetOid() {
+    // Without a first index in the map there is no table to count through.
     if (nText_.empty()) return {};
     return GetNextOid();
 }
@@ -81,6 +82,7 @@ std::wstring OIDGetDataItemsSpec::FindAndReplaceNInOID() {
     const size_t placeholder = oid.find(indexPlaceholder);
     if (placeholder == std::wstring::npos) return oid;
     oid.replace(placeholder, 1, std::to_wstring(n_));
+    // After the replacement, which may run out of memory: a failed call must not use up an index.
     if (n_ < std::numeric_limits<int>::max()) ++n_;
     return oid;
 }

@@ -32,6 +32,7 @@ std::wstring ProtocolText(DataMapTypeEnum type) {
 }
 
 DataMapTypeEnum ProtocolType(std::wstring_view text) {
+    // Documents write protocols in any letter case.
     const Protocol* protocol =
         Find([text](const Protocol& candidate) { return KyUtils::EqualsIgnoringCase(candidate.text, text); });
     return protocol ? protocol->type : DataMapTypeEnum::Unknown;

@@ -10,6 +10,7 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 }  // namespace
 
+// The value is the element's text, nested elements included, not an attribute.
 StaticDataItemSpec::StaticDataItemSpec(const DomElement& element)
     : CvxDataItem(element), value_(TextContentOf(element.Node())) {}
 

@@ -20,6 +20,7 @@ std::wstring_view WithoutLeadingZeros(std::wstring_view digits) {
 }
 
 int CompareArcs(std::wstring_view left, std::wstring_view right) {
+    // As texts, because arcs of hostile devices have any number of digits: the longer number is the greater.
     left = WithoutLeadingZeros(left);
     right = WithoutLeadingZeros(right);
     if (left.size() != right.size()) return left.size() < right.size() ? -1 : 1;

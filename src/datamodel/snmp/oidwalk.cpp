@@ -30,12 +30,14 @@ HRESULT OidWalk::AskForNext(KyUtils::Variant& value) {
     for (int retries = 0;; ++retries) {
         const HRESULT result = provider_.GetNextOidAndValue(
             current_.c_str(), next_.data(), static_cast<unsigned>(next_.size()), value.Receive());
+        // A name that outgrows every retry ends the walk: the device may go on for ever.
         if (result != E_OUTOFMEMORY || retries == maxRetries) return result;
         next_.resize(next_.size() + growthPerRetry);
     }
 }
 
 bool OidWalk::MayContinueAt(std::wstring_view next) const {
+    // A walk of a fixed count may leave the subtree, as its maps expect.
     if (!bounded_) return true;
     if (CompareOids(current_, next) >= 0) {
         logSource.Warning(L"After %ls the device answers with %ls: the walk ends", current_.c_str(),

@@ -11,6 +11,7 @@ const KyUtils::LogSource logSource(L"CorvixDM");
 
 HRESULT CreateRequest(Address& address, unsigned long port, DisposablePtr<HTTPRequest>& request) {
     const HRESULT result = address.CreateHTTPRequest(request.Receive(), port);
+    // Of the successes only S_OK promises a request.
     if (result != S_OK) return FAILED(result) ? result : E_FAIL;
     return request ? S_OK : E_FAIL;
 }

@@ -34,6 +34,7 @@ public:
     }
 
 private:
+    // Runs at process exit, or when the library is unloaded.
     ~CDisposableSet() {
         for (IDisposable* object : objects_)
             Report(object);
@@ -91,6 +92,7 @@ long CDisposable::DisposeImpl() {
         logSource.Debug(L"%ls (%p) ref is %d", name.c_str(), static_cast<void*>(this),
                         static_cast<int>(count));
     }
+    // Exactly 0: one Dispose() too many gives -1 and must not destroy the object again.
     if (count == 0 && deleteSuppressed_ == 0) delete this;
     return count;
 }

@@ -40,6 +40,7 @@ bool SameFile(const LogSettings& left, const LogSettings& right) {
 }  // namespace
 
 LogFacility& LogFacility::Instance() {
+    // Never destroyed, because static destructors of other files still log.
     static LogFacility* const instance = new LogFacility;
     return *instance;
 }
@@ -65,6 +66,7 @@ void LogFacility::Refresh(bool anew) noexcept {
             if (!anew && now <= logSettingsKeptUntil) return;  // another thread has just read them
             monitorSettings = ReadSettings(now, anew);
         }
+        // Outside the lock: releasing the old monitor runs its code, which may log.
         monitor_.Configure(monitorSettings);
     } catch (const std::bad_alloc&) {
         // Out of memory: keep the old settings and try again before the next line.
@@ -83,6 +85,7 @@ void LogFacility::Adopt(LogSettings settings) {
     const bool fileStays = SameFile(settings_, settings);
     settings_ = std::move(settings);
     for (LogModule& module : modules_) {
+        // A module that filled the file stays off until there is another file, or more room in it.
         if (fileStays && module.isCapped) continue;
         module.isCapped = false;
         module.gate = Gate();
@@ -104,6 +107,7 @@ void LogFacility::Write(LogModule& module, std::uint32_t flags, const std::wstri
 
 bool LogFacility::Append(LogModule& module, std::uint32_t flags, const std::wstring& text) {
     const KernelLock lock(lock_);
+    // Asked again under the lock: the gate was read without it and may be out of date.
     if (!lock || settings_.fileName.empty() || module.isCapped) return false;
     const LogFile::Target target{settings_.fileName, settings_.sizeLimitKilobytes * bytesPerKilobyte};
     const std::wstring lines =

@@ -10,6 +10,7 @@ constexpr wchar_t byteOrderMark[] = L"\xFEFF";
 constexpr size_t mostQueuedCharacters = 1u << 20;
 constexpr DWORD longestWaitForOthers = 50;  // milliseconds
 
+/// Shared in every way, so that others can write, move or delete the file meanwhile.
 Handle OpenForAppending(const std::wstring& name) {
     return Handle(CreateFileW(name.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
@@ -53,6 +54,7 @@ LogFile::Outcome LogFile::AppendTo(const Handle& file, const Target& target, std
     }
     std::wstring text;
     if (size == 0) text += byteOrderMark;
+    // A header once a process, and again when the file was deleted meanwhile.
     if (size == 0 || headedName_ != target.name) text += LogFileHeader(target.name);
     text += QueuedBlock();
     text += lines;
@@ -65,12 +67,14 @@ LogFile::Outcome LogFile::AppendTo(const Handle& file, const Target& target, std
 }
 
 LogFile::Outcome LogFile::HoldBack(const Target& target, std::wstring_view lines) {
+    // Tell the debugger once an outage, not once a line.
     if (unavailableName_ != target.name) {
         OutputDebugStringW((L"Unable to open log file:\r\n<" + target.name + L">\r\n").c_str());
         unavailableName_ = target.name;
     }
     queue_.emplace_back(lines);
     queuedCharacters_ += lines.size();
+    // Drop the oldest lines: the latest explain what the process is doing now.
     for (; queuedCharacters_ > mostQueuedCharacters; ++droppedLines_) {
         queuedCharacters_ -= queue_.front().size();
         queue_.pop_front();

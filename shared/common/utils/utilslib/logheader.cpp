@@ -31,6 +31,7 @@ std::wstring OwnModuleFileName() {
             name.resize(length);
             return name;
         }
+        // A truncated name fills the buffer; the function does not tell the length it needs.
         name.resize(name.size() * 2);
     }
 }

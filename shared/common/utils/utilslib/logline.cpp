@@ -11,6 +11,7 @@ namespace {
 
 using Sequence = std::optional<unsigned>;
 
+/// The clock count is written with ten digits.
 constexpr std::uint64_t clockModulus = 10'000'000'000;
 
 std::wstring DatePrefix(std::uint32_t options, const LineOrigin& origin, Sequence) {
@@ -84,6 +85,7 @@ constexpr Marker markers[] = {
     {LineFlag::PartMask, L"(M%d) ", LineFlag::PartMask, LineFlag::PartShift},
 };
 
+/// Replaces control characters, so that a text cannot forge lines or confuse a viewer.
 void AppendPrintable(std::wstring& line, std::wstring_view text) {
     std::transform(text.begin(), text.end(), std::back_inserter(line),
                    [](wchar_t c) { return c < L' ' && c != L'\t' ? L' ' : c; });
@@ -131,6 +133,7 @@ std::wstring FormatLines(std::uint32_t options, const LineOrigin& origin, unsign
         lines += LinePrefix(options, origin, number) + kinds;
         AppendPrintable(lines, TakeLine(text));
         lines += L"\r\n";
+        // Continuation lines have no number, which tells them from lines of their own.
         number.reset();
     } while (!text.empty());
     return lines;

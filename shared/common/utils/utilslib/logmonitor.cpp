@@ -43,12 +43,14 @@ LogMonitor::Object LogMonitor::Obtain() {
     {
         const KernelLock lock(lock_);
         if (!isToBeMade_) return object_;
+        // Only one thread makes the object; others go on without it meanwhile.
         isToBeMade_ = false;
         order = settings_;
     }
     Object made;
     const HRESULT result = Make(order, made);
     const KernelLock lock(lock_);
+    // The settings may have changed while the object was made: then it is not the one wanted.
     if (NameTheSameObject(settings_, order)) {
         object_ = made;
         isToBeMade_ = result == CO_E_NOTINITIALIZED;

@@ -54,6 +54,7 @@ std::wstring LogScope::ExitNotes(int exceptionsInFlight) const {
     std::wstring notes;
     if (flags_ & LineFlag::Duration)
         notes += FormatText(L" (Dur: %I64d us) ", NowInMicroseconds() - entered_);
+    // An exception in flight already at entry did not come from this function.
     if (exceptionsInFlight > exceptionsAtEntry_) {
         notes += L"(*unhandled exception*) ";
     } else if (handledException_) {

@@ -9,7 +9,9 @@ constexpr wchar_t fileNameValue[] = L"LogFileName";
 constexpr wchar_t monitorClassValue[] = L"ExtMonitorCLSID";
 constexpr wchar_t monitorParmFileValue[] = L"ExtMonitorParmFile";
 
+/// In milliseconds.
 constexpr std::uint32_t defaultPollTime = 5000;
+/// Exceptions, errors, warnings and information of level 0 cannot be switched off.
 constexpr std::uint32_t alwaysOnCategories = 15;
 
 }  // namespace

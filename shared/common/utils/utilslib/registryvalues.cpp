@@ -19,6 +19,7 @@ struct KeyName {
     wchar_t characters[1024];
 };
 
+/// FNV-1a.
 std::uint64_t HashOf(const void* bytes, size_t length) {
     std::uint64_t hash = 14695981039346656037u;
     for (const auto* byte = static_cast<const unsigned char*>(bytes); length > 0; ++byte, --length) {
@@ -46,6 +47,7 @@ std::wstring TextValue(const RegistryKey& key, const wchar_t* name) {
         auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
         const LONG status =
             RegGetValueW(key.Get(), nullptr, name, RRF_RT_REG_SZ, nullptr, text.data(), &size);
+        // The size reported may be too small for a text that grows by expansion, so double it instead.
         if (status == ERROR_MORE_DATA) {
             text.resize(text.size() * 2);
             continue;

@@ -27,6 +27,7 @@ std::string ToUtf8(std::wstring_view text) {
 }
 
 std::wstring ToWide(std::string_view utf8) {
+    // The system functions fail for a length of 0.
     if (utf8.empty()) return {};
     const int size = static_cast<int>(utf8.size());
     const int needed = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, nullptr, 0);

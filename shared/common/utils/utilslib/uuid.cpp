@@ -29,6 +29,7 @@ private:
 std::optional<std::string> NewUuidText() {
     UUID uuid;
     const RPC_STATUS created = UuidCreate(&uuid);
+    // A local one is unique on this machine, which is enough for message ids.
     if (created != RPC_S_OK && created != RPC_S_UUID_LOCAL_ONLY) return std::nullopt;
     RpcText text;
     if (UuidToStringA(&uuid, text.Receive()) != RPC_S_OK) return std::nullopt;
