@@ -8,11 +8,13 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "corvixdm/corvixdm.h"
 #include "support/fakecache.h"
 #include "support/faketransport.h"
 #include "support/ippbytes.h"
+#include "support/pavo.h"
 #include "support/tempfile.h"
 
 namespace Corvix {
@@ -21,6 +23,7 @@ namespace {
 namespace Bytes = Ipp::Testing;
 using CorvixTest::FakeAddress;
 using CorvixTest::FakeDevice;
+using CorvixTest::HttpAnswer;
 using Microsoft::WRL::ComPtr;
 
 constexpr const wchar_t* declaration = L"<?xml version=\"1.0\" encoding=\"utf-8\"?>";
@@ -129,8 +132,7 @@ TEST_F(DataCollectionApiTest, ComesFromSpecifications) {
 TEST_F(DataCollectionApiTest, ComesFromAnIppProvider) {
     device->host = L"USB001";  // which nobody probes
     device->answer = [](const CorvixTest::HttpExchange&) {
-        return CorvixTest::HttpAnswer{200, Bytes::Body(Bytes::Value(0x42, "printer-name", "attic")), S_OK,
-                                      true};
+        return HttpAnswer{200, Bytes::Body(Bytes::Value(0x42, "printer-name", "attic")), S_OK, true};
     };
     const DisposablePtr<IPPProvider> provider(
         CreateSecureIPPPrintProvider(address.Get(), L"ipps://p/ipp/print", 0));
@@ -194,23 +196,19 @@ TEST_F(DataCollectionApiTest, TakesThePavoMapOnlyWithoutAPrintContract) {
     constexpr const wchar_t* pavoFirst =
         L"<DataMaps><XMLDataMap Protocol='Pavo'/><XMLDataMap Protocol='PLSXML'/></DataMaps>";
     constexpr const wchar_t* pavoAlone = L"<DataMaps><XMLDataMap Protocol='Pavo'/></DataMaps>";
-    const struct {
-        const char* what;
-        CorvixTest::HttpAnswer ipp;
-        bool hasContract;
-    } cases[] = {
+    const auto answering = [](const std::string& attributes) {
+        return HttpAnswer{200, Ipp::Testing::Body(attributes)};
+    };
+    constexpr const char* version = "veyra-pc-version-major";
+    const std::tuple<const char*, HttpAnswer, bool> cases[] = {
         {"no IPP", {404, {}}, false},
         {"IPP that cannot be read", {200, "x"}, false},
-        {"another printer", {200, Ipp::Testing::Body(Keyword("printer-name", "p"))}, false},
-        {"an empty version", {200, Ipp::Testing::Body(Keyword("veyra-pc-version-major", ""))}, false},
-        {"a version", {200, Ipp::Testing::Body(Keyword("veyra-pc-version-major", "2"))}, true},
-        {"a number", {200, Ipp::Testing::Body(Integer("veyra-pc-version-major", 0))}, true},
-    };
+        {"another printer", answering(Keyword("printer-name", "p")), false},
+        {"an empty version", answering(Keyword(version, "")), false},
+        {"a version", answering(Keyword(version, "2")), true},
+        {"a number", answering(Integer(version, 0)), true}};
     device->host = L"USB001";  // which, other than a host, is not probed for an open port
-    device->resources[L"/DevMgmt/DiscoveryTree.xml"] = {
-        200,
-        "<t xmlns:dd='d'><s><dd:ResourceType>pavo:veyraPavoProductConfigDyn</dd:ResourceType>"
-        "<dd:ResourceURI>/config.xml</dd:ResourceURI></s></t>"};
+    CorvixTest::ServePavo(*device);
     for (const auto& [what, ipp, hasContract] : cases) {
         SCOPED_TRACE(what);
         device->resources[L"/ipp/printer"] = ipp;

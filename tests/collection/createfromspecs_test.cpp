@@ -13,6 +13,7 @@
 #include "support/fakemib.h"
 #include "support/faketransport.h"
 #include "support/ippbytes.h"
+#include "support/pavo.h"
 #include "support/registrysandbox.h"
 #include "support/testclock.h"
 #include "utilslib/com.h"
@@ -25,6 +26,7 @@ using CorvixTest::FakeCache;
 using CorvixTest::FakeDevice;
 using CorvixTest::FakeDevicePtr;
 using CorvixTest::FakeLocalAddress;
+using CorvixTest::ServePavo;
 using CorvixTest::TestClock;
 using KyUtils::Variant;
 
@@ -49,14 +51,6 @@ FakeDevicePtr DeviceWith(const std::string& serial, const std::string& model) {
                                       "<p><ProductSerialNumber>" + serial + "</ProductSerialNumber></p>"};
     device->resources[L"/model.xml"] = {200, "<p><Model>" + model + "</Model></p>"};
     return device;
-}
-
-void ServePavo(FakeDevice& device) {
-    device.resources[L"/DevMgmt/DiscoveryTree.xml"] = {
-        200,
-        "<t xmlns:dd='d'><s><dd:ResourceType>pavo:veyraPavoProductConfigDyn</dd:ResourceType>"
-        "<dd:ResourceURI>/config.xml</dd:ResourceURI></s></t>"};
-    device.resources[L"/config.xml"] = {200, "<c xmlns:dd='d'><dd:SerialNumber>PAVO1</dd:SerialNumber></c>"};
 }
 
 void ServeWs(FakeDevice& device) {
@@ -273,7 +267,7 @@ TEST_F(RegistryCacheTest, KnowsDevicesOfEveryProtocol) {
     }
     EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\SNMP1\\OID"));
     EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\1234\\IPP"));
-    EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\PAVO1\\Pavo"));
+    EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\SN1\\Pavo"));
     EXPECT_TRUE(KeyExists(std::wstring(root) + L"\\MFG:Test;\\WS"));
 }
 

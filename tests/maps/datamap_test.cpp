@@ -140,14 +140,7 @@ TEST(DataMapCollection, HasAMapForEveryChild) {
     EXPECT_EQ(maps->GetDataMapSpec(1)->GetDataMapType(), DataMapTypeEnum::OID);
     EXPECT_EQ(maps->GetDataMapSpec(3)->GetDataMapType(), DataMapTypeEnum::IPP);
     EXPECT_EQ(maps->GetDataMapSpec(4), nullptr);
-    DataMapSpecCollection::Dispose(nullptr);
-}
-
-TEST(DataMapCollection, OfNothingIsEmpty) {
     EXPECT_EQ(OwnedMaps(DataMapSpecCollection::CreateDataMapSpecCollection(nullptr))->GetCount(), 0u);
-    const Document document(L"<DataMaps/>");
-    EXPECT_EQ(
-        OwnedMaps(DataMapSpecCollection::CreateDataMapSpecCollection(document.Root().Get()))->GetCount(), 0u);
     const DisposablePtr<DataMapSpec> map(DataMapSpec::CreateDataMapSpec(nullptr));
     EXPECT_EQ(map->SizeOf(), 0u);
     EXPECT_EQ(map->GetDataMapType(), DataMapTypeEnum::Unknown);
