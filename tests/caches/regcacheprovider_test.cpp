@@ -50,7 +50,8 @@ protected:
     }
     /// Loads into a new store.
     HRESULT Populate() {
-        store.Clear();
+        for (const auto& loaded : store.View())
+            store.Remove(loaded.first);
         return provider->PopulateFromRegistry(map.Get(), store);
     }
     bool Loads(const wchar_t* name) {

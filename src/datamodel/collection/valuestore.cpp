@@ -29,11 +29,6 @@ void ValueStore::Remove(std::wstring_view name) {
     values_.erase(found);
 }
 
-void ValueStore::Clear() {
-    values_.clear();
-    successor_ = values_.end();
-}
-
 CachedValueMap ValueStore::View() const {
     CachedValueMap view;
     for (const auto& [name, stored] : values_) {

@@ -35,7 +35,6 @@ public:
     /// All entries as cache providers take them; valid while the store is unchanged.
     CachedValueMap View() const;
     void Remove(std::wstring_view name);
-    void Clear();
     size_t Count() const { return values_.size(); }
 
 private:

@@ -4,6 +4,9 @@
 #include <utility>
 
 #include "datamodel/collection/itemname.h"
+#include "datamodel/xml/pavoproviderimpl.h"
+#include "datamodel/xml/plsxmlproviderimpl.h"
+#include "datamodel/xml/wsproviderimpl.h"
 #include "utilslib/boundary.h"
 #include "utilslib/logging.h"
 
@@ -16,7 +19,8 @@ struct ProtocolWord {
     unsigned kind;
     const wchar_t* word;
 };
-constexpr ProtocolWord protocolWords[] = {{80, L"PLSXML"}, {3910, L"WS"}, {8080, L"Pavo"}};
+constexpr ProtocolWord protocolWords[] = {
+    {PLSXMLProviderImpl::kind, L"PLSXML"}, {WSProviderImpl::kind, L"WS"}, {PavoProviderImpl::kind, L"Pavo"}};
 
 const wchar_t* ProtocolWordOf(unsigned kind) {
     for (const ProtocolWord& known : protocolWords) {

@@ -149,8 +149,6 @@ public:
     ComApartment(const ComApartment&) = delete;
     ComApartment& operator=(const ComApartment&) = delete;
 
-    HRESULT Status() const noexcept { return status_; }
-
 private:
     HRESULT status_;
 };
