@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "datamodel/caches/cachekeys.h"
@@ -69,26 +71,19 @@ protected:
 TEST_F(RegCacheProviderTest, WritesAValueAndItsTimeStamp) {
     Variant flag;
     flag.Receive()->vt = VT_BOOL;
-    Variant real;
-    real.Receive()->vt = VT_R8;
-    struct Case {
-        const wchar_t* name;
-        const VARIANT& value;
-        const wchar_t* stored;
-    };
     const Variant text = Variant::FromText(L"LaserJet \u00E9");
     const Variant empty = Variant::FromText(L"");
     const Variant number = Variant::FromI4(-7);
-    const Case cases[] = {{L"Text", text.Get(), L"SZ LaserJet \u00E9"},
-                          {L"Empty", empty.Get(), L"SZ "},
-                          {L"Number", number.Get(), L"type 4 -7"},
-                          {L"Flag", flag.Get(), L"none"},
-                          {L"Real", real.Get(), L"none"}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(provider->SetDataValue(c.name, c.value, 18446744073709551615u), S_OK);
-        EXPECT_EQ(Stored(c.name), c.stored) << c.name;
-        EXPECT_EQ(Stored((std::wstring(c.name) + L".Expires").c_str()), L"SZ 18446744073709551615") << c.name;
+    const std::pair<const VARIANT&, const wchar_t*> cases[] = {
+        {text.Get(), L"SZ LaserJet \u00E9"}, {empty.Get(), L"SZ "}, {number.Get(), L"type 4 -7"}};
+    for (const auto& [value, stored] : cases) {
+        EXPECT_EQ(provider->SetDataValue(L"Item", value, 18446744073709551615u), S_OK);
+        EXPECT_EQ(Stored(L"Item"), stored);
+        EXPECT_EQ(Stored(L"Item.Expires"), L"SZ 18446744073709551615");
     }
+    EXPECT_EQ(provider->SetDataValue(L"Flag", flag.Get(), 1), S_OK);
+    EXPECT_EQ(Stored(L"Flag"), L"none");
+    EXPECT_EQ(Stored(L"Flag.Expires"), L"SZ 1") << "of other types only the stamp";
     EXPECT_EQ(provider->SetDataValue(nullptr, text.Get(), 0), S_FALSE);
     EXPECT_EQ(provider->SetDataValue(L"", text.Get(), 0), S_OK);
     EXPECT_EQ(Stored(L""), L"none");
@@ -151,20 +146,7 @@ TEST_F(RegCacheProviderTest, IgnoresValuesWithoutAGoodTimeStamp) {
     EXPECT_TRUE(Loads(L"Item"));
 }
 
-TEST_F(RegCacheProviderTest, LoadsOnlyItemsThatTheMapFetches) {
-    AddItem(L"Known");
-    map->AddDataItemSpec(L"Constant",
-                         StaticDataItemSpec::CreateStaticDataItemSpec(L"Constant", L"c", nullptr));
-    const Variant value = Variant::FromI4(1);
-    for (const wchar_t* name : {L"Known", L"known2", L"Constant", L"Gone", L".Expires"}) {
-        provider->SetDataValue(name, value.Get(), 0);
-    }
-    EXPECT_EQ(Populate(), S_OK);
-    EXPECT_EQ(store.Count(), 1u);
-    EXPECT_TRUE(store.FindFresh(L"Known"));
-}
-
-TEST_F(RegCacheProviderTest, LoadsElementsAndWhatWasAskedForUnderAPrefix) {
+TEST_F(RegCacheProviderTest, LoadsWhatTheMapFetchesWithItsElementsAndPrefixes) {
     const unsigned lifespan = 10;
     AddItem(L"Plain", lifespan);
     AddItem(L"Dotted.Name", lifespan);
@@ -173,21 +155,21 @@ TEST_F(RegCacheProviderTest, LoadsElementsAndWhatWasAskedForUnderAPrefix) {
     map->AddDataItemSpec(
         L"Table", OIDGetDataItemsSpec::CreateOIDGetDataItemsSpec(L"Table", L"1.3.N", nullptr, false, nullptr,
                                                                  lifespan, nullptr, true, 0, L"1"));
-    struct Case {
-        const wchar_t* name;
-        bool loaded;
-    };
-    const Case cases[] = {
-        {L"Walk", true},        {L"Walk.001", true},    {L"Tray:Walk.1234", true}, {L"Table.000", true},
-        {L"x:Plain", true},     {L"Dotted.Name", true}, {L"x:Dotted.Name", true},  {L"Plain.001", false},
-        {L"Dotted.001", false}, {L"Gone.001", false},   {L"Walk:Gone", false},     {L".001", false},
-    };
-    const Variant value = Variant::FromI4(1);
-    for (const Case& c : cases)
-        provider->SetDataValue(c.name, value.Get(), Now());
-    Populate();
-    for (const Case& c : cases)
-        EXPECT_EQ(store.FindFresh(c.name) != nullptr, c.loaded) << c.name;
+    map->AddDataItemSpec(L"Constant",
+                         StaticDataItemSpec::CreateStaticDataItemSpec(L"Constant", L"c", nullptr));
+    const std::vector<const wchar_t*> loaded = {L"Plain",     L"Walk",    L"Walk.001",    L"Tray:Walk.1234",
+                                                L"Table.000", L"x:Plain", L"Dotted.Name", L"x:Dotted.Name"};
+    const std::vector<const wchar_t*> passedOver = {L"plain",    L"Constant",  L"Gone",
+                                                    L".Expires", L"Plain.001", L"Dotted.001",
+                                                    L"Gone.001", L"Walk:Gone", L".001"};
+    for (const auto* names : {&loaded, &passedOver}) {
+        for (const wchar_t* name : *names)
+            provider->SetDataValue(name, Variant::FromI4(1).Get(), Now());
+    }
+    EXPECT_EQ(Populate(), S_OK);
+    for (const wchar_t* name : loaded)
+        EXPECT_TRUE(store.FindFresh(name)) << name;
+    EXPECT_EQ(store.Count(), loaded.size());
     TestClock::Advance(lifespan * TestClock::lifespanUnit + 1);
     Populate();
     EXPECT_EQ(store.Count(), 0u) << "elements grow as old as their item says";
@@ -195,41 +177,38 @@ TEST_F(RegCacheProviderTest, LoadsElementsAndWhatWasAskedForUnderAPrefix) {
 
 TEST_F(RegCacheProviderTest, ReadsValuesOfAnyRegistryType) {
     const BYTE bytes[] = {0x2A, 0, 0, 0, 9, 9, 9, 9};
-    struct Case {
-        DWORD type;
-        size_t bytes;
-        VARTYPE vt;
-        LONG number;
-        const wchar_t* text;
-    };
-    const Case cases[] = {{REG_BINARY, 1, VT_I4, 42, L""}, {REG_BINARY, 0, VT_I4, 0, L""},
-                          {REG_QWORD, 8, VT_I4, 42, L""},  {REG_SZ, 2, VT_BSTR, 0, L"*"},
-                          {REG_SZ, 3, VT_BSTR, 0, L"*"},   {REG_SZ, 0, VT_BSTR, 0, L""}};
+    const std::tuple<DWORD, size_t, std::wstring> cases[] = {{REG_BINARY, 1, L"42"}, {REG_BINARY, 0, L"0"},
+                                                             {REG_QWORD, 8, L"42"},  {REG_SZ, 2, L"'*'"},
+                                                             {REG_SZ, 3, L"'*'"},    {REG_SZ, 0, L"''"}};
     AddItem(L"Item");
     SetText(L"Item.Expires", L"1");
-    for (const Case& c : cases) {
-        SetBytes(L"Item", c.type, bytes, c.bytes);
+    for (const auto& [type, size, expected] : cases) {
+        SetBytes(L"Item", type, bytes, size);
         ASSERT_TRUE(Loads(L"Item"));
         const Variant& value = store.FindFresh(L"Item")->value;
-        EXPECT_EQ(value->vt, c.vt);
-        EXPECT_EQ(value.Text(), c.text) << c.type << " of " << c.bytes;
-        EXPECT_EQ(value->vt == VT_I4 ? value->lVal : 0, c.number);
+        EXPECT_EQ(
+            value->vt == VT_I4 ? std::to_wstring(value->lVal) : L"'" + std::wstring(value.Text()) + L"'",
+            expected)
+            << type << " of " << size;
     }
 }
 
 TEST_F(RegCacheProviderTest, WritesBackOnlyWhatIsNotExpired) {
     const Variant value = Variant::FromI4(1);
+    const std::wstring tooLong(20000, L'n');
+    const std::uint64_t limit = Now() - 50 * TestClock::lifespanUnit;
     const CachedValueMap values = {{L"", {value.Get(), 0, 0}},
                                    {L"ForEver", {value.Get(), 0, 0}},
-                                   {L"Fresh", {value.Get(), Now() - 50 * TestClock::lifespanUnit, 50}},
+                                   {L"Fresh", {value.Get(), limit, 50}},
                                    {L"Future", {value.Get(), Now() + 1, 50}},
-                                   {L"Old", {value.Get(), Now() - 50 * TestClock::lifespanUnit - 1, 50}}};
+                                   {L"Old", {value.Get(), limit - 1, 50}},
+                                   {tooLong, {value.Get(), 0, 0}},
+                                   {L"z", {value.Get(), 0, 0}}};
     EXPECT_EQ(provider->SetDataValues(&values), S_OK);
-    EXPECT_EQ(Stored(L"ForEver"), L"type 4 1");
-    EXPECT_EQ(Stored(L"Fresh"), L"type 4 1");
-    for (const wchar_t* name : {L"", L"Future", L"Future.Expires", L"Old", L"Old.Expires"}) {
+    for (const wchar_t* name : {L"ForEver", L"Fresh", L"z"})
+        EXPECT_EQ(Stored(name), L"type 4 1") << name;
+    for (const wchar_t* name : {L"", L"Future", L"Future.Expires", L"Old", L"Old.Expires"})
         EXPECT_EQ(Stored(name), L"none") << name;
-    }
     EXPECT_EQ(provider->SetDataValues(nullptr), S_FALSE);
 }
 
@@ -250,14 +229,6 @@ TEST_F(RegCacheProviderTest, KeepsNothingWithoutAKeyToWriteTo) {
     }
 }
 
-TEST_F(RegCacheProviderTest, GoesOnWithTheNextValueWhenOneCannotBeWritten) {
-    const Variant value = Variant::FromI4(1);
-    const std::wstring tooLong(20000, L'n');
-    const CachedValueMap values = {{tooLong, {value.Get(), 0, 0}}, {L"z", {value.Get(), 0, 0}}};
-    EXPECT_EQ(provider->SetDataValues(&values), S_OK);
-    EXPECT_EQ(Stored(L"z"), L"type 4 1");
-}
-
 TEST_F(RegCacheProviderTest, TellsWhetherThereIsAnythingAtAll) {
     EXPECT_EQ(Populate(), S_FALSE) << "neither items nor values";
     EXPECT_EQ(provider->PopulateFromRegistry(nullptr, store), S_FALSE);
@@ -266,32 +237,22 @@ TEST_F(RegCacheProviderTest, TellsWhetherThereIsAnythingAtAll) {
     EXPECT_EQ(store.Count(), 0u);
 }
 
-TEST_F(RegCacheProviderTest, ForgetsWhatItLoadedUnderAnotherKey) {
-    AddItem(L"Item");
-    provider->SetDataValue(L"Item", Variant::FromI4(1).Get(), 0);
-    Populate();
-    Variant value;
-    provider->SetKeys(L"Device", L"OID");
-    EXPECT_EQ(provider->GetDataValue(L"Item", value.Receive()), S_OK) << "the same key";
-    provider->SetKeys(L"Other", L"OID");
-    EXPECT_EQ(provider->GetDataValue(L"Item", value.Receive()), S_FALSE);
-    EXPECT_FALSE(Loads(L"Item"));
-}
-
 TEST_F(RegCacheProviderTest, LeavesEmptyKeyPartsOut) {
-    struct Case {
-        const wchar_t* collectionKey;
-        const wchar_t* dataMapKey;
-        const wchar_t* path;
-    };
-    const Case cases[] = {{L"", L"", L"Software\\Test\\Cache"},
-                          {L"D", L"", L"Software\\Test\\Cache\\D"},
-                          {L"", L"M", L"Software\\Test\\Cache\\M"},
-                          {L"D\\..\\E", L"M", L"Software\\Test\\Cache\\D%5C..%5CE\\M"}};
-    for (const Case& c : cases) {
-        provider->SetKeys(c.collectionKey, c.dataMapKey);
+    AddItem(L"Item");
+    const std::array<const wchar_t*, 3> cases[] = {
+        {L"", L"", L"Software\\Test\\Cache"},
+        {L"D", L"", L"Software\\Test\\Cache\\D"},
+        {L"", L"M", L"Software\\Test\\Cache\\M"},
+        {L"D\\..\\E", L"M", L"Software\\Test\\Cache\\D%5C..%5CE\\M"}};
+    Variant value;
+    for (const auto& [collectionKey, dataMapKey, path] : cases) {
+        provider->SetKeys(collectionKey, dataMapKey);
+        EXPECT_EQ(provider->GetDataValue(L"Item", value.Receive()), S_FALSE) << "loaded under another key";
         EXPECT_EQ(provider->SetDataValue(L"Item", Variant::FromI4(1).Get(), 0), S_OK);
-        EXPECT_EQ(Stored(L"Item", c.path), L"type 4 1") << c.path;
+        EXPECT_EQ(Stored(L"Item", path), L"type 4 1") << path;
+        EXPECT_TRUE(Loads(L"Item"));
+        provider->SetKeys(collectionKey, dataMapKey);
+        EXPECT_EQ(provider->GetDataValue(L"Item", value.Receive()), S_OK) << "the same key";
     }
 }
 
@@ -320,15 +281,11 @@ TEST(KeyPart, HoldsAnyTextWithoutMixingTwoUp) {
 TEST_F(RegCacheProviderTest, ServesTwoDevicesWithoutMixingThemUp) {
     AddItem(L"Item");
     const Variant one = Variant::FromI4(1);
-    const Variant two = Variant::FromI4(2);
     const CachedValueMap ofOne = {{L"Item", {one.Get(), 0, 0}}};
-    const CachedValueMap ofTwo = {{L"Item", {two.Get(), 0, 0}}};
     const auto first = DeviceCache::Create(*provider, L"One", L"OID");
     const auto second = DeviceCache::Create(*provider, L"Two", L"OID");
-    first->PopulateFromRegistry(map.Get(), store);
-    second->PopulateFromRegistry(map.Get(), store);
     EXPECT_EQ(first->SetDataValues(&ofOne), S_OK);
-    EXPECT_EQ(second->SetDataValue(L"Item", two.Get(), 0), S_OK);
+    EXPECT_EQ(second->SetDataValue(L"Item", Variant::FromI4(2).Get(), 0), S_OK);
     EXPECT_EQ(Stored(L"Item", L"Software\\Test\\Cache\\One\\OID"), L"type 4 1");
     EXPECT_EQ(Stored(L"Item", L"Software\\Test\\Cache\\Two\\OID"), L"type 4 2");
     first->PopulateFromRegistry(map.Get(), store);

@@ -110,6 +110,10 @@ TEST_F(DataCollectionTest, MovesTheConstantsOfAMap) {
     AddConstant(L"", L"nameless", L"Pre");
     map->AddDataItemSpec(L"f", XMLDataItemSpec::CreateXMLDataItem());
     AddConstant(L"g", L"last");
+    EXPECT_EQ(collection->LoadStaticItems(nullptr), E_FAIL);
+    EXPECT_EQ(collection->LoadStaticItems(DisposablePtr<DataMapSpec>(DataMapSpec::CreateDataMapSpec()).Get()),
+              E_FAIL)
+        << "no items";
     EXPECT_EQ(collection->LoadStaticItems(map.Get()), S_OK);
     EXPECT_EQ(Read(L"a"), L"one");
     EXPECT_EQ(Source(), ValueSource::Static);
@@ -124,11 +128,6 @@ TEST_F(DataCollectionTest, MovesTheConstantsOfAMap) {
     EXPECT_EQ(map->SizeOf(), 2u) << "the item that is no constant, and the last in name order";
     EXPECT_TRUE(map->GetDataItemSpec(L"f"));
     EXPECT_TRUE(map->GetDataItemSpec(L"g"));
-}
-
-TEST_F(DataCollectionTest, LoadsNothingFromNoMap) {
-    EXPECT_EQ(collection->LoadStaticItems(nullptr), E_FAIL);
-    EXPECT_EQ(collection->LoadStaticItems(map.Get()), E_FAIL) << "no items";
 }
 
 TEST_F(DataCollectionTest, TellsHowAnAnswerCameAbout) {

@@ -51,12 +51,7 @@ TEST(LinePrefix, FollowsTheOptions) {
     }
 }
 
-struct MarkerCase {
-    std::uint32_t flags;
-    const wchar_t* markers;
-};
-
-const MarkerCase markerCases[] = {
+const std::pair<std::uint32_t, const wchar_t*> markerCases[] = {
     {0, L""},
     {0x20, L"(EX) "},
     {0x80, L"(##) "},
@@ -80,17 +75,11 @@ const MarkerCase markerCases[] = {
 };
 
 TEST(KindMarkers, FollowTheFlagsInOrder) {
-    for (const MarkerCase& test : markerCases) {
-        EXPECT_EQ(KindMarkers(test.flags), test.markers) << std::hex << test.flags;
-    }
+    for (const auto& [flags, markers] : markerCases)
+        EXPECT_EQ(KindMarkers(flags), markers) << std::hex << flags;
 }
 
-struct TextCase {
-    const wchar_t* text;
-    const wchar_t* lines;
-};
-
-const TextCase textCases[] = {
+const std::pair<const wchar_t*, const wchar_t*> textCases[] = {
     {L"one", L"0000000042 0007: (##) one\r\n"},
     {L"", L"0000000042 0007: (##) \r\n"},
     {L"ends \r\n", L"0000000042 0007: (##) ends \r\n"},
@@ -102,10 +91,8 @@ const TextCase textCases[] = {
 };
 
 TEST(FormatLines, NumbersOneTextOnceHoweverManyLinesItHas) {
-    for (const TextCase& test : textCases) {
-        EXPECT_EQ(FormatLines(LogOption::ClockAndSequence, SomeOrigin(), 7, LineFlag::Error, test.text),
-                  test.lines);
-    }
+    for (const auto& [text, lines] : textCases)
+        EXPECT_EQ(FormatLines(LogOption::ClockAndSequence, SomeOrigin(), 7, LineFlag::Error, text), lines);
 }
 
 TEST(FormatText, TakesTextsOfAnyLength) {
