@@ -255,8 +255,7 @@ TEST_F(OidDataMapperTest, CutsAWalkThatHasNoEnd) {
 }
 
 TEST_F(OidDataMapperTest, EndsTheWalkWhereNoRoomIsEnough) {
-    agent->noRoomIsEnough = true;
-    AddColumn(L"1.3.1", 3);
+    agent->next = [](const std::wstring&) { return FakeAgent::Object{std::wstring(1000, L'1'), 1l}; };
     AddWalk(L"W", L"1.3.1", false, 3);
     Variant value;
     EXPECT_EQ(mapper->GetValue(L"W.1", value.Receive()), E_FAIL);

@@ -113,15 +113,16 @@ TEST_F(OidProviderTest, RefusesMissingArgumentsWithoutAskingTheDevice) {
     VARIANT value{};
     wchar_t next[8];
     const wchar_t* oid = L"1.3";
-    EXPECT_EQ(provider->GetValue(nullptr, &value), E_FAIL);
-    EXPECT_EQ(provider->GetValue(oid, nullptr), E_FAIL);
-    EXPECT_EQ(provider->GetNextOidAndValue(nullptr, next, 8, &value), E_FAIL);
-    EXPECT_EQ(provider->GetNextOidAndValue(oid, nullptr, 8, &value), E_FAIL);
-    EXPECT_EQ(provider->GetNextOidAndValue(oid, next, 0, &value), E_FAIL);
-    EXPECT_EQ(provider->GetNextOidAndValue(oid, next, 8, nullptr), E_FAIL);
-    EXPECT_EQ(provider->GetMultipleValues(nullptr, &value, 1), E_FAIL);
-    EXPECT_EQ(provider->GetMultipleValues(&oid, nullptr, 1), E_FAIL);
-    EXPECT_EQ(provider->GetMultipleValues(&oid, &value, 0), E_FAIL);
+    const HRESULT results[] = {provider->GetValue(nullptr, &value),
+                               provider->GetValue(oid, nullptr),
+                               provider->GetNextOidAndValue(nullptr, next, 8, &value),
+                               provider->GetNextOidAndValue(oid, nullptr, 8, &value),
+                               provider->GetNextOidAndValue(oid, next, 0, &value),
+                               provider->GetNextOidAndValue(oid, next, 8, nullptr),
+                               provider->GetMultipleValues(nullptr, &value, 1),
+                               provider->GetMultipleValues(&oid, nullptr, 1),
+                               provider->GetMultipleValues(&oid, &value, 0)};
+    EXPECT_THAT(results, testing::Each(E_FAIL));
     EXPECT_TRUE(agent->calls.empty());
 }
 

@@ -129,10 +129,11 @@ TEST_F(OidWalkTest, StaysBelowItsRoot) {
 }
 
 TEST_F(OidWalkTest, EndsWhereTheDeviceDoesNotGoForward) {
-    agent->Add(L"1.3.1.1", 1l);
-    agent->Add(L"1.3.1.2", 2l);
     for (const wchar_t* back : {L"1.3.1.2", L"1.3.1.1", L"1.3.1", L"1.3.1.02", L""}) {
-        agent->unlikelyNext[L"1.3.1.2"] = {back, 9l};
+        agent->next = [back](const std::wstring& oid) {
+            if (oid == L"1.3.1.2") return FakeAgent::Object{back, 9l};
+            return oid == L"1.3.1" ? FakeAgent::Object{L"1.3.1.1", 1l} : FakeAgent::Object{L"1.3.1.2", 2l};
+        };
         OidWalk walk(*provider, L"1.3.1");
         walk.StayBelow(L"1.3.1");
         EXPECT_EQ(Numbers(walk), std::make_pair((std::vector<long>{1, 2}), HRESULT{S_FALSE})) << back;

@@ -41,15 +41,12 @@ struct FakeAgent {
     };
 
     std::map<std::vector<unsigned long>, Object> objects;
-    /// Answers of get-next that are not those of the table: object and value after an object.
-    std::map<std::wstring, Object> unlikelyNext;
     /// When set, every get-next is answered with what this makes of the OID.
     std::function<Object(const std::wstring&)> next;
     HRESULT absent = HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
     HRESULT setResult = S_OK;
     int failingCall = 0;  ///< which call fails, counted from 1; 0 is none
     HRESULT failure = HRESULT_FROM_WIN32(WSAETIMEDOUT);
-    bool noRoomIsEnough = false;
 
     std::vector<std::wstring> calls;
     std::vector<unsigned> rooms;  ///< the room for the name at each get-next
@@ -72,8 +69,6 @@ struct FakeAgent {
     }
     std::optional<Object> After(const std::wstring& oid) const {
         if (next) return next(oid);
-        if (const auto unlikely = unlikelyNext.find(oid); unlikely != unlikelyNext.end())
-            return unlikely->second;
         const auto found = objects.upper_bound(ArcsOf(oid));
         if (found == objects.end()) return std::nullopt;
         return found->second;
@@ -114,7 +109,7 @@ public:
         if (FAILED(result)) return result;
         const std::optional<FakeAgent::Object> after = agent_->After(oid);
         if (!after) return agent_->absent;
-        if (agent_->noRoomIsEnough || after->oid.size() >= nextOidChars) return E_OUTOFMEMORY;
+        if (after->oid.size() >= nextOidChars) return E_OUTOFMEMORY;
         after->oid.copy(nextOid, after->oid.size());
         nextOid[after->oid.size()] = L'\0';
         *value = ToVariant(after->value);

@@ -64,14 +64,6 @@ TEST(Disposable, SurvivesCountZeroWhileDeletionIsSuppressed) {
     EXPECT_EQ(destroyed, 1);
 }
 
-TEST(Disposable, NamesItsClassAlike) {
-    int destroyed = 0;
-    const Corvix::DisposablePtr<Probe> probe = Corvix::DisposablePtr<Probe>::Share(new Probe(destroyed));
-    EXPECT_STREQ(probe->GetTypeName(),
-                 L"<GetTypeName(): class identification disabled, refer to IDisposableImpl>");
-    EXPECT_EQ(probe->GetTypeName(), probe->GetTypeName());
-}
-
 TEST(Disposable, NamesItsClassToSeveralThreadsAtOnce) {
     for (int round = 0; round < 500; ++round) {
         int destroyed = 0;

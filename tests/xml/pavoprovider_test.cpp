@@ -140,14 +140,5 @@ TEST_F(PavoProviderTest, TellsTheUriOfAType) {
     EXPECT_EQ(provider->GetResourceURI(nullptr, text, 16, &needed, 0), E_FAIL);
 }
 
-TEST_F(PavoProviderTest, GivesEverythingUpWhenACallFails) {
-    for (int k = 1; k <= 2; ++k) {
-        device->calls = 0;
-        device->failingCall = k;
-        EXPECT_FALSE(PavoProviderImpl::Create(address.Get())) << k;
-        EXPECT_EQ(CorvixTest::liveFakes, 1) << "only the test's own address is left";
-    }
-}
-
 }  // namespace
 }  // namespace Corvix
