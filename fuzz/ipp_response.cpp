@@ -1,4 +1,4 @@
-// Any bytes as the body of a response: reading ends, and everything that was read can be asked for.
+// Any bytes as the body of a response: reading ends, and everything that was read can be asked for and walked.
 #include <string>
 
 #include "check.h"
@@ -7,23 +7,50 @@
 
 namespace {
 
-using Corvix::Ipp::Message;
+using namespace Corvix::Ipp;
 
 // What one answer may take: a text grows at most as far as a number does over its four bytes and a comma.
-void CheckText(const Message& response, std::string_view name, std::size_t bodySize) {
-    const auto text = response.ValueText(name);
+void CheckText(const Message& message, std::string_view name, std::size_t bodySize) {
+    const auto text = message.ValueText(name);
     if (text) CORVIX_FUZZ_CHECK(text->size() <= 4 * bodySize);
     if (text && !text->empty()) CORVIX_FUZZ_CHECK(text->back() != ',');
 }
 
-void CheckNames(const Message& response, std::string_view path, std::size_t bodySize) {
-    for (std::size_t i = 0; i < response.Names().size(); ++i) {
-        const std::string name(response.Names()[i]);
-        CORVIX_FUZZ_CHECK(response.Contains(name));
-        CORVIX_FUZZ_CHECK(response.ValueText(name).has_value());
-        if (i < 64) CheckText(response, name, bodySize);
-        if (i < 64) CheckText(response, name + "." + std::string(path), bodySize);
+void CheckNames(const Message& message, std::string_view path) {
+    for (const std::string_view name : message.Names()) {
+        CORVIX_FUZZ_CHECK(message.Contains(name));
+        CORVIX_FUZZ_CHECK(message.ValueText(name).has_value());
+        CheckText(message, name, message.Body().size());
+        CheckText(message, std::string(name) + "." + std::string(path), message.Body().size());
     }
+}
+
+// Returns the number of values, collections taken apart as far as a stack may go.
+std::size_t Walk(const Message& message, const Attribute& attribute, int depth) {
+    std::size_t count = 0;
+    ValueCursor values(message, attribute);
+    while (const auto value = values.Next()) {
+        ++count;
+        const bool isCollection = Decode(*value).kind == Corvix::IPPValueKind::Collection;
+        MemberCursor members(message, *value);
+        while (const auto member = isCollection && depth < 50 ? members.Next() : std::nullopt)
+            count += Walk(message, *member, depth + 1);
+    }
+    return count;
+}
+
+std::size_t CheckGroups(const Message& message) {
+    std::size_t count = 0;
+    for (std::uint32_t i = 0; i < message.GroupCount(); ++i) {
+        const Group group = message.GetGroup(i);
+        for (std::uint32_t at = group.first; at < group.end; ++at) {
+            const Attribute attribute = message.GetAttribute(at);
+            const std::size_t values = Walk(message, attribute, 0);
+            CORVIX_FUZZ_CHECK(values > 0 && message.Find(group, attribute.name));
+            count += values;
+        }
+    }
+    return count;
 }
 
 }  // namespace
@@ -31,20 +58,28 @@ void CheckNames(const Message& response, std::string_view path, std::size_t body
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     const std::string_view body(reinterpret_cast<const char*>(data), size);
     const std::string_view path = body.substr(size - std::min<std::size_t>(size, 12));
-    const Message response = Corvix::Ipp::ReadResponseData(body);
-    if (const auto& fault = response.GetFault()) CORVIX_FUZZ_CHECK(fault->offset <= size);
-    CheckNames(response, path, size);
-    CheckText(response, path, size);
+    const Message message = ReadResponseData(body);
+    CheckNames(message, path);
+    CheckText(message, path, size);
+    const std::size_t values = CheckGroups(message);
+    CORVIX_FUZZ_CHECK(values <= size);
 
     // A reader that is told to heed the status stops earlier or reads the same.
-    const Message strict = Corvix::Ipp::ReadResponseData(body, Corvix::Ipp::ReadOptions{true});
-    CORVIX_FUZZ_CHECK(strict.Names().size() == 0 || strict.Names().size() == response.Names().size());
+    const Message strict = ReadResponseData(body, ReadOptions{true});
+    CORVIX_FUZZ_CHECK(strict.GroupCount() == 0 || CheckGroups(strict) == values);
 
     // What stands before a fault reads the same without what follows it.
-    if (const auto& fault = response.GetFault()) {
-        const Message before = Corvix::Ipp::ReadResponseData(body.substr(0, fault->offset));
-        CORVIX_FUZZ_CHECK(before.Names().size() == response.Names().size());
+    if (const auto& fault = message.GetFault()) {
+        CORVIX_FUZZ_CHECK(fault->offset <= size);
+        CORVIX_FUZZ_CHECK(CheckGroups(ReadResponseData(body.substr(0, fault->offset))) == values);
     }
-    Corvix::Ipp::NamesOfAttributes(body);
+    // Nor does it matter in which pieces a request comes.
+    MessageReader whole(MessageKind::Request);
+    MessageReader pieces(MessageKind::Request);
+    whole.Append(body);
+    for (std::size_t at = 0; at <= size && pieces.Append(body.substr(at, path.size())); at += path.size() + 1)
+        if (at + path.size() < size && !pieces.Append(body.substr(at + path.size(), 1))) break;
+    CORVIX_FUZZ_CHECK(CheckGroups(whole.Finish()) == CheckGroups(pieces.Finish()));
+    NamesOfAttributes(body);
     return 0;
 }

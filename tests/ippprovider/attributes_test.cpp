@@ -78,18 +78,14 @@ TEST_F(AnswerTest, ListsEachNameOnceAndAnswersItsValues) {
 
 std::string Show(const IPPAttributes& answer, IPPAttribute place);
 
-std::string Show(const IPPAttributes& answer, const IPPValue& value) {
-    if (value.kind == IPPValueKind::Text || value.kind == IPPValueKind::OutOfBand)
-        return "'" + std::string(value.text) + "'" + std::string(value.language);
-    if (value.kind == IPPValueKind::Collection) return "{" + Show(answer, IPPAttribute(value)) + "}";
-    return std::to_string(value.number);
-}
-
 std::string ShowValues(const IPPAttributes& answer, IPPAttribute& attribute) {
     std::string text;
     IPPValue value;
-    while (answer.NextValue(&attribute, &value) == S_OK)
-        text += (text.empty() ? "" : " ") + Show(answer, value);
+    while (answer.NextValue(&attribute, &value) == S_OK) {
+        const bool isCollection = value.kind == IPPValueKind::Collection;
+        text += isCollection ? "{" + Show(answer, IPPAttribute(value)) + "}" : "'";
+        if (!isCollection) text += std::string(value.text) + "'" + std::string(value.language);
+    }
     return text;
 }
 
@@ -100,18 +96,18 @@ std::string Show(const IPPAttributes& answer, IPPAttribute place) {
     return text;
 }
 
+// What values mean is told by the codec, which has tests of its own.
 TEST_F(AnswerTest, KeepsGroupsAndValues) {
     const Answer answer =
         Read(Bytes::Header() + Bytes::Byte(1) + Text("a", "Black, high yield") + Text("", "") +
-             Bytes::Value(0x36, "b", Bytes::Short(2) + "de" + Bytes::Short(3) + "Rot") + Bytes::Byte(2) +
-             Bytes::Byte(4) + Bytes::Begin("c") + Bytes::Member("m") + Bytes::Integer("", 1) +
-             Bytes::Integer("", 2) + Bytes::Member("n") + Bytes::Begin() + Bytes::End() + Bytes::End() +
+             Bytes::Byte(2) + Bytes::Byte(4) + Bytes::Begin("c") + Bytes::Member("m") + Text("", "1") +
+             Text("", "2") + Bytes::Member("n") + Bytes::Begin() + Bytes::End() + Bytes::End() +
              Bytes::Value(0x13, "d", "") + Text("a", "again") + Bytes::endTag);
     IPPGroup group;
     std::string text;
     while (answer->NextGroup(&group) == S_OK)
         text += std::to_string(group.tag) + ":" + Show(*answer, IPPAttribute(group));
-    EXPECT_EQ(text, "1:a='Black, high yield' '';b='Rot'de;2:4:c={m=1 2;n={};};d='no-value';a='again';");
+    EXPECT_EQ(text, "1:a='Black, high yield''';2:4:c={m='1''2';n={};};d='no-value';a='again';");
     EXPECT_EQ(group.tag, 4) << "stays on the last one";
     IPPAttribute attribute;
     IPPValue value;
@@ -119,31 +115,26 @@ TEST_F(AnswerTest, KeepsGroupsAndValues) {
     EXPECT_EQ(answer->NextValue(&attribute, &value), S_FALSE);
     EXPECT_EQ(answer->FindAttribute(nullptr, "m", &attribute), S_FALSE);
     ASSERT_EQ(answer->FindAttribute(nullptr, "a", &attribute), S_OK);
-    EXPECT_EQ(ShowValues(*answer, attribute), "'Black, high yield' ''");
+    EXPECT_EQ(ShowValues(*answer, attribute), "'Black, high yield'''");
     ASSERT_EQ(answer->FindAttribute(&group, "a", &attribute), S_OK);
     EXPECT_EQ(ShowValues(*answer, attribute), "'again'");
     EXPECT_EQ(answer->NextAttribute(&attribute), S_FALSE);
-    EXPECT_EQ(answer->FindAttribute(&group, "b", &attribute), S_FALSE);
 }
 
-std::string Shown(const std::optional<int>& number) { return number ? std::to_string(*number) : "-"; }
-std::string Shown(const std::optional<std::string>& text) { return text.value_or("-"); }
-std::string Shown(const std::optional<IPPJobState>& state) {
-    return state ? std::to_string(static_cast<int>(*state)) : "-";
-}
-std::string Shown(const std::optional<std::vector<std::string>>& texts) {
-    return texts ? testing::PrintToString(*texts) : "-";
-}
-
-template <class... Values>
-std::string Row(const Values&... values) {
-    return ((Shown(values) + "/") + ...);
+std::string Numbers(const IPPJob& job) {
+    std::string text;
+    for (const std::optional<int>& number :
+         {job.id, job.kilobytes, job.impressions, job.impressionsCompleted, job.sheetsCompleted,
+          job.createdAt, job.processingAt, job.completedAt, job.printerUpTime})
+        text += (number ? std::to_string(*number) : "-") + "/";
+    return text;
 }
 
-std::string Row(const IPPJob& job) {
-    return Row(job.id, job.uri, job.name, job.user, job.state, job.stateMessage, job.reasons, job.kilobytes,
-               job.impressions, job.impressionsCompleted, job.sheetsCompleted, job.createdAt,
-               job.processingAt, job.completedAt, job.printerUpTime);
+std::string Texts(const IPPJob& job) {
+    std::string text = job.state ? std::to_string(static_cast<int>(*job.state)) : "-";
+    for (const std::optional<std::string>& each : {job.uri, job.name, job.user, job.stateMessage})
+        text += "/" + each.value_or("-");
+    return text + (job.reasons ? testing::PrintToString(*job.reasons) : "-");
 }
 
 const std::string jobsBody =
@@ -157,21 +148,21 @@ const std::string jobsBody =
     Bytes::Integer("time-at-creation", 5) + Bytes::Integer("time-at-processing", 6) +
     Bytes::Integer("time-at-completed", 8) + Bytes::Integer("job-printer-up-time", 9) + Bytes::Byte(5) +
     Bytes::Byte(2) + Bytes::Value(0x13, "time-at-completed", "") + Bytes::Value(0x12, "job-name", "") +
-    Bytes::Keyword("job-id", "x") + Bytes::Byte(2) + Bytes::endTag;
+    Bytes::Keyword("job-id", "x") + Bytes::Keyword("job-state", "x") +
+    Bytes::Integer("job-state-reasons", 1) + Bytes::endTag;
 
 TEST_F(AnswerTest, ListsJobsAndDefaultsNothing) {
     const Answer answer = Read(jobsBody);
     IPPGroup place;
     IPPJob job;
-    std::vector<std::string> rows;
-    while (NextIPPJob(answer.Get(), &place, &job) == S_OK)
-        rows.push_back(Row(job));
-    const std::string nothing = "-/-/-/-/-/-/-/-/-/-/-/-/-/-/-/";
-    EXPECT_EQ(rows, (std::vector<std::string>{
-                        "7/ipp://p/7/Rot/ada/7/gone/{ \"a,b\", \"c\" }/1/2/3/4/5/6/8/9/", nothing, nothing}));
-    EXPECT_TRUE(HasEnded(IPPJobState::Canceled));
-    EXPECT_FALSE(HasEnded(IPPJobState::ProcessingStopped));
-    EXPECT_FALSE(HasEnded(static_cast<IPPJobState>(10)));
+    ASSERT_EQ(NextIPPJob(answer.Get(), &place, &job), S_OK);
+    EXPECT_EQ(Numbers(job), "7/1/2/3/4/5/6/8/9/");
+    EXPECT_EQ(Texts(job), "7/ipp://p/7/Rot/ada/gone{ \"a,b\", \"c\" }");
+    EXPECT_TRUE(HasEnded(*job.state));
+    EXPECT_FALSE(HasEnded(IPPJobState::ProcessingStopped) || HasEnded(static_cast<IPPJobState>(10)));
+    ASSERT_EQ(NextIPPJob(answer.Get(), &place, &job), S_OK);
+    EXPECT_EQ(Numbers(job) + Texts(job), "-/-/-/-/-/-/-/-/-/-/-/-/-/--");
+    EXPECT_EQ(NextIPPJob(answer.Get(), &place, &job), S_FALSE);
 }
 
 TEST_F(AnswerTest, AsksForJobs) {
@@ -252,20 +243,15 @@ TEST_F(AnswerTest, SaysWhenThereIsNoHeaderToTell) {
 TEST_F(AnswerTest, RefusesMissingArguments) {
     const Answer answer = Read(Bytes::Body(Text("a", "1")));
     KyUtils::Variant value;
-    EXPECT_EQ(answer->GetHeader(nullptr), E_FAIL);
-    EXPECT_EQ(answer->GetFault(nullptr), E_FAIL);
-    EXPECT_EQ(answer->GetValue(nullptr, value.Receive()), E_FAIL);
-    EXPECT_EQ(answer->GetValue("a", nullptr), E_FAIL);
-    IPPAttribute attribute;
-    EXPECT_EQ(answer->NextGroup(nullptr), E_FAIL);
-    EXPECT_EQ(answer->NextAttribute(nullptr), E_FAIL);
-    EXPECT_EQ(answer->NextValue(nullptr, nullptr), E_FAIL);
-    EXPECT_EQ(answer->NextValue(&attribute, nullptr), E_FAIL);
-    EXPECT_EQ(answer->FindAttribute(nullptr, nullptr, &attribute), E_FAIL);
-    EXPECT_EQ(answer->FindAttribute(nullptr, "a", nullptr), E_FAIL);
-    IPPGroup place;
-    EXPECT_EQ(NextIPPJob(answer.Get(), nullptr, nullptr), E_FAIL);
-    EXPECT_EQ(NextIPPJob(answer.Get(), &place, nullptr), E_FAIL);
+    IPPAttribute place;
+    IPPGroup group;
+    for (const HRESULT result :
+         {answer->GetHeader(nullptr), answer->GetFault(nullptr), answer->GetValue(nullptr, value.Receive()),
+          answer->GetValue("a", nullptr), answer->NextGroup(nullptr), answer->NextAttribute(nullptr),
+          answer->NextValue(nullptr, nullptr), answer->NextValue(&place, nullptr),
+          answer->FindAttribute(nullptr, nullptr, &place), answer->FindAttribute(nullptr, "a", nullptr),
+          NextIPPJob(answer.Get(), nullptr, nullptr), NextIPPJob(answer.Get(), &group, nullptr)})
+        EXPECT_EQ(result, E_FAIL);
     EXPECT_EQ(QueryIPPAttributes(nullptr, L"ipp://p/ipp/print", nullptr, 0), nullptr);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 }

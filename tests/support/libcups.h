@@ -40,7 +40,8 @@ inline CupsMessage CupsParse(const std::string& body) {
     ReadSource source{body.data(), body.size()};
     while (true) {
         const ipp_state_t state = ippReadIO(&source, ReadBytes, 1, nullptr, message.get());
-        if (state == IPP_STATE_ERROR) throw std::runtime_error("libcups cannot read the body");
+        if (state == IPP_STATE_ERROR)
+            throw std::runtime_error(std::string("libcups: ") + cupsLastErrorString());
         if (state == IPP_STATE_DATA) return message;
     }
 }

@@ -37,9 +37,7 @@ const char* GetIPPOperationName(int operation) { return Corvix::Ipp::OperationNa
 
 const char* GetIPPStatusName(unsigned status) { return Corvix::Ipp::StatusName(status); }
 
-const char* GetIPPTagName(unsigned char tag) {
-    return tag < Corvix::Ipp::Tag::FirstValue ? Corvix::Ipp::GroupName(tag) : Corvix::Ipp::TagName(tag);
-}
+const char* GetIPPTagName(unsigned char tag) { return Corvix::Ipp::TagName(tag); }
 
 const char* GetIPPEnumName(const char* attribute, int value) {
     return attribute ? Corvix::Ipp::EnumName(attribute, value) : nullptr;

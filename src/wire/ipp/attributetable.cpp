@@ -5,129 +5,75 @@
 #include "wire/ipp/tags.h"
 
 namespace Corvix::Ipp {
+namespace {
 
-const std::array<AttributeRow, 110> attributeTable = {{
-    {"reserved", 0, ValueKind::Text},
-    {"printer-uri", Tag::Uri, ValueKind::Text},
-    {"job-uri", Tag::Uri, ValueKind::Text},
-    {"job-printer-uri", Tag::Uri, ValueKind::Text},
-    {"job-more-info", Tag::Uri, ValueKind::Text},
-    {"printer-uri-supported", Tag::Uri, ValueKind::Text},
-    {"printer-more-info", Tag::Uri, ValueKind::Text},
-    {"printer-driver-installer", Tag::Uri, ValueKind::Text},
-    {"printer-more-info-manufacturer", Tag::Uri, ValueKind::Text},
-    {"document-uri", Tag::Uri, ValueKind::Text},
-    {"requesting-user-name", Tag::NameWithoutLanguage, ValueKind::Text},
-    {"document-name", Tag::NameWithoutLanguage, ValueKind::Text},
-    {"job-name", Tag::NameWithoutLanguage, ValueKind::Text},
-    {"job-originating-user-name", Tag::NameWithoutLanguage, ValueKind::Text},
-    {"output-device-assigned", Tag::NameWithoutLanguage, ValueKind::Text},
-    {"printer-name", Tag::NameWithoutLanguage, ValueKind::Text},
-    {"ipp-attribute-fidelity", Tag::Boolean, ValueKind::Boolean},
-    {"page-ranges-supported", Tag::Boolean, ValueKind::Boolean},
-    {"printer-is-accepting-jobs", Tag::Boolean, ValueKind::Boolean},
-    {"color-supported", Tag::Boolean, ValueKind::Boolean},
-    {"my-jobs", Tag::Boolean, ValueKind::Boolean},
-    {"last-document", Tag::Boolean, ValueKind::Boolean},
-    {"document-format", Tag::MimeMediaType, ValueKind::Text},
-    {"document-format-default", Tag::MimeMediaType, ValueKind::Text},
-    {"document-format-supported", Tag::MimeMediaType, ValueKind::Text},
-    {"document-natural-language", Tag::NaturalLanguage, ValueKind::Text},
-    {"attributes-natural-language", Tag::NaturalLanguage, ValueKind::Text},
-    {"natural-language-configured", Tag::NaturalLanguage, ValueKind::Text},
-    {"generated-natural-language-supported", Tag::NaturalLanguage, ValueKind::Text},
-    {"compression", Tag::Keyword, ValueKind::Text},
-    {"requested-attributes", Tag::Keyword, ValueKind::Text},
-    {"job-hold-until", Tag::Keyword, ValueKind::Text},
-    {"multiple-document-handling", Tag::Keyword, ValueKind::Text},
-    {"media", Tag::Keyword, ValueKind::Text},
-    {"job-hold-until-default", Tag::Keyword, ValueKind::Text},
-    {"multiple-document-handling-default", Tag::Keyword, ValueKind::Text},
-    {"media-default", Tag::Keyword, ValueKind::Text},
-    {"job-hold-until-supported", Tag::Keyword, ValueKind::Text},
-    {"multiple-document-handling-supported", Tag::Keyword, ValueKind::Text},
-    {"media-supported", Tag::Keyword, ValueKind::Text},
-    {"job-state-reasons", Tag::Keyword, ValueKind::Text},
-    {"uri-security-supported", Tag::Keyword, ValueKind::Text},
-    {"printer-state-reasons", Tag::Keyword, ValueKind::Text},
-    {"pdl-override-supported", Tag::Keyword, ValueKind::Text},
-    {"compression-supported", Tag::Keyword, ValueKind::Text},
-    {"which-jobs", Tag::Keyword, ValueKind::Text},
-    {"message", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"job-state-message", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"job-message-from-operator", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"printer-location", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"printer-info", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"printer-make-and-model", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"printer-state-message", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"printer-message-from-operator", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"status-message", Tag::TextWithoutLanguage, ValueKind::Text},
-    {"job-priority", Tag::Integer, ValueKind::Integer},
-    {"job-sheets", Tag::Integer, ValueKind::Integer},
-    {"copies", Tag::Integer, ValueKind::Integer},
-    {"sides", Tag::Integer, ValueKind::Integer},
-    {"number-up", Tag::Integer, ValueKind::Integer},
-    {"job-priority-default", Tag::Integer, ValueKind::Integer},
-    {"job-sheets-default", Tag::Integer, ValueKind::Integer},
-    {"copies-default", Tag::Integer, ValueKind::Integer},
-    {"sides-default", Tag::Integer, ValueKind::Integer},
-    {"number-up-default", Tag::Integer, ValueKind::Integer},
-    {"job-priority-supported", Tag::Integer, ValueKind::Integer},
-    {"job-sheets-supported", Tag::Integer, ValueKind::Integer},
-    {"sides-supported", Tag::Integer, ValueKind::Integer},
-    {"number-up-supported", Tag::Integer, ValueKind::Integer},
-    {"job-id", Tag::Integer, ValueKind::Integer},
-    {"number-of-documents", Tag::Integer, ValueKind::Integer},
-    {"time-at-creation", Tag::Integer, ValueKind::Integer},
-    {"time-at-processing", Tag::Integer, ValueKind::Integer},
-    {"time-at-completed", Tag::Integer, ValueKind::Integer},
-    {"number-of-intervening-jobs", Tag::Integer, ValueKind::Integer},
-    {"job-k-octets", Tag::Integer, ValueKind::Integer},
-    {"job-impressions", Tag::Integer, ValueKind::Integer},
-    {"job-media-sheet", Tag::Integer, ValueKind::Integer},
-    {"job-k-octets-processed", Tag::Integer, ValueKind::Integer},
-    {"job-impressions-completed", Tag::Integer, ValueKind::Integer},
-    {"job-media-sheets-completed", Tag::Integer, ValueKind::Integer},
-    {"queued-job-count", Tag::Integer, ValueKind::Integer},
-    {"printer-up-time", Tag::Integer, ValueKind::Integer},
-    {"multiple-operation-timeout", Tag::Integer, ValueKind::Integer},
-    {"limit", Tag::Integer, ValueKind::Integer},
-    {"finishings", Tag::Enum, ValueKind::Integer},
-    {"orientation-requested", Tag::Enum, ValueKind::Integer},
-    {"print-quality", Tag::Enum, ValueKind::Integer},
-    {"finishings-default", Tag::Enum, ValueKind::Integer},
-    {"orientation-requested-default", Tag::Enum, ValueKind::Integer},
-    {"print-quality-default", Tag::Enum, ValueKind::Integer},
-    {"finishings-supported", Tag::Enum, ValueKind::Integer},
-    {"orientation-requested-supported", Tag::Enum, ValueKind::Integer},
-    {"print-quality-supported", Tag::Enum, ValueKind::Integer},
-    {"job-state", Tag::Enum, ValueKind::Integer},
-    {"printer-state", Tag::Enum, ValueKind::Integer},
-    {"operations-supported", Tag::Enum, ValueKind::Integer},
-    {"page-ranges", Tag::RangeOfInteger, ValueKind::Range},
-    {"copies-supported", Tag::RangeOfInteger, ValueKind::Range},
-    {"job-k-octets-supported", Tag::RangeOfInteger, ValueKind::Range},
-    {"job-impressions-supported", Tag::RangeOfInteger, ValueKind::Range},
-    {"job-media-sheets-supported", Tag::RangeOfInteger, ValueKind::Range},
-    {"printer-resolution", Tag::Resolution, ValueKind::Resolution},
-    {"printer-resolution-default", Tag::Resolution, ValueKind::Resolution},
-    {"printer-resolution-supported", Tag::Resolution, ValueKind::Resolution},
-    {"attributes-charset", Tag::Charset, ValueKind::Text},
-    {"charset-configured", Tag::Charset, ValueKind::Text},
-    {"charset-supported", Tag::Charset, ValueKind::Text},
-    {"reference-uri-schemes-supported", Tag::UriScheme, ValueKind::Text},
-    {"printer-current-time", Tag::DateTime, ValueKind::DateTime},
-}};
+/// Attributes of one type, their names with blanks between.
+struct TypeRow {
+    unsigned char tag;
+    std::string_view names;
+};
 
-const AttributeRow* FindAttribute(std::string_view name) {
-    const auto row = std::find_if(attributeTable.begin(), attributeTable.end(),
-                                  [&](const AttributeRow& candidate) { return candidate.name == name; });
-    return row == attributeTable.end() ? nullptr : &*row;
+// Some are odd ("sides" is typed integer, "copies-supported" a range, "job-media-sheet" lacks its final s);
+// printers have been asked with these tags, so they stay.
+constexpr TypeRow typeRows[] = {
+    {0, "reserved"},
+    {Tag::Uri,
+     "printer-uri job-uri job-printer-uri job-more-info printer-uri-supported printer-more-info "
+     "printer-driver-installer printer-more-info-manufacturer document-uri"},
+    {Tag::NameWithoutLanguage,
+     "requesting-user-name document-name job-name job-originating-user-name output-device-assigned "
+     "printer-name"},
+    {Tag::Boolean,
+     "ipp-attribute-fidelity page-ranges-supported printer-is-accepting-jobs color-supported my-jobs "
+     "last-document"},
+    {Tag::MimeMediaType, "document-format document-format-default document-format-supported"},
+    {Tag::NaturalLanguage,
+     "document-natural-language attributes-natural-language natural-language-configured "
+     "generated-natural-language-supported"},
+    {Tag::Keyword,
+     "compression requested-attributes job-hold-until multiple-document-handling media "
+     "job-hold-until-default multiple-document-handling-default media-default job-hold-until-supported "
+     "multiple-document-handling-supported media-supported job-state-reasons uri-security-supported "
+     "printer-state-reasons pdl-override-supported compression-supported which-jobs"},
+    {Tag::TextWithoutLanguage,
+     "message job-state-message job-message-from-operator printer-location printer-info "
+     "printer-make-and-model printer-state-message printer-message-from-operator status-message"},
+    {Tag::Integer,
+     "job-priority job-sheets copies sides number-up job-priority-default job-sheets-default "
+     "copies-default sides-default number-up-default job-priority-supported job-sheets-supported "
+     "sides-supported number-up-supported job-id number-of-documents time-at-creation "
+     "time-at-processing time-at-completed number-of-intervening-jobs job-k-octets job-impressions "
+     "job-media-sheet job-k-octets-processed job-impressions-completed job-media-sheets-completed "
+     "queued-job-count printer-up-time multiple-operation-timeout limit"},
+    {Tag::Enum,
+     "finishings orientation-requested print-quality finishings-default orientation-requested-default "
+     "print-quality-default finishings-supported orientation-requested-supported "
+     "print-quality-supported job-state printer-state operations-supported"},
+    {Tag::RangeOfInteger,
+     "page-ranges copies-supported job-k-octets-supported job-impressions-supported "
+     "job-media-sheets-supported"},
+    {Tag::Resolution, "printer-resolution printer-resolution-default printer-resolution-supported"},
+    {Tag::Charset, "attributes-charset charset-configured charset-supported"},
+    {Tag::UriScheme, "reference-uri-schemes-supported"},
+    {Tag::DateTime, "printer-current-time"},
+};
+
+bool Lists(std::string_view names, std::string_view name) {
+    while (!names.empty()) {
+        const std::size_t end = std::min(names.find(' '), names.size());
+        if (names.substr(0, end) == name) return true;
+        names.remove_prefix(std::min(end + 1, names.size()));
+    }
+    return false;
 }
 
+}  // namespace
+
 unsigned char GetTypeOfAttribute(std::string_view name) {
-    const AttributeRow* row = FindAttribute(name);
-    return row ? row->tag : Tag::Keyword;
+    for (const TypeRow& row : typeRows) {
+        if (Lists(row.names, name)) return row.tag;
+    }
+    return Tag::Keyword;
 }
 
 }  // namespace Corvix::Ipp

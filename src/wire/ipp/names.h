@@ -12,9 +12,7 @@ namespace Corvix::Ipp {
 const char* OperationName(int operation);
 /// "client-error-not-found".
 const char* StatusName(unsigned status);
-/// "job-attributes-tag".
-const char* GroupName(unsigned char tag);
-/// "keyword", "no-value".
+/// Of a group or of a value: "job-attributes-tag", "keyword", "no-value".
 const char* TagName(unsigned char tag);
 /// What an enum value of an attribute means: 5 is "processing" for "job-state" and "stopped" for
 /// "printer-state". An attribute with "-default", "-supported", "-ready" or "-actual" at its end has the values

@@ -23,8 +23,9 @@ constexpr std::array<std::string_view, 5> contentOptimizeKeywords = {"auto", "gr
 /// The keyword of a number, counted from `first`; empty when the number has none.
 template <std::size_t count>
 std::string_view KeywordOf(const std::array<std::string_view, count>& keywords, int number, int first) {
+    if (number < first) return {};
     const auto index = static_cast<std::size_t>(number - first);
-    return number < first || index >= count ? std::string_view() : keywords[index];
+    return index < count ? keywords[index] : std::string_view();
 }
 
 /// The attribute part as it grows. After a writer refused, nothing more is written.
@@ -92,6 +93,20 @@ void AddJobName(Part& part, const RequestFields& fields) {
     part.Text(Tag::NameWithoutLanguage, "job-name", fields.jobName);
 }
 
+void AddDocumentName(Part& part, const RequestFields& fields) {
+    part.Text(Tag::NameWithoutLanguage, "document-name", fields.documentName);
+}
+
+void AddRecordPrinterUri(Part& part, const RequestFields& fields) {
+    part.Text(Tag::Uri, "printer-uri", fields.recordPrinterUri);
+}
+
+void AddJobUri(Part& part, const RequestFields& fields) { part.Text(Tag::Uri, "job-uri", fields.jobUri); }
+
+void AddDocumentUri(Part& part, const RequestFields& fields) {
+    part.Text(Tag::Uri, "document-uri", fields.documentUri);
+}
+
 void AddFidelity(Part& part, const RequestFields& fields) {
     part.TrueIf(fields.fidelity, "ipp-attribute-fidelity");
 }
@@ -100,17 +115,18 @@ void AddJobId(Part& part, const RequestFields& fields) {
     part.IntegerIf(fields.jobId > 0, "job-id", fields.jobId);
 }
 
-void AddDocumentName(Part& part, const RequestFields& fields) {
-    part.Text(Tag::NameWithoutLanguage, "document-name", fields.documentName);
-}
-
-void AddDocumentUri(Part& part, const RequestFields& fields) {
-    part.Text(Tag::Uri, "document-uri", fields.documentUri);
+void AddLastDocument(Part& part, const RequestFields& fields) {
+    part.Flag("last-document", fields.lastDocument);
 }
 
 void AddCopiesAndSides(Part& part, const RequestFields& fields) {
     part.IntegerIf(fields.copies > 0 && !fields.extrasHoldCopies, "copies", fields.copies)
         .Text(Tag::Keyword, "sides", KeywordOf(sidesKeywords, fields.sides, 0));
+}
+
+void AddDocumentHandling(Part& part, const RequestFields& fields) {
+    part.Text(Tag::Keyword, "multiple-document-handling",
+              KeywordOf(documentHandlingKeywords, fields.multipleDocumentHandling, 1));
 }
 
 // These two are enums, yet go out as integers.
@@ -119,112 +135,74 @@ void AddOrientationAndQuality(Part& part, const RequestFields& fields) {
         .IntegerIf(fields.quality > 2, "print-quality", fields.quality);
 }
 
+void AddColorMode(Part& part, const RequestFields& fields) {
+    if (fields.monochrome) part.Text(Tag::Keyword, "print-color-mode", "monochrome");
+}
+
 void AddRenderingChoices(Part& part, const RequestFields& fields) {
     part.Resolution(fields).Text(Tag::Keyword, "print-content-optimize",
                                  KeywordOf(contentOptimizeKeywords, fields.contentOptimize, 1));
 }
 
-void FormGetPrinterAttributes(Part& part, const RequestFields& fields) {
+void AddPrinterAttributes(Part& part, const RequestFields& fields) {
     std::string requested = "printer-name,printer-uri-supported,";
     requested += fields.requestedAttributes;
     part.Set(Tag::Keyword, "requested-attributes", requested);
 }
 
-void FormGetJobAttributes(Part& part, const RequestFields& fields) {
-    part.Text(Tag::Uri, "job-uri", fields.jobUri)
-        .Text(Tag::Keyword, "requested-attributes", fields.requestedAttributes);
+// Goes out as one value, whatever it lists.
+void AddJobAttributes(Part& part, const RequestFields& fields) {
+    part.Text(Tag::Keyword, "requested-attributes", fields.requestedAttributes);
 }
 
-void FormCancelJob(Part& part, const RequestFields& fields) {
-    part.Text(Tag::Uri, "job-uri", fields.jobUri);
-    AddUserName(part, fields);
-}
-
-void FormGetJobs(Part& part, const RequestFields& fields) {
-    AddUserName(part, fields);
+void AddWhichJobs(Part& part, const RequestFields& fields) {
     part.TrueIf(!fields.userName.empty() && !fields.jobsOfAllUsers, "my-jobs")
         .Text(Tag::Keyword, "which-jobs", fields.completedJobs ? "completed" : "not-completed")
         .Set(Tag::Keyword, "requested-attributes",
              fields.jobsOfAllUsers ? fields.requestedAttributes : "all");
 }
 
-void FormPrintJob(Part& part, const RequestFields& fields) {
-    part.Text(Tag::Uri, "printer-uri", fields.recordPrinterUri);
-    AddUserName(part, fields);
-    AddJobName(part, fields);
-    AddFidelity(part, fields);
-    AddDocumentName(part, fields);
-}
+using Adder = void (*)(Part& part, const RequestFields& fields);
 
-void FormPrintUri(Part& part, const RequestFields& fields) {
-    FormPrintJob(part, fields);
-    AddDocumentUri(part, fields);
-}
-
-void FormPrintedJob(Part& part, const RequestFields& fields) {
-    AddCopiesAndSides(part, fields);
-    AddOrientationAndQuality(part, fields);
-    if (fields.monochrome) part.Text(Tag::Keyword, "print-color-mode", "monochrome");
-    AddRenderingChoices(part, fields);
-}
-
-void FormCreateJob(Part& part, const RequestFields& fields) {
-    AddUserName(part, fields);
-    AddJobName(part, fields);
-    AddFidelity(part, fields);
-}
-
-void FormSendUri(Part& part, const RequestFields& fields) {
-    AddJobId(part, fields);
-    FormCreateJob(part, fields);
-    AddDocumentName(part, fields);
-    AddDocumentUri(part, fields);
-    part.Flag("last-document", fields.lastDocument);
-}
-
-void FormCreatedJob(Part& part, const RequestFields& fields) {
-    AddCopiesAndSides(part, fields);
-    part.Text(Tag::Keyword, "multiple-document-handling",
-              KeywordOf(documentHandlingKeywords, fields.multipleDocumentHandling, 1));
-    AddOrientationAndQuality(part, fields);
-    AddRenderingChoices(part, fields);
-}
-
-void FormSendDocument(Part& part, const RequestFields& fields) {
-    AddJobId(part, fields);
-    AddUserName(part, fields);
-    AddDocumentName(part, fields);
-    part.Flag("last-document", fields.lastDocument);
-    AddFidelity(part, fields);
-}
-
-using GroupForm = void (*)(Part& part, const RequestFields& fields);
-
+/// What an operation carries, in this order; null behind the last.
 struct OperationForm {
     int operation;
-    GroupForm operationGroup;
-    GroupForm jobGroup;  ///< null: the operation has none
+    Adder operationGroup[9];
+    Adder jobGroup[5];  ///< empty where the operation has no such group
 };
 
 constexpr OperationForm operationForms[] = {
-    {Operation::PrintJob, FormPrintJob, FormPrintedJob},
-    {Operation::StreamedPrintJob, FormPrintJob, FormPrintedJob},
-    {Operation::PrintUri, FormPrintUri, FormPrintedJob},
-    {Operation::CreateJob, FormCreateJob, FormCreatedJob},
-    {Operation::SendDocument, FormSendDocument, nullptr},
-    {Operation::SendUri, FormSendUri, FormCreatedJob},
-    {Operation::CancelJob, FormCancelJob, nullptr},
-    {Operation::GetJobAttributes, FormGetJobAttributes, nullptr},
-    {Operation::GetJobs, FormGetJobs, nullptr},
-    {Operation::GetPrinterAttributes, FormGetPrinterAttributes, nullptr},
+    {Operation::PrintJob,
+     {AddRecordPrinterUri, AddUserName, AddJobName, AddFidelity, AddDocumentName},
+     {AddCopiesAndSides, AddOrientationAndQuality, AddColorMode, AddRenderingChoices}},
+    {Operation::PrintUri,
+     {AddRecordPrinterUri, AddUserName, AddJobName, AddFidelity, AddDocumentName, AddDocumentUri},
+     {AddCopiesAndSides, AddOrientationAndQuality, AddColorMode, AddRenderingChoices}},
+    {Operation::CreateJob,
+     {AddUserName, AddJobName, AddFidelity},
+     {AddCopiesAndSides, AddDocumentHandling, AddOrientationAndQuality, AddRenderingChoices}},
+    {Operation::SendDocument, {AddJobId, AddUserName, AddDocumentName, AddLastDocument, AddFidelity}, {}},
+    {Operation::SendUri,
+     {AddJobId, AddUserName, AddJobName, AddFidelity, AddDocumentName, AddDocumentUri, AddLastDocument},
+     {AddCopiesAndSides, AddDocumentHandling, AddOrientationAndQuality, AddRenderingChoices}},
+    {Operation::CancelJob, {AddJobUri, AddUserName}, {}},
+    {Operation::GetJobAttributes, {AddJobUri, AddJobAttributes}, {}},
+    {Operation::GetJobs, {AddUserName, AddWhichJobs}, {}},
+    {Operation::GetPrinterAttributes, {AddPrinterAttributes}, {}},
 };
 
 /// An operation that has no attributes of its own still gets the header and what the caller adds.
 OperationForm FormOf(int operation) {
+    const int known = operation == Operation::StreamedPrintJob ? Operation::PrintJob : operation;
     for (const OperationForm& form : operationForms) {
-        if (form.operation == operation) return form;
+        if (form.operation == known) return form;
     }
-    return {operation, [](Part&, const RequestFields&) {}, nullptr};
+    return {operation, {}, {}};
+}
+
+void Run(const Adder* adders, Part& part, const RequestFields& fields) {
+    for (; *adders; ++adders)
+        (*adders)(part, fields);
 }
 
 }  // namespace
@@ -235,12 +213,10 @@ FormResult FormRequest(unsigned char* buffer, int& length, int operation, const 
     const OperationForm form = FormOf(operation);
     Part part(buffer);
     part.Header(operation, fields);
-    form.operationGroup(part, fields);
+    Run(form.operationGroup, part, fields);
     part.Extras(fields, true);
-    if (form.jobGroup) {
-        part.Delimiter(Tag::JobAttributes);
-        form.jobGroup(part, fields);
-    }
+    if (form.jobGroup[0]) part.Delimiter(Tag::JobAttributes);
+    Run(form.jobGroup, part, fields);
     part.Extras(fields, false).Delimiter(Tag::EndOfAttributes);
     if (part.Refused()) return FormResult::Refused;
     length = part.Length();
