@@ -181,8 +181,6 @@ const std::string longName(1024, 'n');
 const std::vector<FaultCase> faultCases = {
     {"integer short", Value(0x21, "a", "123"), "4: an integer is not 4 bytes long"},
     {"integer long", Value(0x21, "a", "12345"), "4: an integer is not 4 bytes long"},
-    {"integer empty", Value(0x21, "a", ""), "4: an integer is not 4 bytes long"},
-    {"enum short", Value(0x23, "a", "123"), "4: an enum is not 4 bytes long"},
     {"enum long", Value(0x23, "a", "12345"), "4: an enum is not 4 bytes long"},
     {"boolean empty", Value(0x22, "a", ""), "4: a boolean is not 1 byte long"},
     {"boolean long", Value(0x22, "a", "12"), "4: a boolean is not 1 byte long"},
@@ -193,13 +191,11 @@ const std::vector<FaultCase> faultCases = {
     {"range short", Value(0x33, "a", "1234567"), "4: a rangeOfInteger is not 8 bytes long"},
     {"range long", Value(0x33, "a", "123456789"), "4: a rangeOfInteger is not 8 bytes long"},
     {"text 1024", Value(0x41, "a", longName), "4: a text is longer than 1023 bytes"},
-    {"keyword 65535", Value(0x44, "a", std::string(65535, 'k')), "4: a text is longer than 1023 bytes"},
     {"octetString 1024", Value(0x30, "a", longName), "4: a text is longer than 1023 bytes"},
     {"textWithLanguage 3", Value(0x35, "a", "abc"), "4: a text with a language is not 4 to 1024 bytes long"},
     {"nameWithLanguage 1025", Value(0x36, "a", longName + "n"),
      "4: a text with a language is not 4 to 1024 bytes long"},
     {"name 1024", Keyword(longName, "k"), "1: a name is longer than 1023 bytes"},
-    {"name 65535", Keyword(std::string(65535, 'n'), "k"), "1: a name is longer than 1023 bytes"},
     {"name 1024 where none is expected", Byte(0x4A) + Short(1024), "1: a name is longer than 1023 bytes"},
     {"member name 1024", Begin("a") + Member(longName) + End(),
      "9: a member's name is longer than 1023 bytes"},
@@ -214,12 +210,9 @@ const std::vector<FaultCase> faultCases = {
     {"collection open at an attribute", Begin("a") + Integer("b", 1), "7: a collection is not closed"},
     {"name length cut", Byte(0x21) + Byte(0), "1: the body ends within the length of a name"},
     {"name cut", Byte(0x21) + Short(4) + "abc", "3: the body ends within a name"},
-    {"value length missing", Byte(0x21) + Short(1) + "a", "4: the body ends within the length of a value"},
     {"value length cut", Byte(0x21) + Short(1) + "a" + Byte(0),
      "4: the body ends within the length of a value"},
     {"value cut", Byte(0x21) + Short(1) + "a" + Short(4) + "123", "6: the body ends within a value"},
-    {"skipped value cut", Byte(0x13) + Short(1) + "a" + Short(65535) + "123",
-     "6: the body ends within a value"},
 };
 
 TEST(Message, KeepsWhatStandsBeforeAFault) {
