@@ -326,6 +326,7 @@ TEST(MessageReader, ReadsARequestWhileItArrives) {
         const Message message = reader.Finish();
         EXPECT_EQ(message.Code(), 2u);
         EXPECT_EQ(message.Header().major, 1);
+        EXPECT_EQ(FaultOf(message), "none");
         EXPECT_EQ(message.Body(), request);
         EXPECT_EQ(Show(message), Show(ReadResponseData(Header() + request.substr(8))));
     }
