@@ -1,28 +1,14 @@
 #include "datamodel/ipp/printing/printstream.h"
 
-#include <cstdio>
 #include <string_view>
 #include <utility>
 
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
+#include "wire/http/chunks.h"
 
 namespace Corvix {
 namespace {
-
-/// The chunk of no bytes, which ends a body.
-constexpr std::string_view lastChunk = "0\r\n\r\n";
-
-/// The room of the chunk before is used again: getting it anew for each piece takes longer than filling it.
-void FormChunk(const unsigned char* bytes, unsigned long length, std::string& chunk) {
-    char head[16];
-    const int headLength = std::snprintf(head, sizeof head, "%lX\r\n", length);
-    chunk.clear();
-    chunk.reserve(static_cast<std::size_t>(headLength) + length + 2);
-    chunk.append(head, static_cast<std::size_t>(headLength));
-    chunk.append(reinterpret_cast<const char*>(bytes), length);
-    chunk.append("\r\n");
-}
 
 const unsigned char* BytesOf(std::string_view text) {
     return reinterpret_cast<const unsigned char*>(text.data());
@@ -49,7 +35,7 @@ HRESULT PrintStream::Begin(const IppTarget& target, const RequestValues& values,
 
 HRESULT PrintStream::Write(const unsigned char* piece, unsigned long length) {
     if (!request_) return E_FAIL;
-    FormChunk(piece, length, chunk_);
+    Http::FormChunk({reinterpret_cast<const char*>(piece), length}, chunk_);
     const HRESULT written =
         request_->Write(BytesOf(chunk_), static_cast<unsigned long>(chunk_.size()), false);
     return SUCCEEDED(written) ? S_OK : Fail(RefusalStatus());
@@ -57,7 +43,7 @@ HRESULT PrintStream::Write(const unsigned char* piece, unsigned long length) {
 
 HRESULT PrintStream::End() {
     if (!request_) return E_FAIL;
-    const HRESULT written = request_->Write(BytesOf(lastChunk), lastChunk.size(), true);
+    const HRESULT written = request_->Write(BytesOf(Http::lastChunk), Http::lastChunk.size(), true);
     return SUCCEEDED(written) && SUCCEEDED(request_->GetResult()) ? S_OK : Fail(RefusalStatus());
 }
 
