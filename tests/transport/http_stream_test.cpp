@@ -16,6 +16,13 @@ protected:
             result = Write(request, piece);
         return result;
     }
+
+    // Prints a body of one piece.
+    std::string PrintResult() {
+        const auto request = MakeStreamedRequest();
+        EXPECT_EQ(Write(*request, "page", true), S_OK);
+        return Result(Finish(*request));
+    }
 };
 
 const HRESULT refused = HRESULT_FROM_WIN32(ERROR_REQUEST_ABORTED);
@@ -94,9 +101,7 @@ TEST_F(HttpStream, RefusesMoreThanWasAnnouncedAndLess) {
 TEST_F(HttpStream, LeavesAConnectionThatIsUsedAgainButUsesNoneItself) {
     Record();
     for (const int connections : {1, 2}) {
-        const auto request = MakeStreamedRequest();
-        EXPECT_EQ(Write(*request, "x", true), S_OK);
-        EXPECT_EQ(Result(Finish(*request)), "ok");
+        EXPECT_EQ(PrintResult(), "ok");
         EXPECT_EQ(GetResult(), "ok");
         EXPECT_EQ(server_->Connections(), connections);
     }
@@ -207,9 +212,7 @@ TEST_F(HttpStream, IsAskedForThePasswordBeforeTheBodyIsSent) {
         peer.ReadThrough("0\r\n\r\n");
         peer.Respond("printed");
     });
-    const auto request = MakeStreamedRequest();
-    EXPECT_EQ(Write(*request, "page", true), S_OK);
-    EXPECT_EQ(Result(Finish(*request)), "printed");
+    EXPECT_EQ(PrintResult(), "printed");
     ASSERT_EQ(heads.size(), 2u);
     EXPECT_EQ(heads[0].Header("Expect"), "100-continue");
     EXPECT_EQ(heads[1].Header("Authorization"), "Basic YWRtaW46c2VjcmV0");
@@ -238,9 +241,7 @@ TEST_F(HttpStream, DoesWithoutTheWordThatADeviceDoesNotKnow) {
         peer.ReadThrough("0\r\n\r\n");
         peer.Respond("printed");
     });
-    const auto request = MakeStreamedRequest();
-    EXPECT_EQ(Write(*request, "page", true), S_OK);
-    EXPECT_EQ(Result(Finish(*request)), "printed");
+    EXPECT_EQ(PrintResult(), "printed");
 }
 
 }  // namespace
