@@ -198,6 +198,7 @@ TEST(SnmpConnection, RepeatsARequestThatIsNotAnswered) {
     EXPECT_EQ(Get(*connection), L"good");
     const std::vector<Message> received = agent.Received();
     ASSERT_GE(received.size(), 3u);
+    EXPECT_LT(received.size(), 100u) << "and no more once it is answered";
     EXPECT_EQ(received[0].requestId, received[1].requestId);
     EXPECT_EQ(received[0].requestId, received[2].requestId);
 }

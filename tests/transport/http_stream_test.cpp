@@ -34,6 +34,7 @@ TEST_F(HttpStream, TakesChunksAsTheCallerFramesThem) {
     request->SetContentType(L"application/ipp");
     request->AddHeader(L"Transfer-Encoding", L"chunked");
     request->AddHeader(L"Content-Type", L"application/ipp");
+    EXPECT_EQ(request->GetBytesWritten(), 0u);
     EXPECT_EQ(Write(*request, "3\r\nabc\r\n"), S_OK);
     EXPECT_EQ(Write(*request, "5\r\nhello\r\n"), S_OK);
     EXPECT_EQ(request->GetResult(), S_OK);
