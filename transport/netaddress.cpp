@@ -37,6 +37,7 @@ const wchar_t* NetAddress::GetDisplayName() {
     return options_.displayName.empty() ? nullptr : options_.displayName.c_str();
 }
 
+// Everything is copied under the lock, so that a request never sees half of a change.
 RequestSettings NetAddress::SettingsFor(unsigned short port) {
     const Lock lock(mutex_);
     RequestSettings settings;
@@ -63,6 +64,7 @@ HRESULT NetAddress::CreateHTTPRequest(Corvix::HTTPRequest** request, unsigned lo
     return HRESULT_FROM_WIN32(error);
 }
 
+// Host and port are those of the address, whatever the caller put into the SNMP options.
 SnmpOptions NetAddress::SnmpSettings() {
     const Lock lock(mutex_);
     SnmpOptions snmp = options_.snmp;
@@ -72,6 +74,7 @@ SnmpOptions NetAddress::SnmpSettings() {
     return snmp;
 }
 
+// The out argument is set only once the connection is made.
 HRESULT NetAddress::CreateMIBConnection(Corvix::MIBConnection** connection) {
     if (!connection) return E_INVALIDARG;
     Corvix::MIBConnection* made = nullptr;
@@ -92,6 +95,7 @@ void NetAddress::SetCredentials(const wchar_t* userName, const wchar_t* password
 
 void NetAddress::SetTimeout(unsigned long milliseconds) {
     const Lock lock(mutex_);
+    // 0 would mean that no answer is ever in time.
     if (milliseconds != 0) options_.timeoutMilliseconds = milliseconds;
 }
 
@@ -127,6 +131,7 @@ void NetAddress::SetMaximumBodyLength(unsigned long bytes) {
     options_.maximumBodyLength = bytes;
 }
 
+// Compares what the addresses call themselves, since several names may lead to one host on purpose.
 bool NetAddress::IsSameDevice(Corvix::Address* other) {
     if (!other || !other->GetHostName() || !other->GetPort()) return false;
     const std::wstring_view host = other->GetHostName();

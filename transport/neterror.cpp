@@ -17,6 +17,7 @@ struct KnownError {
     const wchar_t* text;
 };
 
+// In words of the device's user: the system's own texts for these speak of servers and handles.
 constexpr KnownError knownErrors[] = {
     {ERROR_TIMEOUT, L"the device did not answer in time"},
     {ERROR_CANCELLED, L"the request was cancelled"},
@@ -56,6 +57,7 @@ std::wstring SystemText(unsigned long code) {
         FormatMessageW(flags, nullptr, code, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
     const std::unique_ptr<wchar_t, LocalDeleter> owner(text);
     std::wstring line(text ? text : L"", length);
+    // The system ends its texts with a line end or a blank, whatever width is asked for.
     while (!line.empty() && (line.back() == L' ' || line.back() == L'\r' || line.back() == L'\n'))
         line.pop_back();
     return line;

@@ -10,6 +10,7 @@ CorvixAddress* CreateNetworkAddress(const wchar_t* host, const wchar_t* portMap)
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
+    // No exception may reach a caller that was compiled as C.
     try {
         CorvixTransport::NetAddressOptions options;
         options.host = host;

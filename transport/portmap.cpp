@@ -20,10 +20,12 @@ struct Entry {
     unsigned short realPort = 0;
 };
 
+// Quotes the entry, because the map usually comes from a command line.
 [[noreturn]] void Refuse(std::string_view entry, const char* what) {
     throw std::invalid_argument("port map entry \"" + std::string(entry) + "\": " + what);
 }
 
+// Port 0 is not one that anything listens on.
 std::optional<unsigned short> ParsePort(std::string_view text) {
     const std::optional<std::uint64_t> port = Ascii::ParseNumber(Ascii::Trim(text));
     if (!port || *port == 0 || *port > 65535) return std::nullopt;
@@ -53,6 +55,7 @@ Entry ParseEntry(std::string_view text) {
 
 PortMap PortMap::Parse(std::wstring_view text) {
     PortMap map;
+    // Ports are ASCII; UTF-8 is what the message of a refusal is in.
     const std::string entries = KyUtils::ToUtf8(text);
     if (Ascii::Trim(entries).empty()) return map;
     for (size_t begin = 0; begin <= entries.size();) {

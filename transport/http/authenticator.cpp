@@ -22,6 +22,7 @@ std::optional<ChallengeMemory::Use> ChallengeMemory::Answer(const Endpoint& endp
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = challenges_.find(endpoint);
     if (found == challenges_.end()) return std::nullopt;
+    // A device refuses a count that it has seen, so two requests must not share one.
     ++found->second.count;
     return found->second;
 }
@@ -49,6 +50,7 @@ std::string Authenticator::MakeAuthorization(const std::string& method, const st
 bool Authenticator::Learn(const Http::ResponseHead& head) {
     if (head.status != 401 || !HasCredentials()) return false;
     const std::optional<Http::Challenge> challenge = Http::ChooseChallenge(ChallengesOf(head));
+    // From now on requests tell no credentials unasked: these were of no use.
     if (!challenge || !MayTryAgain(*challenge)) {
         memory_.Forget(endpoint_);
         return false;

@@ -31,6 +31,7 @@ std::unique_ptr<ByteStream> ConnectionPool::Take(const Endpoint& endpoint, const
     for (;;) {
         IdleList outdated;
         std::unique_ptr<ByteStream> stream = TakeNewest(endpoint, outdated);
+        // Asked outside the lock: with TLS the question may read from the network.
         if (!stream || IsUsable(*stream, waiting)) return stream;
     }
 }
@@ -38,6 +39,7 @@ std::unique_ptr<ByteStream> ConnectionPool::Take(const Endpoint& endpoint, const
 std::unique_ptr<ByteStream> ConnectionPool::TakeNewest(const Endpoint& endpoint, IdleList& outdated) {
     const std::lock_guard<std::mutex> lock(mutex_);
     MoveOutdated(outdated);
+    // The newest one is the least likely to have been closed meanwhile.
     const auto newest = std::find_if(idle_.rbegin(), idle_.rend(),
                                      [&](const Idle& idle) { return idle.endpoint == endpoint; });
     if (newest == idle_.rend()) return nullptr;

@@ -10,6 +10,7 @@ namespace CorvixTransport {
 
 namespace {
 
+// Stands for no limit, and still fits into every sum of times.
 constexpr unsigned long noLimit = 0x7fffffff;  // 24 days
 
 unsigned long TenTimes(unsigned long milliseconds) { return std::min(milliseconds, noLimit / 10) * 10; }
@@ -19,6 +20,7 @@ unsigned long TenTimes(unsigned long milliseconds) { return std::min(millisecond
 ExchangeContext::ExchangeContext(const RequestSettings& settings, const RequestDraft& draft,
                                  const Cancellation& cancellation)
     : settings_(settings), draft_(draft), cancellation_(cancellation) {
+    // Without TLS the flags make no difference, and must not keep connections apart.
     const unsigned long leniency = settings.secure ? LeniencyOf(settings.securityFlags) : 0;
     endpoint_ = {settings.host, settings.realPort, settings.secure, leniency};
 }
@@ -53,6 +55,7 @@ void ExchangeContext::Keep(HttpExchange& exchange) const {
 }
 
 Authenticator ExchangeContext::MakeAuthenticator() const {
+    // Answering a challenge as well would send two "Authorization" headers.
     const Http::Credentials none;
     return Authenticator(settings_.device->challenges, endpoint_,
                          draft_.HasAuthorization() ? none : settings_.credentials);
@@ -60,6 +63,7 @@ Authenticator ExchangeContext::MakeAuthenticator() const {
 
 std::string ExchangeContext::WriteHead(BodyFraming framing, unsigned long long length,
                                        Authenticator& authenticator, bool expectContinue) const {
+    // The library's port, not the mapped one: the device knows itself by the former.
     const std::string host =
         Http::MakeHostValue(KyUtils::ToUtf8(settings_.host), settings_.port, settings_.secure ? 443 : 80);
     Http::RequestHead head = draft_.MakeHead(host, framing, length);
@@ -79,6 +83,7 @@ void ExchangeContext::Report(Http::ResponseReader* reader, bool reused, unsigned
     record.realPort = settings_.realPort;
     record.secure = settings_.secure;
     record.reusedConnection = reused;
+    // A response that failed half-way still has a status, which tells more than the error alone.
     record.status = reader && reader->HasHead() ? reader->Head().status : 0;
     record.error = error;
     record.bytesSent = bytesSent;

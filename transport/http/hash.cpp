@@ -20,6 +20,7 @@ std::string ToHexadecimal(const unsigned char* bytes, size_t count) {
     return text;
 }
 
+// Owns an algorithm provider for the time of one hash.
 class HashProvider {
 public:
     explicit HashProvider(const wchar_t* algorithm) {
@@ -47,6 +48,7 @@ std::string HashToHexadecimal(Http::HashAlgorithm algorithm, std::string_view by
     const NTSTATUS status =
         BCryptHash(provider.Get(), nullptr, 0, reinterpret_cast<unsigned char*>(input.data()),
                    static_cast<ULONG>(input.size()), hash.data(), length);
+    // The policy of a system may rule MD5 out.
     ThrowUnless(status >= 0, ERROR_NOT_SUPPORTED);
     return ToHexadecimal(hash.data(), length);
 }

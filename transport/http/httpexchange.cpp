@@ -22,6 +22,7 @@ constexpr FaultError faultErrors[] = {
     {Http::MessageFault::Truncated, ERROR_WINHTTP_CONNECTION_ERROR},
 };
 
+// A stale connection shows itself as one of these; everything else is reported as it is.
 constexpr unsigned long brokenConnectionErrors[] = {
     WSAECONNRESET, WSAECONNABORTED, WSAENETRESET, WSAESHUTDOWN, WSAENOTCONN, ERROR_WINHTTP_CONNECTION_ERROR,
 };
@@ -42,6 +43,7 @@ bool IsBrokenConnection(unsigned long error) {
 }
 
 void HttpExchange::Send(std::string_view bytes, const Waiting& waiting) {
+    // The device has refused the request before: the rest of it is not wanted.
     if (!allSent_) return;
     allSent_ = false;
     try {
@@ -68,6 +70,7 @@ void HttpExchange::SendWhileWanted(std::string_view bytes, const Waiting& waitin
 void HttpExchange::TakeArrived(const Waiting& waiting) {
     while (!reader_.IsComplete() && stream_->IsReadable(waiting)) {
         if (ReadSome(waiting)) continue;
+        // An early final answer may be followed by the end of the connection, which is no failure.
         ThrowUnless(reader_.HasHead(), ERROR_WINHTTP_CONNECTION_ERROR);
         return;
     }
@@ -84,6 +87,7 @@ void HttpExchange::AwaitContinue(const Waiting& waiting) {
         while (!reader_.WasContinued() && !reader_.HasHead() && ReadSome(brief)) {
         }
     });
+    // Silence means that the device does not know the expectation: the body is sent anyway.
     ThrowUnless(error == ERROR_SUCCESS || error == ERROR_TIMEOUT, error);
 }
 
@@ -105,6 +109,7 @@ bool HttpExchange::ReadSome(const Waiting& waiting) {
 }
 
 std::unique_ptr<ByteStream> HttpExchange::ReleaseReusable() {
+    // Bytes beyond the response belong to no request; whose they are cannot be told later.
     const bool reusable = allSent_ && !surplus_ && reader_.KeepsConnection();
     return reusable ? std::move(stream_) : nullptr;
 }

@@ -52,6 +52,7 @@ void NetRequest::SetTimeout(unsigned long milliseconds) {
     if (milliseconds != 0) settings_.timeoutMilliseconds = milliseconds;
 }
 
+// A caller that frames chunks itself, or has announced more than this piece, goes on with Write().
 bool NetRequest::BeginsStream(unsigned long length) const {
     return draft_.IsChunkedByCaller() || totalBodyLength_ > length;
 }
@@ -83,6 +84,7 @@ void NetRequest::Begin() {
     begun_ = true;
     ThrowUnless(draft_.Error() == 0, draft_.Error());
     settings_.credentials = ChooseCredentials();
+    // Digest puts the user name into a header; a line end in it would be a header of its own.
     ThrowUnless(Http::IsFieldValue(settings_.credentials.userName), ERROR_INVALID_PARAMETER);
     context_.emplace(settings_, draft_, cancellation_);
 }
@@ -118,6 +120,7 @@ HRESULT NetRequest::GetResponse(Corvix::HTTPResponse** response) {
 }
 
 void NetRequest::Complete() {
+    // A refusal ends the sending with an error, and still has a response to hand out.
     const bool hasFailed = begun_ && result_ != S_OK;
     ThrowUnless(!hasFailed || (streamed_ && streamed_->HasResponse()), lastError_);
     if (streamed_) return TakeResponse(streamed_->Finish());

@@ -61,6 +61,7 @@ void RequestDraft::AddChecked(const std::string& name, const std::string& value)
 Http::RequestHead RequestDraft::MakeHead(const std::string& host, BodyFraming framing,
                                          unsigned long long length) const {
     Http::RequestHead head = {method_, target_, {}};
+    // What the caller sets replaces these.
     const auto addDefault = [&](const char* name, const std::string& value) {
         if (!headers_.Find(name)) head.headers.Add(name, value);
     };

@@ -29,6 +29,7 @@ void StreamedExchange::Begin() {
 }
 
 void StreamedExchange::BeginUnreported() {
+    // A device that does not know "Expect" may say 417: then the head is sent again without it.
     bool expectContinue = authenticator_.HasCredentials();
     for (;;) {
         Open(expectContinue);
@@ -56,9 +57,11 @@ void StreamedExchange::Write(std::string_view piece, bool last) {
 
 void StreamedExchange::WriteUnreported(std::string_view piece, bool last) {
     ThrowUnless(!ended_ || piece.empty(), ERROR_INVALID_PARAMETER);
+    // One byte more than announced would be taken for the next request.
     const bool fits = framing_ != BodyFraming::Length || piece.size() <= length_ - bytesWritten_;
     ThrowUnless(fits, ERROR_INVALID_PARAMETER);
     const Waiting waiting = context_.ForSending();
+    // A device that refuses early often stops reading, so its answer is looked for before each piece.
     exchange_->TakeArrivedBytes(waiting);
     if (!piece.empty()) SendFramed(piece, waiting);
     bytesWritten_ += piece.size();
@@ -72,6 +75,7 @@ void StreamedExchange::WriteUnreported(std::string_view piece, bool last) {
 
 void StreamedExchange::SendFramed(std::string_view piece, const Waiting& waiting) {
     if (framing_ != BodyFraming::OwnChunks) return exchange_->Send(piece, waiting);
+    // Three calls, because joining them would copy every piece of the document.
     exchange_->Send(Http::MakeChunkHead(piece.size()), waiting);
     exchange_->Send(piece, waiting);
     exchange_->Send("\r\n", waiting);
@@ -91,6 +95,7 @@ Response StreamedExchange::Finish() {
         if (framing_ == BodyFraming::OwnChunks) EndBody(context_.ForSending());
         ReadResponse();
     });
+    // After an unfinished body the device would take the next request for the rest of it.
     if (ended_) context_.Keep(*exchange_);
     return {exchange_->Reader().Head(), exchange_->Reader().TakeBody()};
 }

@@ -22,6 +22,7 @@ public:
 private:
     BodyFraming Framing() const {
         const std::string& method = context_.Draft().Method();
+        // A POST without a length would leave open whether a body follows.
         const bool meansBody = method != "GET" && method != "HEAD" && method != "DELETE";
         return body_.empty() && !meansBody ? BodyFraming::None : BodyFraming::Length;
     }
@@ -31,6 +32,7 @@ private:
         if (std::unique_ptr<HttpExchange> kept = context_.OnKeptConnection()) {
             const unsigned long error = Attempt(*kept, head, true);
             if (error == ERROR_SUCCESS) return TakeResponse(*kept);
+            // Once the device has begun to answer, it may have acted on the request.
             const bool mayTryAgain = IsBrokenConnection(error) && !kept->Reader().HasBegun();
             ThrowUnless(mayTryAgain, error);
         }

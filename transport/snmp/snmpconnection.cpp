@@ -121,6 +121,7 @@ HRESULT SnmpConnection::GetNextOidAndValue(const wchar_t* oid, wchar_t* nextOid,
         if (SUCCEEDED(result)) result = ToVariant(next.front().value, read);
         if (FAILED(result)) return result;
         const std::wstring name = KyUtils::ToWide(Snmp::FormatOid(next.front().oid));
+        // The walk would lose an object, and ask for it again, if the answer were dropped here.
         if (name.size() >= nextOidChars) {
             next_ = std::move(next);
             return E_OUTOFMEMORY;
@@ -145,6 +146,7 @@ HRESULT SnmpConnection::SetValue(const wchar_t* oid, const VARIANT& value) {
 
 }  // namespace
 
+// The one place that makes a connection: whoever fails here leaves the reason in the thread's last error.
 Corvix::MIBConnection* CreateSnmpConnection(const SnmpOptions& options) {
     try {
         Corvix::DisposablePtr<SnmpConnection> connection = MakeRefCounted<SnmpConnection>(options);

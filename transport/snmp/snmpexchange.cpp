@@ -61,6 +61,7 @@ int SnmpExchange::Open() {
     const KyUtils::AddressList addresses = KyUtils::ResolveHost(options_.host, options_.port, SOCK_DGRAM);
     if (!addresses) return static_cast<int>(GetLastError());
     int error = WSAEADDRNOTAVAIL;
+    // Which of a name's addresses the agent listens on shows only when it answers.
     for (const addrinfoW* address = addresses.get(); address; address = address->ai_next) {
         UdpSocket socket;
         const int result = socket.Open(*address);
@@ -78,6 +79,7 @@ void SnmpExchange::SetTimeout(unsigned long milliseconds, unsigned retries) {
     options_.retries = retries;
 }
 
+// Begins at random, so that answers to an earlier process on the same port do not fit.
 std::int32_t SnmpExchange::NextRequestId() {
     requestId_ = requestId_ == INT32_MAX ? 1 : requestId_ + 1;
     return requestId_;
@@ -115,11 +117,13 @@ HRESULT SnmpExchange::SendAndWait(const Snmp::Message& request, Snmp::Message* a
         answer->errorStatus = Snmp::ErrorStatus::TooBig;
         return S_OK;
     }
+    // Every address is tried at least once, even without retries.
     const size_t attempts = std::max<size_t>(size_t{options_.retries} + 1, endpoints_.size());
     int error = 0;
     for (size_t attempt = 0; attempt < attempts; ++attempt) {
         const size_t endpoint = attempt % endpoints_.size();
         error = Attempt(endpoints_[endpoint], request, datagram, answer);
+        // Other errors may be of this address or of this attempt only.
         if (error == ERROR_CANCELLED) break;
         if (error != 0) continue;
         KeepOnly(endpoint);

@@ -18,10 +18,12 @@ HRESULT SetText(std::wstring_view text, Variant& variant) {
     return S_OK;
 }
 
+// Digits and dots only, so that each character is one unit.
 HRESULT SetAscii(std::string_view text, Variant& variant) {
     return SetText(std::wstring(text.begin(), text.end()), variant);
 }
 
+// The library knows no unsigned 32-bit value: a counter above 2147483647 comes out negative.
 HRESULT SetNumber(std::uint64_t number, Variant& variant) {
     variant = Variant::FromI4(static_cast<LONG>(static_cast<std::uint32_t>(number)));
     return S_OK;
@@ -63,6 +65,7 @@ HRESULT SetOid(std::string_view content, Variant& variant) {
     return oid ? SetAscii(Snmp::FormatOid(*oid), variant) : invalidData;
 }
 
+// Only four octets are an address that can be written with dots.
 HRESULT SetIpAddress(std::string_view content, Variant& variant) {
     if (content.size() != 4) return SetBytes(content, variant);
     std::string text;
@@ -118,6 +121,7 @@ std::string_view WithoutPadding(std::string_view octets) {
     return octets.substr(0, last + 1);
 }
 
+// A multi-dimensional array has no order of its octets that an agent would know.
 HRESULT BytesOf(const VARIANT& value, std::string* octets) {
     SAFEARRAY* array = value.parray;
     if (!array || SafeArrayGetDim(array) != 1) return E_INVALIDARG;

@@ -37,6 +37,7 @@ int Select(const KyUtils::Socket& socket, std::int64_t microseconds) {
     return select(0, &readable, nullptr, nullptr, &wait);
 }
 
+// Anybody may send to the port; an answer counts only from where the request went.
 bool IsSamePeer(const sockaddr_storage& left, const sockaddr_storage& right) {
     if (left.ss_family != right.ss_family) return false;
     const auto& left4 = As<sockaddr_in>(left);
@@ -60,6 +61,7 @@ int UdpSocket::Open(const addrinfoW& peer) {
     std::memcpy(&peer_, peer.ai_addr, peer.ai_addrlen);
     peerLength_ = static_cast<int>(peer.ai_addrlen);
     socket_ = std::move(made);
+    // One byte more than the longest datagram, so that none is cut off unnoticed.
     buffer_.resize(maxDatagram + 1);
     return 0;
 }
@@ -89,6 +91,7 @@ int UdpSocket::Receive(Clock::time_point deadline, HANDLE stop, std::string_view
         int senderLength = sizeof(sender);
         const int length = recvfrom(socket_.Get(), buffer_.data(), static_cast<int>(buffer_.size()), 0,
                                     reinterpret_cast<sockaddr*>(&sender), &senderLength);
+        // Winsock reports an unreachable port of an earlier datagram as an error of this call.
         if (length < 0) {
             const int error = WSAGetLastError();
             if (error != WSAEWOULDBLOCK && error != WSAEMSGSIZE) return error;

@@ -29,6 +29,7 @@ KyUtils::AddressList LookUpOnThread(const std::wstring& host, unsigned short por
     lookup->host = host;
     lookup->port = port;
     try {
+        // Detached, because joining would wait for the lookup that the request no longer waits for.
         std::thread([lookup] { lookup->Run(); }).detach();
     } catch (const std::system_error&) {
         throw Failure(ERROR_NO_SYSTEM_RESOURCES);
@@ -47,6 +48,7 @@ bool LooksNumeric(const std::wstring& host) {
 
 KyUtils::AddressList ResolveHost(const std::wstring& host, unsigned short port, const Waiting& waiting) {
     ThrowUnless(!host.empty(), WSAHOST_NOT_FOUND);
+    // An address needs no thread: it is resolved at once.
     if (!LooksNumeric(host)) return LookUpOnThread(host, port, waiting);
     KyUtils::AddressList addresses = KyUtils::ResolveHost(host, port, SOCK_STREAM);
     ThrowUnless(addresses != nullptr, GetLastError());

@@ -41,6 +41,7 @@ std::unique_ptr<SocketStream> SocketStream::Connect(const std::wstring& host, un
         try {
             return std::unique_ptr<SocketStream>(new SocketStream(*address, ShareFor(address, whole)));
         } catch (const Failure& failure) {
+            // The failure of the last address is the one reported.
             if (failure.Code() == ERROR_CANCELLED || !address->ai_next) throw;
         }
     }
@@ -49,6 +50,7 @@ std::unique_ptr<SocketStream> SocketStream::Connect(const std::wstring& host, un
 SocketStream::SocketStream(const addrinfoW& address, const Waiting& waiting)
     : socket_(address.ai_family, address.ai_socktype, address.ai_protocol) {
     ThrowUnless(static_cast<bool>(socket_), LastSocketError());
+    // The head and the body go in separate calls: the second must not wait for the first's acknowledgement.
     const BOOL noDelay = TRUE;
     setsockopt(socket_.Get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&noDelay),
                sizeof noDelay);
@@ -99,6 +101,7 @@ size_t SocketStream::Write(std::string_view bytes, const Waiting& waiting) {
             continue;
         }
         ThrowUnless(WSAGetLastError() == WSAEWOULDBLOCK, LastSocketError());
+        // A device that has answered may never take the rest.
         if (IsReadable(waiting)) return sent;
         WaitForEvents(waiting);
     }

@@ -29,6 +29,7 @@ constexpr PolicyError policyErrors[] = {
     {CERT_E_REVOKED, ERROR_WINHTTP_SECURE_CERT_REVOKED},
 };
 
+// The codes that WinHTTP reports for the same faults, which callers know.
 unsigned long ErrorOf(DWORD status) {
     for (const PolicyError& error : policyErrors) {
         if (static_cast<DWORD>(error.status) == status) return error.code;
@@ -36,6 +37,7 @@ unsigned long ErrorOf(DWORD status) {
     return ERROR_WINHTTP_SECURE_INVALID_CERT;
 }
 
+// Built even where it will not be trusted: the policy says what exactly is wrong with it.
 Chain BuildChain(PCCERT_CONTEXT certificate) {
     CERT_CHAIN_PARA parameters = {};
     parameters.cbSize = sizeof parameters;
@@ -59,6 +61,7 @@ unsigned long LeniencyOf(unsigned long securityFlags) {
 
 void CheckCertificate(PCCERT_CONTEXT certificate, const std::wstring& host, unsigned long leniency) {
     const Chain chain = BuildChain(certificate);
+    // The policy takes a name that it could change.
     std::wstring name = host;
     SSL_EXTRA_CERT_CHAIN_POLICY_PARA server = {};
     server.cbSize = sizeof server;

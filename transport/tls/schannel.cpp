@@ -56,6 +56,7 @@ HandshakeStep SchannelContext::Step(SchannelCredentials& credentials, const std:
     // Server name indication is for names only; some devices hang up on an address there.
     std::wstring target = LooksNumeric(host) ? L"" : host;
     ULONG granted = 0;
+    // The first step makes the context; the following ones take what the device sent.
     const bool first = !IsMade();
     HandshakeStep step;
     step.status = InitializeSecurityContextW(

@@ -83,6 +83,7 @@ void TlsStream::CheckPeer() {
 }
 
 void TlsStream::Receive(const Waiting& waiting) {
+    // Bounds the memory that a device can use up before anything was decrypted.
     ThrowUnless(encrypted_.size() < maximumUndecrypted, ERROR_WINHTTP_SECURE_CHANNEL_ERROR);
     const size_t before = encrypted_.size();
     encrypted_.resize(before + receiveSize);
@@ -128,6 +129,7 @@ size_t TlsStream::Read(char* buffer, size_t capacity, const Waiting& waiting) {
         waiting.Check();
         if (!Decrypt(waiting)) Receive(waiting);
     }
+    // The text is taken from its front by a position: erasing would copy the rest for each read.
     const size_t count = std::min(capacity, plain_.size() - plainTaken_);
     std::copy_n(plain_.data() + plainTaken_, count, buffer);
     plainTaken_ += count;
@@ -151,6 +153,7 @@ bool TlsStream::IsReadable(const Waiting& waiting) {
 size_t TlsStream::Write(std::string_view bytes, const Waiting& waiting) {
     size_t written = 0;
     while (written < bytes.size()) {
+        // A record that is half sent goes out first, as it is: encrypting it again would use up a sequence number.
         if (outgoing_.empty()) Encrypt(bytes.substr(written));
         if (!Flush(waiting)) break;
         written += outgoingPlain_;

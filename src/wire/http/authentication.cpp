@@ -145,11 +145,13 @@ std::string NonceCount(unsigned count) {
 
 }  // namespace
 
+/// Commas separate challenges as well as parameters: a word that "=" follows is a parameter, any other a new scheme.
 std::vector<Challenge> ParseChallenges(std::string_view headerValue) {
     std::vector<Challenge> challenges;
     Scanner scanner(headerValue);
     for (scanner.SkipSeparators(); !scanner.AtEnd(); scanner.SkipSeparators()) {
         const std::string_view word = scanner.TakeToken();
+        // What cannot be read is skipped, as long as it may be a part of the challenge before it.
         if (word.empty()) {
             if (challenges.empty()) break;
             scanner.SkipWord();
@@ -188,6 +190,7 @@ std::string MakeDigestAuthorization(const Challenge& challenge, const Credential
     if (algorithm->isSession) secret = digest(secret + ":" + nonce + ":" + use.clientNonce);
     const std::string action = digest(use.method + ":" + use.target);
     const bool withQop = OffersQop(challenge, "auth");
+    // Devices older than RFC 2617 know neither count nor client nonce.
     const std::string proof =
         withQop ? nonce + ":" + NonceCount(use.count) + ":" + use.clientNonce + ":auth:" + action
                 : nonce + ":" + action;
@@ -195,6 +198,7 @@ std::string MakeDigestAuthorization(const Challenge& challenge, const Credential
     std::string text = "Digest username=" + Quote(credentials.userName) + ", realm=" + Quote(realm) +
                        ", nonce=" + Quote(nonce) + ", uri=" + Quote(use.target) + ", response=\"" +
                        digest(secret + ":" + proof) + "\"";
+    // Only what the device said is repeated: some refuse an algorithm that they did not name.
     if (challenge.parameters.count("algorithm")) text += ", algorithm=" + std::string(algorithm->name);
     if (challenge.parameters.count("opaque")) text += ", opaque=" + Quote(challenge.Parameter("opaque"));
     if (withQop || algorithm->isSession) text += ", cnonce=" + Quote(use.clientNonce);

@@ -11,6 +11,7 @@ std::string MakeChunkHead(size_t length) {
 }
 
 void FormChunk(std::string_view bytes, std::string& chunk) {
+    // Not assigned to `chunk` itself: a move would drop the room that it has.
     const std::string head = MakeChunkHead(bytes.size());
     chunk.clear();
     chunk.reserve(head.size() + bytes.size() + 2);

@@ -27,6 +27,7 @@ std::vector<std::string_view> Headers::FindAll(std::string_view name) const {
     return values;
 }
 
+/// "Connection" may be sent as several headers and as a list, and means the same.
 bool Headers::HasToken(std::string_view name, std::string_view token) const {
     for (const std::string_view value : FindAll(name)) {
         for (const std::string_view element : SplitList(value)) {
@@ -36,15 +37,18 @@ bool Headers::HasToken(std::string_view name, std::string_view token) const {
     return false;
 }
 
+/// RFC 9110, section 5.6.2.
 bool IsToken(std::string_view text) {
     const auto isTokenCharacter = [](char c) {
         if (c >= '0' && c <= '9') return true;
         if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) return true;
-        return c != '\0' && std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+        return std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
     };
     return !text.empty() && std::all_of(text.begin(), text.end(), isTokenCharacter);
 }
 
+/// Bytes above ASCII pass: devices put UTF-8 and Latin-1 into headers. A tabulator is the one control character that
+/// cannot end or hide a line.
 bool IsFieldValue(std::string_view text) {
     return std::none_of(text.begin(), text.end(), [](char c) {
         const auto byte = static_cast<unsigned char>(c);

@@ -10,6 +10,7 @@ struct Reason {
     const char* text;
 };
 
+/// The statuses that a simulated device answers with; the phrase means nothing to a client.
 constexpr Reason reasons[] = {
     {200, "OK"},
     {201, "Created"},
@@ -28,6 +29,7 @@ constexpr Reason reasons[] = {
     {505, "HTTP Version Not Supported"},
 };
 
+/// Line ends are CR LF throughout, although the readers take bare line feeds: not every device does.
 std::string WithHeaders(std::string startLine, const Headers& headers) {
     startLine += "\r\n";
     for (const auto& [name, value] : headers)
@@ -42,6 +44,7 @@ void AppendPercentEncoded(std::string& text, unsigned char byte) {
     text += digits[byte & 15];
 }
 
+/// Percent signs pass: the path may be encoded already, and encoding it twice would name another resource.
 bool MayStandInTarget(unsigned char byte) {
     return byte > 0x20 && byte < 0x7f &&
            std::string_view("\"<>\\^`{|}").find(static_cast<char>(byte)) == std::string_view::npos;
@@ -65,12 +68,14 @@ const char* ReasonOf(unsigned status) {
     return "Status";
 }
 
+/// HTTP/1.0 closes unless it is asked not to, HTTP/1.1 the other way round. "close" wins over anything else.
 bool WantsConnectionKept(unsigned minorVersion, const Headers& headers) {
     if (headers.HasToken("Connection", "close")) return false;
     return minorVersion >= 1 || headers.HasToken("Connection", "keep-alive");
 }
 
 bool MakeTarget(std::string_view path, std::string& target) {
+    // Made apart, so that the target stays as it was when the path is refused.
     std::string made;
     if (path.empty() || path.front() != '/') made = "/";
     for (const char c : path.substr(0, path.find('#'))) {

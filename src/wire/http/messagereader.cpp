@@ -46,6 +46,7 @@ unsigned StatusOf(MessageFault fault) {
     return 400;
 }
 
+/// Lines are collected until their end has come; the bytes of a body go straight on.
 size_t MessageReader::Feed(std::string_view bytes) {
     size_t taken = 0;
     while (taken < bytes.size() && !IsComplete() && !IsFaulty()) {
@@ -73,6 +74,7 @@ size_t MessageReader::FeedLine(std::string_view bytes) {
     const size_t lineFeed = bytes.find('\n');
     const size_t count = lineFeed == std::string_view::npos ? bytes.size() : lineFeed + 1;
     headBytes_ += count;
+    // Checked before anything is stored, so that an endless line costs no memory.
     if (headBytes_ > limits_.headBytes) {
         Fail(MessageFault::HeadTooLong);
         return count;
@@ -92,6 +94,7 @@ void MessageReader::Append(std::string_view bytes) {
 }
 
 size_t MessageReader::FeedBody(std::string_view bytes) {
+    // Nothing announced this body's length: the limit is all that bounds it.
     if (state_ == State::EndBody) {
         if (bytes.size() > BodyAllowance()) Fail(MessageFault::BodyTooLong);
         if (!IsFaulty()) Append(bytes);
@@ -128,6 +131,7 @@ void MessageReader::TakeFirstLine(std::string_view line) {
 
 void MessageReader::TakeHeaderLine(std::string_view line) {
     if (line.empty()) return EndHead(std::exchange(headers_, {}));
+    // Obsolete, but devices still fold long headers: the line goes on with the header before it.
     if (line.front() == ' ' || line.front() == '\t') {
         if (headers_.IsEmpty()) return Fail(MessageFault::BadHeader);
         return headers_.Continue(Ascii::Trim(line));
@@ -136,6 +140,7 @@ void MessageReader::TakeHeaderLine(std::string_view line) {
     if (colon == std::string_view::npos) return Fail(MessageFault::BadHeader);
     const std::string_view name = Ascii::Trim(line.substr(0, colon));
     const std::string_view value = Ascii::Trim(line.substr(colon + 1));
+    // A carriage return inside a line is where two readers could see two lines.
     if (!IsToken(name) || value.find_first_of(std::string_view("\0\r", 2)) != std::string_view::npos)
         return Fail(MessageFault::BadHeader);
     headers_.Add(name, value);
@@ -143,6 +148,7 @@ void MessageReader::TakeHeaderLine(std::string_view line) {
 
 bool MessageReader::BeginAnnouncedBody(const Headers& headers) {
     const auto codings = headers.FindAll("Transfer-Encoding");
+    // Compressed or repeated codings are not understood, and guessing where such a body ends is not safe.
     if (codings.size() > 1 || (!codings.empty() && !Ascii::EqualsIgnoringCase(codings.front(), "chunked"))) {
         Fail(MessageFault::UnknownTransferCoding);
     } else if (!codings.empty()) {
@@ -158,6 +164,7 @@ bool MessageReader::BeginAnnouncedBody(const Headers& headers) {
     return true;
 }
 
+/// Refused before the body is received: its sender has said that it is too long.
 void MessageReader::BeginLengthBody(uint64_t length) {
     if (length > limits_.bodyBytes) return Fail(MessageFault::BodyTooLong);
     selfDelimiting_ = true;
@@ -184,6 +191,7 @@ void MessageReader::TakeChunkEnd(std::string_view line) {
 // The frames of many small chunks must not count as a long head; long chunk extensions do.
 void MessageReader::ForgiveFrame() { headBytes_ -= std::min(line_.size() + 1, maximumFreeFrame); }
 
+/// Trailers are passed over: nothing here needs one, and they count against the limit of the head.
 void MessageReader::TakeTrailerLine(std::string_view line) {
     if (line.empty()) state_ = State::Complete;
 }

@@ -32,6 +32,7 @@ void ResponseReader::EndHead(Headers headers) {
         continued_ = continued_ || head_.status == 100;
         return BeginAnotherHead();
     }
+    // Their "Content-Length" tells what another request would get, and no body follows.
     if (HasNoBody()) return BeginLengthBody(0);
     // Chunks win over a length, but such a connection is not used again.
     ambiguous_ = head_.headers.Find("Transfer-Encoding") && head_.headers.Find("Content-Length");

@@ -38,6 +38,7 @@ std::optional<std::uint32_t> TakeSubIdentifier(std::string_view& content) {
     return std::nullopt;
 }
 
+/// The first sub-identifier holds two arcs: 40 times the first, which is at most 2, plus the second.
 void AppendRoot(Oid& oid, std::uint32_t first) {
     const std::uint32_t root = first < 80 ? first / 40 : 2;
     oid.push_back(root);
@@ -51,6 +52,7 @@ void AppendSubIdentifier(std::string& content, std::uint32_t arc) {
     content.push_back(static_cast<char>(arc & 0x7Fu));
 }
 
+/// The short form below 128, else the number of octets and then the octets.
 std::string EncodeLength(size_t length) {
     if (length < 0x80) return std::string(1, static_cast<char>(length));
     std::string octets;
@@ -106,6 +108,7 @@ std::optional<size_t> Reader::TakeLength() {
     // 0x80 is the indefinite length, which SNMP rules out.
     if (octets == 0) return std::nullopt;
     size_t length = 0;
+    // Any number of leading zeros is read; a length beyond 32 bits points outside of every datagram.
     for (unsigned i = 0; i < octets; ++i) {
         const std::optional<std::uint8_t> octet = TakeOctet();
         if (!octet || length > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
@@ -115,6 +118,7 @@ std::optional<size_t> Reader::TakeLength() {
 }
 
 std::optional<Element> Reader::Next() {
+    // Read from a copy, so that an element that is not whole leaves the place as it is.
     Reader ahead = *this;
     const std::optional<std::uint8_t> tag = ahead.TakeOctet();
     // Tag numbers of several octets do not occur in SNMP.
@@ -144,6 +148,7 @@ std::optional<std::int32_t> Reader::NextInteger() {
 
 std::optional<std::int64_t> DecodeInteger(std::string_view content) {
     if (content.empty()) return std::nullopt;
+    // Octets that only repeat the sign do not count; what is left must fit, sign included.
     const bool negative = OctetAt(content, 0) >= 0x80;
     const char fill = negative ? '\xFF' : '\0';
     while (content.size() > 8 && content.front() == fill)
@@ -188,6 +193,7 @@ std::string Encode(Tag tag, std::string_view content) {
     return bytes;
 }
 
+/// Stops as soon as the octets written so far hold the number and its sign.
 std::string IntegerContent(std::int64_t number) {
     std::string content;
     bool more = true;
@@ -206,6 +212,7 @@ std::string UnsignedContent(std::uint64_t number) {
         content.insert(content.begin(), static_cast<char>(number & 0xFF));
         number >>= 8;
     } while (number != 0);
+    // Without it the number would be read as a negative one.
     if (OctetAt(content, 0) >= 0x80) content.insert(content.begin(), '\0');
     return content;
 }

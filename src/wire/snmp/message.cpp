@@ -14,12 +14,14 @@ std::string EncodePdu(const Message& message) {
     return Ber::Encode(static_cast<Ber::Tag>(message.type), fields);
 }
 
+/// Version 3 has other fields after this one, so that nothing of it can be read.
 std::optional<Version> DecodeVersion(std::optional<std::int32_t> number) {
     if (number == static_cast<std::int32_t>(Version::V1)) return Version::V1;
     if (number == static_cast<std::int32_t>(Version::V2c)) return Version::V2c;
     return std::nullopt;
 }
 
+/// Traps and reports are none of these: neither a manager's requests nor their answers.
 std::optional<PduType> DecodeType(Ber::Tag tag) {
     for (const PduType type :
          {PduType::Get, PduType::GetNext, PduType::Response, PduType::Set, PduType::GetBulk}) {
@@ -28,6 +30,7 @@ std::optional<PduType> DecodeType(Ber::Tag tag) {
     return std::nullopt;
 }
 
+/// The value is kept as it stands: whether its content fits its type is for whoever needs it to say.
 std::optional<VarBind> DecodeVariable(std::string_view content) {
     Ber::Reader reader(content);
     const std::optional<std::string_view> name = reader.Next(Ber::ObjectIdentifier);
@@ -79,6 +82,7 @@ std::string Encode(const Message& message) {
 }
 
 std::optional<Message> DecodeMessage(std::string_view datagram) {
+    // What follows the sequence is padding; inside it nothing may be left over.
     const std::optional<std::string_view> content = Ber::Reader(datagram).Next(Ber::Sequence);
     if (!content) return std::nullopt;
     Ber::Reader reader(*content);
@@ -90,6 +94,7 @@ std::optional<Message> DecodeMessage(std::string_view datagram) {
     message.version = *version;
     message.community = std::string(*community);
     if (!DecodePdu(*pdu, message)) return std::nullopt;
+    // Version 1 does not define it.
     if (message.type == PduType::GetBulk && message.version == Version::V1) return std::nullopt;
     return message;
 }
