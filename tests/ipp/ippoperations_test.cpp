@@ -404,12 +404,6 @@ TEST_F(IPPOperationsTest, FailsOnAnErrorStatusWhereToldTo) {
     EXPECT_EQ(Text("a"), "1");
 }
 
-TEST_F(IPPOperationsTest, ParsesAnHttpResponse) {
-    EXPECT_EQ(Send(Operation::GetPrinterAttributes), S_OK);
-    EXPECT_EQ(operations.ParseIPPResponse(response.Get(), nullptr), S_OK);
-    EXPECT_EQ(Text("a"), "1");
-}
-
 TEST_F(IPPOperationsTest, FillsTheResponseRecord) {
     const DisposablePtr<IPPResponseAttributes> outcome(IPPResponseAttributes::Create());
     EXPECT_EQ(operations.FormResponseStructure(Operation::PrintJob, outcome.Get()), E_FAIL)

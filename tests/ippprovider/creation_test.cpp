@@ -142,19 +142,6 @@ TEST_F(CreationTest, TellsTheStatusOfARefusal) {
     }
 }
 
-TEST_F(CreationTest, FailsWithTheTransportAtEveryCall) {
-    const int callsNeeded = [&]() -> int {
-        EXPECT_TRUE(Printer().Provider());
-        return Printer().device->calls;
-    }();
-    for (int call = 1; call <= callsNeeded; ++call) {
-        Renew();
-        Printer().device->failingCall = call;
-        EXPECT_FALSE(Printer().Provider()) << "call " << call;
-    }
-    EXPECT_GE(callsNeeded, 4);
-}
-
 TEST_F(CreationTest, NeedsAnAnswerThatCanBeRead) {
     const std::string old = Bytes::Byte(1) + Bytes::Byte(1) + Bytes::Body("").substr(2);
     const std::string bodies[] = {{}, "x", old, Bytes::Body(Text("a", "b")).substr(0, 12)};

@@ -55,6 +55,30 @@ protected:
         return text;
     }
 
+    /// GetIPPValue() and its arguments.
+    struct Query {
+        const char* names;
+        int job = 0;
+        const char* jobUri = nullptr;
+        const wchar_t* resource = nullptr;
+        unsigned flags = 0;
+        int useCache = 0;
+        const char* key = " ";
+    };
+    std::wstring Ask(const Query& q) {
+        return TextOf([&](VARIANT* value) {
+            return Provider().GetIPPValue(q.names, q.job, value, q.jobUri, q.resource, q.flags, q.useCache,
+                                          q.key);
+        });
+    }
+    /// What the requests since the last call asked for.
+    std::vector<std::string> TakeWanted() {
+        std::vector<std::string> wanted;
+        for (const auto& exchange : std::exchange(Printer().device->exchanges, {}))
+            wanted.push_back(IppRequest(exchange).Wanted());
+        return wanted;
+    }
+
 private:
     DisposablePtr<IPPProvider> provider_;
 };
@@ -81,13 +105,8 @@ TEST_F(ValuesTest, AnswersFromCreationElseAsks) {
         {"", L"(failed)", {}},
     };
     for (const auto& [name, value, asked] : cases) {
-        SCOPED_TRACE(name);
-        Printer().device->exchanges.clear();
-        EXPECT_EQ(Get(name), value);
-        std::vector<std::string> requested;
-        for (const auto& exchange : Printer().device->exchanges)
-            requested.push_back(IppRequest(exchange).Wanted());
-        EXPECT_EQ(requested, asked);
+        EXPECT_EQ(Get(name), value) << name;
+        EXPECT_EQ(TakeWanted(), asked) << name;
     }
 }
 
@@ -101,101 +120,77 @@ TEST_F(ValuesTest, MissingArgumentsAreRefused) {
 }
 
 TEST_F(ValuesTest, AsksWithTheCallersParameters) {
+    constexpr const char* own = "ipp://localhost:80/ipp/print";
     const struct {
-        const char* requested;
-        int jobQuery;
-        const char* jobUri;
-        const wchar_t* resource;
-        const char* key;
+        Query query;
         const wchar_t* value;
-        int operation;
-        const char* printerUri;
-        const char* sentJobUri;
-        const wchar_t* path;
+        int operation = 11;
+        const char* printerUri = own;
+        const char* jobUri = "";
+        const wchar_t* path = L"/ipp/print";
     } cases[] = {
-        {"rare", 0, nullptr, nullptr, " ", L"found", 11, "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
-        {"rare", 0, "", L"", nullptr, L"found", 11, "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
-        {"rare", 0, "ipp://q/2", L"/q", " ", L"found", 11, "ipp://q/2", "", L"/q"},
-        {"rare,printer-name", 0, nullptr, nullptr, "printer-name", L"attic", 11,
-         "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
-        {"all", 0, nullptr, nullptr, "media-ready", L"a4,a5", 11, "ipp://localhost:80/ipp/print", "",
-         L"/ipp/print"},
-        {"rare,missing,printer-name", 0, nullptr, nullptr, " ", L"found,attic", 11,
-         "ipp://localhost:80/ipp/print", "", L"/ipp/print"},
-        {"job-state", 1, "ipp://q/jobs/7", nullptr, " ", L"5", 9, "", "ipp://q/jobs/7", L"/ipp/print"},
+        {{"rare"}, L"found"},
+        {{"rare", 0, "", L"", 0, 0, nullptr}, L"found"},
+        {{"rare", 0, "ipp://q/2", L"/q"}, L"found", 11, "ipp://q/2", "", L"/q"},
+        {{"rare,printer-name", 0, nullptr, nullptr, 0, 0, "printer-name"}, L"attic"},
+        {{"all", 0, nullptr, nullptr, 0, 0, "media-ready"}, L"a4,a5"},
+        {{"rare,missing,printer-name"}, L"found,attic"},
+        {{"job-state", 1, "ipp://q/jobs/7"}, L"5", 9, "", "ipp://q/jobs/7"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
-        EXPECT_EQ(TextOf([&](VARIANT* value) {
-                      return Provider().GetIPPValue(c.requested, c.jobQuery, value, c.jobUri, c.resource, 0,
-                                                    0, c.key);
-                  }),
-                  c.value);
+        EXPECT_EQ(Ask(c.query), c.value);
         const IppRequest request = Printer().LastRequest();
         EXPECT_EQ(request.operation, c.operation);
-        EXPECT_EQ(request["job-uri"], c.sentJobUri);
+        EXPECT_EQ(request["job-uri"], c.jobUri);
         EXPECT_EQ(request["printer-uri"], c.printerUri);
         EXPECT_EQ(Printer().device->exchanges.back().uri, c.path);
     }
 }
 
 TEST_F(ValuesTest, ReadsSeveralAttributesOfAJobFromAPrinterThatTakesTheListForOneName) {
-    Printer().takesListsApart = false;
     const struct {
+        bool takesListsApart;
         const char* requested;
         const char* key;
         const wchar_t* value;
         std::vector<std::string> asked;
     } cases[] = {
-        {"job-state,job-name", " ", L"5,letter", {"job-state,job-name", "all"}},
-        {"job-state,job-name", "job-name", L"letter", {"job-state,job-name", "all"}},
-        {"missing,job-name", " ", L"letter", {"missing,job-name", "all"}},
-        {"job-name", " ", L"letter", {"job-name"}},
+        {false, "job-state,job-name", " ", L"5,letter", {"job-state,job-name", "all"}},
+        {false, "job-state,job-name", "job-name", L"letter", {"job-state,job-name", "all"}},
+        {false, "missing,job-name", " ", L"letter", {"missing,job-name", "all"}},
+        {false, "job-name", " ", L"letter", {"job-name"}},
+        {true, "job-state,job-name", " ", L"5,letter", {"job-state,job-name"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
-        Printer().device->exchanges.clear();
-        EXPECT_EQ(TextOf([&](VARIANT* value) {
-                      return Provider().GetIPPValue(c.requested, 1, value, "ipp://q/jobs/7", nullptr, 0, 0,
-                                                    c.key);
-                  }),
-                  c.value);
-        std::vector<std::string> asked;
-        for (const auto& exchange : Printer().device->exchanges)
-            asked.push_back(IppRequest(exchange)["requested-attributes"]);
-        EXPECT_EQ(asked, c.asked);
+        Printer().takesListsApart = c.takesListsApart;
+        EXPECT_EQ(Ask({c.requested, 1, "ipp://q/jobs/7", nullptr, 0, 0, c.key}), c.value);
+        EXPECT_EQ(TakeWanted(), c.asked);
     }
-    // One that does is asked once.
-    Printer().takesListsApart = true;
-    Printer().device->exchanges.clear();
-    KyUtils::Variant value;
-    EXPECT_EQ(Provider().GetIPPValue("job-state,job-name", 1, value.Receive(), "ipp://q/jobs/7", nullptr, 0,
-                                     0, " "),
-              S_OK);
-    EXPECT_EQ(Printer().Exchanges(), 1u);
 }
 
 TEST_F(ValuesTest, TheCacheIsReadAndExtendedOnlyWhenAsked) {
-    const auto ask = [&](const char* names, int useCache, const char* key) {
-        return TextOf([&](VARIANT* value) {
-            return Provider().GetIPPValue(names, 0, value, nullptr, nullptr, 0, useCache, key);
-        });
-    };
-    EXPECT_EQ(ask("printer-name", 1, "printer-name"), L"attic");
-    EXPECT_EQ(Printer().Exchanges(), 0u);
-    EXPECT_EQ(ask("printer-name", 0, "printer-name"), L"attic");
-    EXPECT_EQ(Printer().Exchanges(), 1u);
-    EXPECT_EQ(ask("rare", 0, "rare"), L"found");
-    EXPECT_EQ(ask("rare", 1, "rare"), L"found") << "not kept by the query without the cache";
-    EXPECT_EQ(Printer().Exchanges(), 3u);
-    EXPECT_EQ(ask("rare", 1, "rare"), L"found");
+    const struct {
+        const char* name;
+        int useCache;
+        size_t exchanges;
+    } cases[] = {{"printer-name", 1, 0},
+                 {"printer-name", 0, 1},
+                 {"rare", 0, 1},
+                 {"rare", 1, 1},  // not kept by the query without the cache
+                 {"rare", 1, 0}};
+    for (const auto& [name, useCache, exchanges] : cases) {
+        EXPECT_EQ(Ask({name, 0, nullptr, nullptr, 0, useCache, name}), name[0] == 'r' ? L"found" : L"attic");
+        EXPECT_EQ(TakeWanted().size(), exchanges) << name;
+    }
     EXPECT_EQ(Get("rare"), L"found");
-    EXPECT_EQ(Printer().Exchanges(), 3u);
+    EXPECT_EQ(Printer().Exchanges(), 0u);
 }
 
 TEST_F(ValuesTest, AFailedQueryLeavesTheOutputAlone) {
     const std::string old = Bytes::Byte(1) + Bytes::Byte(1) + Bytes::Body(Text("rare", "x")).substr(2);
-    const HttpAnswer answers[] = {{400, "no"}, {401, "no"},      {404, "no"}, {405, "no"},       {426, "no"},
+    const HttpAnswer answers[] = {{400, "no"}, {401, "no"},      {404, "no"}, {426, "no"},
                                   {200, old},  {200, "garbage"}, {200, {}},   {200, {}, E_ABORT}};
     for (const HttpAnswer& answer : answers) {
         SCOPED_TRACE(&answer - answers);
@@ -203,12 +198,8 @@ TEST_F(ValuesTest, AFailedQueryLeavesTheOutputAlone) {
         SetLastError(0);
         EXPECT_EQ(Get("rare"), L"(failed)");
         EXPECT_TRUE(answer.status == 200 || GetLastError() == answer.status) << GetLastError();
-        for (const int job : {0, 1}) {
-            EXPECT_EQ(TextOf([&](VARIANT* value) {
-                          return Provider().GetIPPValue("rare", job, value, "ipp://q/1", nullptr, 0, 1, " ");
-                      }),
-                      L"(failed)");
-        }
+        for (const int job : {0, 1})
+            EXPECT_EQ(Ask({"rare", job, "ipp://q/1", nullptr, 0, 1}), L"(failed)");
     }
     EXPECT_EQ(Get("printer-name"), L"attic") << "what is known stays known";
 }
@@ -242,6 +233,18 @@ TEST_F(AuthorizationTest, KeepsTheAnswerOfASecurePrinter) {
     EXPECT_STREQ(request->GetAuthorization(), L"Bearer 77");
     EXPECT_EQ(Printer().LastRequest().operation, 2) << "it goes out as a print job";
     EXPECT_TRUE(Printer().address->IsSecure());
+}
+
+TEST_F(AuthorizationTest, EachQueryMayHaveFlagsOfItsOwn) {
+    const DisposablePtr<IPPProvider> provider = SecureProvider();
+    ASSERT_TRUE(provider);
+    for (const auto& [given, sent] :
+         {std::pair{0u, "SetRequestParameter 8401152"}, {4096u, "SetRequestParameter 4096"}}) {
+        Printer().device->log.clear();
+        KyUtils::Variant value;
+        provider->GetIPPValue("rare", 0, value.Receive(), nullptr, nullptr, given, 0, " ");
+        EXPECT_THAT(Printer().device->log, testing::Contains(sent));
+    }
 }
 
 TEST_F(AuthorizationTest, TellsWhyItFailed) {

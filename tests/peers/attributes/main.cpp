@@ -1,6 +1,6 @@
-// peer_attributes HOST PORT: asks the printer at that loopback address and port, through the DLL and the
-// reference transport, for each attribute named on a line of the standard input, and prints "NAME<tab>TEXT"
-// for each that it has. The library looks for IPP on port 631 before anything else, so the program listens
+// peer_attributes URI PORT: asks the printer of this name at a port of this machine, through the DLL and the reference
+// transport, for each attribute named on a line of the standard input, and prints "NAME<tab>TEXT" for each that it
+// has. The library looks for IPP on port 631 before anything else, so the program listens
 // there itself; where it may not, it exits with 77.
 #include <cstdio>
 #include <iostream>
@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int skipped = 77;
+constexpr unsigned acceptAnyCertificate = 0x803100;
 
 std::string ToUtf8(const wchar_t* text) {
     const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
@@ -36,13 +37,16 @@ void PrintAttribute(Corvix::IPPProvider& provider, const std::string& name) {
 
 int wmain(int argc, wchar_t** argv) {
     if (argc != 3) return 2;
-    const CorvixTest::IppPort port(argv[1]);
+    const CorvixTest::IppPort port(L"127.0.0.1");
     if (!port) return skipped;
+    const bool secure = std::wstring(argv[1]).rfind(L"ipps:", 0) == 0;
     CorvixTransport::NetAddressOptions options;
-    options.host = argv[1];
+    options.host = L"127.0.0.1";
     options.portMap.MapTcp(CorvixTest::IppPort::number, static_cast<unsigned short>(std::stoi(argv[2])));
     const Corvix::DisposablePtr<Corvix::KyNetAddress> address(CorvixTransport::CreateNetAddress(options));
-    const Corvix::DisposablePtr<Corvix::IPPProvider> provider(CreateIPPProvider(address.Get(), "/ipp/print"));
+    const Corvix::DisposablePtr<Corvix::IPPProvider> provider(
+        secure ? CreateSecureIPPPrintProvider(address.Get(), argv[1], acceptAnyCertificate)
+               : CreateIPPPrintProvider(address.Get(), argv[1]));
     if (!provider) {
         std::fprintf(stderr, "no provider: last error %lu\n", GetLastError());
         return 1;
