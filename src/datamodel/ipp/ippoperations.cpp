@@ -110,7 +110,8 @@ HRESULT IPPOperations::SendIPPRequest(KyHTTPRequestEx* request, IPPRequestBase* 
     return SUCCEEDED(sent) ? S_OK : KyUtils::FailWith(request->GetLastErrorCode());
 }
 
-HRESULT IPPOperations::BeginStream(int operation, IPPRequestBase* record, bool secure, bool chunked) {
+HRESULT IPPOperations::OpenStream(int operation, IPPRequestBase* record, bool secure, bool chunked) {
+    if (stream_.IsOpen()) return S_OK;
     exchange_.Target().secure = secure;
     return stream_.Begin(exchange_.Target(), values_.For(operation, record), chunked);
 }
@@ -125,18 +126,16 @@ HRESULT IPPOperations::SendPrintJobRequest(IPPRequestBase* record, bool secure, 
                                            unsigned long length, bool last, bool chunked) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::SendPrintJobRequest");
     if (!piece && length > 0) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    if (!stream_.IsOpen() && FAILED(BeginStream(Ipp::Operation::PrintJob, record, secure, chunked)))
-        return E_FAIL;
-    return WriteToStream(piece, length, last);
+    const HRESULT open = OpenStream(Ipp::Operation::PrintJob, record, secure, chunked);
+    return FAILED(open) ? open : WriteToStream(piece, length, last);
 }
 
 HRESULT IPPOperations::SendDocumentRequest(IPPRequestBase* record, bool secure, const unsigned char* piece,
                                            unsigned long length, bool last, bool chunked) {
     const KyUtils::LogScope scope(logSource, "Corvix::IPPOperations::SendDocumentRequest");
     if (!piece && length > 0) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
-    if (!stream_.IsOpen() && FAILED(BeginStream(Ipp::Operation::SendDocument, record, secure, chunked)))
-        return E_FAIL;
-    return WriteToStream(piece, length, last);
+    const HRESULT open = OpenStream(Ipp::Operation::SendDocument, record, secure, chunked);
+    return FAILED(open) ? open : WriteToStream(piece, length, last);
 }
 
 std::string GetJobState(std::string_view number) {

@@ -91,7 +91,7 @@ public:
     const std::shared_ptr<const Ipp::Message>& LastResponse() const { return answer_.Message(); }
 
 private:
-    HRESULT BeginStream(int operation, IPPRequestBase* record, bool secure, bool chunked);
+    HRESULT OpenStream(int operation, IPPRequestBase* record, bool secure, bool chunked);
     HRESULT WriteToStream(const unsigned char* piece, unsigned long length, bool last);
     std::string_view TargetName() const;
 

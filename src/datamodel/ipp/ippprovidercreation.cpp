@@ -56,17 +56,13 @@ IppTarget NamedTarget(Address& address, const IPPProviderImpl::Settings& setting
 
 /// A Get-Printer-Attributes exchange; what it brought stays in the operations.
 bool ReadPrinter(IPPOperations& operations, bool secure) {
-    DisposablePtr<HTTPResponse> response;
-    if (FAILED(operations.SendIPPRequest(Ipp::Operation::GetPrinterAttributes, response.Receive(), nullptr,
-                                         secure)))
-        return false;
-    KyUtils::Variant value;
-    if (FAILED(operations.ParseIPPResponse(response.Get(), value.Receive()))) {
+    const HRESULT read = operations.Ask(Ipp::Operation::GetPrinterAttributes, nullptr, secure, nullptr);
+    if (SUCCEEDED(read)) {
+        logSource.Debug(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) cretae");
+    } else if (operations.LastResponse()) {
         logSource.Error(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) cretae failed");
-        return false;
     }
-    logSource.Debug(L"ptrIPPOperations->ParseIPPResponse(httpResponse,&value) cretae");
-    return true;
+    return SUCCEEDED(read);
 }
 
 /// The URI that the printer wants to be called by, or the one that it answered to.

@@ -1,6 +1,4 @@
 // Documents that the caller hands over piece by piece: one streamed Print-Job, or Send-Document into a job.
-#include <utility>
-
 #include "datamodel/ipp/ippproviderimpl.h"
 #include "datamodel/ipp/printing/jobrecords.h"
 #include "utilslib/boundary.h"
@@ -93,19 +91,16 @@ HRESULT IPPProviderImpl::AnsweredEarly(IPPResponseBase* response) {
 }
 
 HRESULT IPPProviderImpl::JobAfterFailedStart(IPPRequestBase* request) {
-    struct {
-        const char* whichJobs;
-        const wchar_t* complaint;
-    } const questions[] = {{notCompletedJobs, L"GetJobs fails - not completed job"},
-                           {notCompletedJobs, L"GetJobs fails again - not completed job"},
-                           {completedJobs, L"GetJobs fails again - completed job"}};
+    constexpr const wchar_t* complaints[] = {L"GetJobs fails - not completed job",
+                                             L"GetJobs fails again - not completed job",
+                                             L"GetJobs fails again - completed job"};
     if (!NamesJob(*request)) return S_OK;
-    bool first = true;
-    for (const auto& question : questions) {
-        const HRESULT answer = GetJobs(request, question.whichJobs);
+    for (int question = 0; question < 3; ++question) {
+        const HRESULT answer = GetJobs(request, question < 2 ? notCompletedJobs : completedJobs);
         if (answer != jobRuns) return answer;
-        logSource.Error(L"%ls", question.complaint);
-        if (std::exchange(first, false)) WaitForSingleObject(stopWaiting_.Get(), intervals_.printerReady);
+        logSource.Error(L"%ls", complaints[question]);
+        // The printer may not have noticed yet that the job came to nothing.
+        if (question == 0) WaitForSingleObject(stopWaiting_.Get(), intervals_.printerReady);
     }
     SetLastError(jobFateUnknownError);
     return jobRuns;
