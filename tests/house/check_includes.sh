@@ -26,9 +26,9 @@ for room in caches snmp; do
 done
 allow src/datamodel/xml 'datamodel/(xml|collection|maps|dom|transport)/|utilslib/|corvixdm/'
 allow src/datamodel/ipp/target 'datamodel/ipp/target/|utilslib/|corvixdm/'
-allow src/datamodel/ipp/exchange 'datamodel/ipp/(exchange|target)/|wire/ipp/|utilslib/|corvixdm/'
+allow src/datamodel/ipp/exchange 'datamodel/(ipp/exchange|ipp/target|transport)/|wire/ipp/|utilslib/|corvixdm/'
 for folder in printing following; do
-    allow src/datamodel/ipp/$folder "datamodel/ipp/($folder|exchange|target)/|wire/(ipp|http)/|utilslib/|corvixdm/"
+    allow src/datamodel/ipp/$folder "datamodel/(ipp/$folder|ipp/exchange|ipp/target|transport)/|wire/(ipp|http)/|utilslib/|corvixdm/"
 done
 allow src/datamodel/ipp 'datamodel/(ipp|collection|maps|transport)/|wire/(ipp|http)/|resolver/|utilslib/|corvixdm/'
 allow src/datamodel/deviceinfo 'datamodel/(deviceinfo|ipp/target|transport)/|resolver/|utilslib/|corvixdm/'

@@ -6,7 +6,6 @@
 #include "ippjobs/jobs.h"
 #include "support/fakeprinter.h"
 #include "support/jobeventturn.h"
-#include "support/processresources.h"
 #include "wire/ipp/tags.h"
 
 namespace {
@@ -198,25 +197,6 @@ TEST_F(JobFollowerTest, AStopBetweenResetAndStartHolds) {
     Follow();
     follower_->StopAllThreadsRunning();
     EXPECT_EQ(polls_, 0);
-}
-
-TEST_F(JobFollowerTest, LeavesNothingBehindHoweverOftenItStarts) {
-    constexpr int followers = 10;
-    constexpr int cycles = 50;
-    const size_t threads = ThreadsOfProcess();
-    const size_t handles = HandlesOfProcess();
-    for (int i = 0; i < followers; ++i) {
-        Make(rapid);
-        for (int cycle = 0; cycle < cycles; ++cycle) {
-            FollowBoth();
-            if (cycle % 2 == 0) follower_->StopAllThreadsRunning();
-        }
-        EXPECT_TRUE(JobEventExists());
-        follower_.reset();
-    }
-    EXPECT_EQ(ThreadsOfProcess(), threads);
-    EXPECT_LE(HandlesOfProcess(), handles + handlesOfLivingLocks);
-    EXPECT_FALSE(JobEventExists());
 }
 
 }  // namespace

@@ -164,14 +164,6 @@ TEST_F(CreationTest, TakesAnAnswerOfEightMegabytes) {
     EXPECT_EQ(value.Text(), L"here");
 }
 
-TEST_F(CreationTest, ProbesOnlyLiterals) {
-    Printer().device->host = L"printer.example";
-    EXPECT_EQ(ErrorOfResource("/ipp/print"), Code(IPPError::NotReachable));
-    EXPECT_EQ(ErrorOfUri(L"ipp://printer.example/ipp/print"), Code(IPPError::NotReachable));
-    EXPECT_EQ(ErrorOfUri(L"ipps://printer.example/ipp/print"), Code(IPPError::NotReachable));
-    EXPECT_EQ(Printer().Exchanges(), 0u);
-}
-
 TEST_F(CreationTest, AsksAsItsFactorySays) {
     Address* address = Printer().address.Get();
     const struct {

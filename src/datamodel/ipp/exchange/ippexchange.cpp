@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "datamodel/transport/fetch.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "utilslib/stringutils.h"
@@ -49,7 +50,7 @@ HRESULT IppExchange::Begin(IPPRequestBase* record) {
     const unsigned long port = target_.PortAt(*address_);
     address_->SetSecure(target_.secure);
     DisposablePtr<HTTPRequest> request;
-    if (address_->CreateHTTPRequest(request.Receive(), port) != S_OK || !request) {
+    if (FAILED(CreateRequest(*address_, port, request))) {
         logSource.Error(L"failed to createhttpRequest");
         return E_FAIL;
     }

@@ -16,7 +16,6 @@
 
 namespace Corvix {
 
-constexpr unsigned long httpOk = 200;
 /// The last error of an answer that cannot be read.
 constexpr DWORD unreadableAnswerError = 1280;
 

@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "datamodel/transport/fetch.h"
 #include "utilslib/lasterror.h"
 #include "utilslib/logging.h"
 #include "wire/http/chunks.h"
