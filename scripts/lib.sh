@@ -10,13 +10,20 @@ as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
+# configure PRESET [OPTION...]: makes the build tree of a preset, or changes options of one.
+configure() {
+    local preset=$1
+    shift
+    cmake --preset "$preset" "$@" >"build-$preset.log" 2>&1 ||
+        { cat "build-$preset.log" >&2; die "cannot configure $preset"; }
+    rm -f "build-$preset.log"
+}
+
 # build PRESET [TARGET...]: configures once, then builds.
 build() {
     local preset=$1
     shift
-    [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" >"build-$preset.log" 2>&1 ||
-        { cat "build-$preset.log" >&2; die "cannot configure $preset"; }
-    rm -f "build-$preset.log"
+    [ -f "build/$preset/build.ninja" ] || configure "$preset"
     # Where editors look for how a file is compiled.
     [ "$preset" != windows-debug ] || ln -sf build/windows-debug/compile_commands.json compile_commands.json
     cmake --build "build/$preset" ${@:+--target "$@"} >&2

@@ -77,10 +77,11 @@ ipp() {
 }
 send() {
     ipptool -tv -f "${document-text}" "ipp://$address:$port_631/ipp/print" "$1" 2>&1 | grep -A1000 -E 'status-code|RECEIVED.*HTTP|ipptool:' |
-        grep -vE 'attributes-(charset|natural-language) \(|RECEIVED: ' | sed 's/^ *//; s/status-code = \([^ ]*\) .*/\1/'
+        grep -vE '(attributes-charset|attributes-natural-language|status-message) \(|RECEIVED: ' |
+        sed 's/^ *//; s/status-code = \([^ ]*\) (\1)/\1/; s/status-code = //'
 }
 
-job() { ipp Get-Job-Attributes "ATTR integer job-id $1" | grep -E "${2-^job-state}"; }
+job() { ipp Get-Job-Attributes "ATTR integer job-id $1" | grep -E "${2-^job-state(-reasons)? }"; }
 
 # field TAG NAME VALUE: an attribute as it travels; raw_ipp: posts what it reads, and shows version and status.
 sized() { printf "\\x00\\x$(printf %02x ${#1})%s" "$1"; }
