@@ -207,7 +207,7 @@ TEST(RequestBuilder, RefusesWhatDoesNotFit) {
 TEST(EncodedAttributes, TellTheirNames) {
     const std::string attributes = Byte(2) + Keyword("media", "copies") + Keyword("", "a4") +
                                    Begin("media-col") + MemberInteger("copies", 1) + End() +
-                                   Integer("sides", 1);
+                                   Value(0x10, "sides", "");
     EXPECT_THAT(NamesOfAttributes(attributes), testing::ElementsAre("media", "media-col", "sides"));
     for (std::size_t size = 0; size < attributes.size(); ++size)
         EXPECT_LT(NamesOfAttributes(std::string_view(attributes).substr(0, size)).size(), 3u) << size;
