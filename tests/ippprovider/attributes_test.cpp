@@ -67,10 +67,9 @@ TEST_F(AnswerTest, ListsEachNameOnceAndAnswersItsValues) {
         EXPECT_EQ(ValueOf(*answer, name), value) << name;
     IPPAnswerHeader header = {};
     ASSERT_EQ(answer->GetHeader(&header), S_OK);
-    EXPECT_EQ(header.majorVersion, 2);
-    EXPECT_EQ(header.minorVersion, 0);
-    EXPECT_EQ(header.status, 0x0406);
-    EXPECT_EQ(header.requestId, 100u);
+    EXPECT_THAT(
+        (std::vector<unsigned>{header.majorVersion, header.minorVersion, header.status, header.requestId}),
+        testing::ElementsAre(2, 0, 0x0406, 100));
     IPPFault fault = {7, nullptr};
     EXPECT_EQ(answer->GetFault(&fault), S_FALSE);
     EXPECT_EQ(fault.offset, 7u);

@@ -41,6 +41,29 @@ void DecodeText(IPPValue& decoded) {
     decoded.text = decoded.bytes;
 }
 
+/// Numbers and pairs of them; bytes of any other kind stand for themselves.
+void DecodeNumber(IPPValue& decoded) {
+    const char* bytes = decoded.bytes.data();
+    switch (decoded.kind) {
+        case IPPValueKind::Integer:
+        case IPPValueKind::Enum:
+            decoded.number = LoadSigned(bytes);
+            break;
+        case IPPValueKind::Boolean:
+            decoded.number = static_cast<unsigned char>(*bytes);
+            break;
+        case IPPValueKind::Range:
+            decoded.range = {LoadSigned(bytes), LoadSigned(bytes + 4)};
+            break;
+        case IPPValueKind::Resolution:
+            decoded.resolution = {LoadSigned(bytes), LoadSigned(bytes + 4),
+                                  static_cast<unsigned char>(bytes[8])};
+            break;
+        default:
+            break;
+    }
+}
+
 template <class Number>
 void AppendNumber(std::string& text, Number number) {
     char digits[16];
@@ -88,24 +111,9 @@ IPPValue Decode(const RawValue& value) {
     decoded.tag = value.tag;
     decoded.bytes = value.bytes;
     decoded.kind = RuleOf(value.tag).kind;
-    const char* bytes = value.bytes.data();
     switch (decoded.kind) {
         case IPPValueKind::OutOfBand:
             if (const char* name = TagName(value.tag)) decoded.text = name;
-            break;
-        case IPPValueKind::Integer:
-        case IPPValueKind::Enum:
-            decoded.number = LoadSigned(bytes);
-            break;
-        case IPPValueKind::Boolean:
-            decoded.number = static_cast<unsigned char>(*bytes);
-            break;
-        case IPPValueKind::Range:
-            decoded.range = {LoadSigned(bytes), LoadSigned(bytes + 4)};
-            break;
-        case IPPValueKind::Resolution:
-            decoded.resolution = {LoadSigned(bytes), LoadSigned(bytes + 4),
-                                  static_cast<unsigned char>(bytes[8])};
             break;
         case IPPValueKind::DateTime:
             decoded.date = ToDateTime(value.bytes);
@@ -117,7 +125,7 @@ IPPValue Decode(const RawValue& value) {
             decoded.members = value.end;
             break;
         default:
-            break;
+            DecodeNumber(decoded);
     }
     return decoded;
 }
