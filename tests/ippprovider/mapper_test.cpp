@@ -4,7 +4,6 @@
 #include "corvixdm/datamapspec.h"
 #include "support/dom.h"
 #include "support/fakeprinter.h"
-#include "support/testclock.h"
 #include "utilslib/com.h"
 
 namespace Corvix {
@@ -62,7 +61,6 @@ protected:
     }
 
     const KyUtils::ComApartment apartment;
-    CorvixTest::TestClock clock;
     DisposablePtr<DataCollectionImpl> mapper;
 };
 
@@ -118,15 +116,6 @@ TEST_F(IPPDataMapperTest, AsksAfreshWhereItemAndParametersSay) {
         EXPECT_EQ(Printer().LastRequest()["job-uri"], jobUri);
         EXPECT_EQ(Printer().device->exchanges.back().uri, path);
     }
-}
-
-TEST_F(IPPDataMapperTest, AStoredValueLivesAsLongAsItsItemSays) {
-    EXPECT_EQ(Get(L"rare"), L"found");
-    Printer().slowAttributes["rare"] = Text("rare", "changed");
-    clock.Advance(10 * CorvixTest::TestClock::lifespanUnit);
-    EXPECT_EQ(Get(L"rare"), L"found");
-    clock.Advance(1);
-    EXPECT_EQ(Get(L"rare"), L"changed");
 }
 
 TEST_F(IPPDataMapperTest, ChangesOfTransientItemsShowAtOnce) {
