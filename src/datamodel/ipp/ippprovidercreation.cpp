@@ -131,6 +131,7 @@ DisposablePtr<IPPProvider> IPPProviderImpl::Create2(Address* address, const wcha
 
 IppTarget IPPProviderImpl::OwnTarget() const {
     IppTarget target = target_;
+    // The printer may have advertised a URI in the clear to a caller who came over TLS.
     if (!target.secure) target.securityFlags = 0;
     return target;
 }

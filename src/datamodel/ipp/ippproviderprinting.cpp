@@ -110,6 +110,7 @@ HRESULT IPPProviderImpl::PrintJobWrite(IPPRequestBase* request, IPPResponseBase*
                                        const unsigned char* data, int length) {
     return KyUtils::Entry(logSource, "Corvix::IPPProviderImpl::PrintJobWrite", [&]() -> HRESULT {
         if (!IsWritable({request, response}, data, length)) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
+        // The job ended or must stop: the printer wants no more of it.
         if (follower_.GetPrintStatus()) {
             logSource.Error(L"PrintJobWrite Cancelled from Device end");
             logSource.Error(L"hr is set to S_DEVICECANCELED");

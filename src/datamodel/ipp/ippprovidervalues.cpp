@@ -64,6 +64,7 @@ HRESULT IPPProviderImpl::ReadAlternative(const std::string& name, VARIANT* value
     const HRESULT result = GetIPPValue(name.c_str(), 0, fresh.Receive(), nullptr, target_.resource.c_str(),
                                        target_.securityFlags, 0, " ");
     if (FAILED(result)) return result;
+    // An attribute without text does not answer the question; the next alternative may.
     if (!HasText(fresh)) return E_FAIL;
     *value = fresh.Release();
     return S_OK;
@@ -97,6 +98,7 @@ HRESULT IPPProviderImpl::GetIPPValue(const char* requestedAttributes, int jobQue
         const HRESULT result = jobQuery ? QueryJob(*operations, requestedAttributes, jobUri, answer.Receive())
                                         : QueryPrinter(*operations, jobUri, cached, answer.Receive());
         if (FAILED(result)) return result;
+        // A parse answers one attribute; of several, all that came are the value.
         if (answer->vt == VT_EMPTY)
             answer = JoinedValues(*operations, hasKey ? attributeKey : requestedAttributes);
         *value = answer.Release();

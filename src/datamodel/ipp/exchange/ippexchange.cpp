@@ -48,12 +48,14 @@ HRESULT IppExchange::Begin(IPPRequestBase* record) {
     if (!address_) return KyUtils::FailWith(ERROR_INVALID_PARAMETER);
     End();
     const unsigned long port = target_.PortAt(*address_);
+    // Requests are made with what the address says at that moment.
     address_->SetSecure(target_.secure);
     DisposablePtr<HTTPRequest> request;
     if (FAILED(CreateRequest(*address_, port, request))) {
         logSource.Error(L"failed to createhttpRequest");
         return E_FAIL;
     }
+    // If Cancel() already ran, do not start: this request would never be cancelled.
     if (!Take(std::move(request))) return Fail(ERROR_CANCELLED);
     if (request_->SetMethod(L"POST") != S_OK) return Fail();
     request_->SetURI(target_.resource.c_str());

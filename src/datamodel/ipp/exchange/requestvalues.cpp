@@ -86,6 +86,7 @@ HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, std
     fields.completedJobs = values.completedJobs;
     fields.jobsOfAllUsers = values.jobsOfAllUsers;
     if (values.record) TakeFromRecord(*values.record, fields);
+    // The writers see that they passed the limit after they did: the room is larger than that.
     attributes.resize(Ipp::attributePartCapacity);
     int length = 0;
     const Ipp::FormResult result = Ipp::FormRequest(reinterpret_cast<unsigned char*>(attributes.data()),
@@ -100,6 +101,7 @@ HRESULT FormAttributes(const IppTarget& target, const RequestValues& values, std
 HRESULT AppendDocument(const RequestValues& values, std::string& body) {
     using namespace Ipp::Operation;  // NOLINT: two of its numbers
     if (values.operation != PrintJob && values.operation != StreamedPrintJob) return S_OK;
+    // The transport counts the bytes of a body in 32 bits.
     if (values.documentLength > MAXDWORD - body.size()) return E_FAIL;
     body.append(reinterpret_cast<const char*>(values.document), values.documentLength);
     return S_OK;

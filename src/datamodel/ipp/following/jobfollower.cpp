@@ -30,6 +30,7 @@ void JobFollower::Start(const IppTarget& target, const std::string& userName) {
     const std::lock_guard<std::mutex> lock(stopLock_);
     const std::lock_guard<std::mutex> eventsLock(eventsLock_);
     {
+        // Those of the job before refuse every exchange since it was stopped.
         const std::lock_guard<std::mutex> exchangesLock(exchangesLock_);
         jobExchange_ = std::make_unique<IppExchange>(address_, target);
         printerExchange_ = std::make_unique<IppExchange>(address_, target);

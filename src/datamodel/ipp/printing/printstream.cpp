@@ -24,6 +24,7 @@ HRESULT PrintStream::Begin(const IppTarget& target, const RequestValues& values,
     if (FAILED(begun)) return begun;
     std::string attributes;
     if (FAILED(FormAttributes(target, values, attributes))) return Fail(GetLastError());
+    // A plain request takes its body in one piece only.
     request_ = dynamic_cast<KyHTTPRequestEx*>(exchange_.Request());
     if (!request_) return Fail(0);
     if (announcesChunks) {
