@@ -7,6 +7,7 @@
 #endif
 
 #include <cstdio>
+#include <filesystem>
 
 #include "base/process.h"
 #include "simulator.h"
@@ -56,24 +57,12 @@ int Main(const std::vector<std::string>& arguments) {
 }  // namespace CorvixSim
 
 #ifdef _WIN32
-namespace {
-
-std::string ToUtf8(const wchar_t* text) {
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, utf8.data(), size, nullptr, nullptr);
-    utf8.pop_back();  // the terminating zero
-    return utf8;
-}
-
-}  // namespace
-
 int wmain(int count, wchar_t** texts) {
     // Lines end in '\n', whoever reads them.
     _setmode(_fileno(stdout), _O_BINARY);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i)
-        arguments.push_back(ToUtf8(texts[i]));
+        arguments.push_back(std::filesystem::path(texts[i]).u8string());
     return CorvixSim::Main(arguments);
 }
 #else

@@ -9,6 +9,7 @@
 namespace CorvixSim {
 namespace {
 
+// Leaves room for services to come between them and the control port.
 constexpr uint16_t kControlOffset = 9;
 
 /// An option of the command line and what it does to the options.
@@ -25,11 +26,14 @@ uint16_t PortNumber(std::string_view text) {
     return static_cast<uint16_t>(*number);
 }
 
-bool IsPortName(std::string_view name) {
+template <typename Condition>
+bool HasService(Condition condition) {
     const auto& all = AllServices();
-    return name == "control" || std::any_of(all.begin(), all.end(), [name](const ServiceInfo& service) {
-               return PortName(service) == name;
-           });
+    return std::any_of(all.begin(), all.end(), condition);
+}
+
+bool IsPortName(std::string_view name) {
+    return name == "control" || HasService([name](const ServiceInfo& s) { return PortName(s) == name; });
 }
 
 void AddPortMap(Options& options, const std::string& text) {
@@ -45,11 +49,9 @@ void AddPortMap(Options& options, const std::string& text) {
 }
 
 void AddServices(Options& options, const std::string& text) {
-    const auto& all = AllServices();
     for (const std::string_view name : Split(text, ',')) {
-        const bool known = std::any_of(all.begin(), all.end(),
-                                       [name](const ServiceInfo& service) { return service.name == name; });
-        if (!known) throw UsageError("not a service: " + std::string(name));
+        if (!HasService([name](const ServiceInfo& service) { return service.name == name; }))
+            throw UsageError("not a service: " + std::string(name));
         options.services.emplace_back(name);
     }
 }
@@ -117,6 +119,7 @@ bool Options::Serves(const ServiceInfo& service) const {
 }
 
 uint16_t Options::PortOf(const ServiceInfo& service) const {
+    // A single port wins over the base, which is for all that were not named.
     if (const auto mapped = portMap.find(PortName(service)); mapped != portMap.end()) return mapped->second;
     if (!portBase) return service.port;
     return *portBase == 0 ? uint16_t{0} : static_cast<uint16_t>(*portBase + service.offset);
@@ -131,6 +134,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
     Options options;
     for (auto it = arguments.begin(); it != arguments.end(); ++it) {
         const Switch& known = FindSwitch(*it);
+        // Every option with a value has it as the next argument; there is no "--name=value".
         if (known.argument.empty()) {
             known.apply(options, {});
         } else if (++it == arguments.end()) {

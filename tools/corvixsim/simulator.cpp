@@ -30,6 +30,7 @@ Simulator::Simulator(const Options& options, std::function<void()> quit)
               options.scenarioFile.empty() ? "" : ReadWholeFile(options.scenarioFile)),
       control_(device_, std::move(quit)) {
     if (!spoolFolder_.empty()) std::filesystem::create_directories(std::filesystem::u8path(spoolFolder_));
+    // Before anything is served: no client sees the device as it was without them.
     for (const std::string& value : options.values)
         device_.values.Load(value);
     for (const std::string& rule : options.faults)
@@ -39,6 +40,7 @@ Simulator::Simulator(const Options& options, std::function<void()> quit)
     } else {
         Start(options, options.address);
     }
+    // A refusal is the one fault that strikes before a request: the services stop to listen.
     device_.faults.OnChange([this] { ApplyRefusals(); });
     ApplyRefusals();
 }
@@ -53,6 +55,7 @@ void Simulator::StartOnFreeAddress(const Options& options) {
         try {
             return Start(options, "127.0.0." + std::to_string(host));
         } catch (const AddressInUse&) {
+            // Some services got their ports here: all move on together, as a device has one address.
             Stop();
             if (host < kLastHost) continue;
             throw std::runtime_error(
@@ -64,6 +67,7 @@ void Simulator::StartOnFreeAddress(const Options& options) {
 void Simulator::Start(const Options& options, const std::string& address) {
     address_ = address;
     device_.values.Set("address", address);
+    // First of all, so that its port, when it is any free one, is none of those wanted for services.
     controlServer_ =
         std::make_unique<HttpServer>("control", address, options.ControlPort(), device_, control_, control_);
     for (const ServiceInfo& info : AllServices()) {

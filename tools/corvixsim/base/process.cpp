@@ -39,8 +39,8 @@ void StopWhenAsked(Stopper& stopper) {
 }
 #else
 void StopWhenAsked(Stopper& stopper) {
-    // A handler may do next to nothing. Blocked in this and every later thread, the signals wait for a thread of
-    // their own.
+    // A handler may do next to nothing. Blocked in this and every later thread, the signals wait for a
+    // thread of their own.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
@@ -55,6 +55,7 @@ void StopWhenAsked(Stopper& stopper) {
 #endif
 
 void StopAtEndOfInput(Stopper& stopper) {
+    // Detached: nothing can interrupt a read of a console, so the end of the process ends the thread.
     std::thread([&stopper] {
         char ignored[256];
         while (ReadInput(ignored, sizeof ignored)) {

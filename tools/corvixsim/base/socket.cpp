@@ -45,6 +45,7 @@ void SetOption(const Socket& socket, int level, int option, Value value) {
 [[noreturn]] void Fail(const char* call) {
     const int code = LastError();
     const std::string what = std::string(call) + " failed with socket error " + std::to_string(code);
+    // The one failure that is answered by trying elsewhere.
     if (code == kAddressInUse) throw AddressInUse(what);
     throw NetError(what);
 }
@@ -110,12 +111,14 @@ void Socket::Close() {
 }
 
 void Socket::CloseWithReset() {
+    // Lingering for no time at all is what makes a close abortive.
     SetOption(*this, SOL_SOCKET, SO_LINGER, linger{1, 0});
     Close();
 }
 
 void Socket::Interrupt() {
     if (!*this) return;
+    // That wakes a blocked receive on POSIX; Windows needs to be asked to cancel it.
     shutdown(handle_, kBothWays);
 #ifdef _WIN32
     CancelIoEx(reinterpret_cast<HANDLE>(handle_), nullptr);
@@ -131,6 +134,7 @@ void Socket::TuneConnection(std::chrono::seconds idleLimit) {
 
 Endpoint::Endpoint(const std::string& address, uint16_t port) {
     addrinfo hints{};
+    // Names would need a resolver, and what they resolve to is not for a test to depend on.
     hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
     addrinfo* found = nullptr;
     if (getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) {
@@ -160,6 +164,7 @@ uint16_t LocalPort(const Socket& socket) {
 
 void KnockAt(const Endpoint& endpoint, int type) {
     const Socket socket(::socket(endpoint.Family(), type, 0));
+    // On a datagram socket "connect" only sets the address, and the empty send is the knock.
     if (!socket || connect(socket.Get(), endpoint.Address(), endpoint.Length()) != 0) return;
     (void)send(socket.Get(), "", 0, 0);
 }
@@ -179,6 +184,7 @@ size_t ReceiveDatagram(const Socket& socket, char* buffer, size_t size, Peer& fr
     from.length = sizeof from.address;
     auto* address = reinterpret_cast<sockaddr*>(&from.address);
     const auto length = recvfrom(socket.Get(), buffer, PieceOf(size), 0, address, &from.length);
+    // An error here may tell of an answer that could not be delivered earlier: no reason to stop serving.
     return length < 0 ? 0 : static_cast<size_t>(length);
 }
 
@@ -188,6 +194,7 @@ void SendDatagram(const Socket& socket, std::string_view data, const Peer& to) {
 }
 
 void SendAll(const Socket& socket, std::string_view data) {
+    // The system takes as much as it has room for.
     while (!data.empty()) {
         const auto sent = send(socket.Get(), data.data(), PieceOf(data.size()), 0);
         if (sent <= 0) Fail("send");

@@ -9,6 +9,9 @@
 namespace CorvixSim {
 namespace {
 
+constexpr std::string_view kEscaped = "&<>\"'";
+constexpr const char* kReferences[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
+
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 int HexDigit(char c) {
@@ -65,11 +68,8 @@ std::string_view TakeWord(std::string_view& rest) {
 }
 
 std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t max) {
-    uint64_t number = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (text.empty() || error != std::errc() || stop != end || number > max) return std::nullopt;
-    return number;
+    const std::optional<uint64_t> number = Corvix::Ascii::ParseNumber(text);
+    return number && *number <= max ? number : std::nullopt;
 }
 
 std::optional<int32_t> ParseInteger(std::string_view text) {
@@ -97,6 +97,7 @@ std::optional<std::string> ParseHex(std::string_view text) {
 }
 
 bool MatchesPattern(std::string_view pattern, std::string_view text) {
+    // Goes back to the last star only: linear in practice, and never exponential.
     size_t p = 0;
     size_t t = 0;
     size_t star = std::string_view::npos;
@@ -131,24 +132,18 @@ std::string ReplaceAll(std::string text, std::string_view what, std::string_view
 std::string EscapeXml(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            default:
-                escaped += c;
-        }
+        const size_t known = kEscaped.find(c);
+        escaped += known == std::string_view::npos ? std::string(1, c) : kReferences[known];
     }
     return escaped;
+}
+
+std::string UnescapeXml(std::string_view text) {
+    std::string plain(text);
+    // "&amp;" last: what it leaves is no reference any more.
+    for (size_t known = kEscaped.size(); known-- != 0;)
+        plain = ReplaceAll(plain, kReferences[known], kEscaped.substr(known, 1));
+    return plain;
 }
 
 std::string JsonText(std::string_view text) {
@@ -157,6 +152,7 @@ std::string JsonText(std::string_view text) {
         if (c == '"' || c == '\\') {
             json += '\\';
             json += c;
+            // JSON allows no control character as it is.
         } else if (static_cast<unsigned char>(c) < 0x20) {
             char escape[8];
             std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));

@@ -47,6 +47,9 @@ std::string Joined(const Items& items, Show show) {
 
 std::string EscapeXml(std::string_view text);
 
+/// The five named references resolved; all others stay.
+std::string UnescapeXml(std::string_view text);
+
 /// The text as a JSON string with its quotes.
 std::string JsonText(std::string_view text);
 

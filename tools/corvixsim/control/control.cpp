@@ -9,9 +9,11 @@
 namespace CorvixSim {
 namespace {
 
+// For documents that are put, which may be large on purpose.
 constexpr size_t kMaxBody = 64 << 20;
 constexpr std::string_view kDocuments = "/sim/documents/";
 constexpr std::string_view kJobs = "/sim/jobs/";
+// Known by its path, as it does more than change the device.
 constexpr std::string_view kQuit = "/sim/quit";
 
 HttpResponse Json(std::string text) {
@@ -121,12 +123,14 @@ HttpResponse Control::Handle(const HttpRequest& request, HttpReceiver& receiver)
         return PutDocument(device_, request.path.substr(kDocuments.size()), body);
     if (request.method == "POST" && StartsWith(request.path, kJobs))
         return StepJob(device_, request.path.substr(kJobs.size()), body);
+    // A known path with another method is told apart from a path that does not exist.
     bool knownPath = false;
     for (const Command& command : kCommands) {
         if (command.path != request.path) continue;
         knownPath = true;
         if (command.method != request.method) continue;
         HttpResponse response = command.run(device_, body);
+        // After the answer, so that whoever ends the simulator learns that it does.
         if (command.path == kQuit) response.afterwards = quit_;
         return response;
     }

@@ -11,6 +11,7 @@ constexpr size_t kMaxNames = 10000;
 using Counts = std::map<std::string, uint64_t>;
 
 void CountName(Counts& counts, const std::string& name) {
+    // Names that are known go on being counted; only new ones are turned away.
     if (counts.size() < kMaxNames || counts.count(name) != 0) ++counts[name];
 }
 
@@ -49,15 +50,13 @@ void Counters::Reset() {
 std::string Counters::Json() const {
     const std::lock_guard lock(mutex_);
     uint64_t total = 0;
-    std::string services;
-    for (const auto& [name, service] : services_) {
+    const std::string services = Joined(services_, [&total](const auto& entry) {
+        const Service& service = entry.second;
         total += service.requests;
-        services += (services.empty() ? "" : ",") + JsonText(name) +
-                    ":{\"connections\":" + std::to_string(service.connections) +
-                    ",\"requests\":" + std::to_string(service.requests) +
-                    ",\"paths\":" + JsonOf(service.paths) + ",\"operations\":" + JsonOf(service.operations) +
-                    "}";
-    }
+        return JsonText(entry.first) + ":{\"connections\":" + std::to_string(service.connections) +
+               ",\"requests\":" + std::to_string(service.requests) + ",\"paths\":" + JsonOf(service.paths) +
+               ",\"operations\":" + JsonOf(service.operations) + "}";
+    });
     return "{\"total\":" + std::to_string(total) + ",\"services\":{" + services + "}}\n";
 }
 

@@ -27,6 +27,7 @@ void SetTimes(Values& values) {
     values.SetComputed("uptime", [start] { return Since<std::chrono::seconds>(start); });
     values.SetComputed("uptime-ticks", [start] { return Since<Hundredths>(start); });
     values.SetComputed("now", DateNow);
+    // These stay as they are until a job changes the state.
     values.Set("start-time", DateNow());
     values.Set("state-change-time", "1");
     values.Set("state-change-date-time", DateNow());

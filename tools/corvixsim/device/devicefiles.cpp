@@ -19,10 +19,12 @@ std::string ReadFile(const fs::path& path) {
 
 void Overlay(DeviceFiles& files, const fs::path& folder) {
     std::error_code error;
+    // With an error code: its exception would name the folder in the encoding of the system.
     fs::recursive_directory_iterator entry(folder, error);
     if (error) throw std::runtime_error("cannot read the folder " + folder.u8string());
     for (; entry != fs::recursive_directory_iterator(); ++entry) {
         if (!entry->is_regular_file()) continue;
+        // Named with "/" on every system, as the embedded files are.
         files[entry->path().lexically_relative(folder).generic_u8string()] = ReadFile(entry->path());
     }
 }
@@ -30,9 +32,7 @@ void Overlay(DeviceFiles& files, const fs::path& folder) {
 }  // namespace
 
 DeviceFiles LoadDeviceFiles(const std::string& folder) {
-    DeviceFiles files;
-    for (const EmbeddedFile& file : EmbeddedFiles())
-        files[file.name] = file.text;
+    DeviceFiles files = EmbeddedFiles();
     if (!folder.empty()) Overlay(files, fs::u8path(folder));
     return files;
 }

@@ -3,27 +3,14 @@
 
 #include <map>
 #include <string>
-#include <string_view>
 
 namespace CorvixSim {
 
-struct EmbeddedFile {
-    const char* name;  ///< the path below device/, with '/'
-    std::string_view text;
-};
-
-struct EmbeddedFileList {
-    const EmbeddedFile* first;
-    size_t count;
-    const EmbeddedFile* begin() const { return first; }
-    const EmbeddedFile* end() const { return first + count; }
-};
-
-/// The files of the folder device/ as they were when the program was built.
-EmbeddedFileList EmbeddedFiles();
-
-/// All files of the device by name.
+/// All files of the device by name: the path below device/files/, with '/'.
 using DeviceFiles = std::map<std::string, std::string>;
+
+/// The files of device/files/ as they were when the program was built.
+DeviceFiles EmbeddedFiles();
 
 /// The embedded files, and those of `folder` in their place where it has any; an empty `folder` adds nothing.
 /// Throws std::runtime_error when the folder cannot be read.

@@ -38,12 +38,14 @@ Documents::Documents(const DeviceFiles& files) {
         if (slash == std::string::npos) continue;
         const std::string port = name.substr(prefix.size(), slash - prefix.size());
         const auto number = port == "any" ? kAnyPort : ParseNumber(port, 65535);
+        // Folders that are named otherwise are for people, such as a README.
         if (number) Put(static_cast<unsigned>(*number), name.substr(slash), text);
     }
 }
 
 std::optional<Document> Documents::Find(unsigned port, const std::string& path) const {
     const std::lock_guard lock(mutex_);
+    // A document of the port itself comes before one that all ports share.
     for (const unsigned place : {port, kAnyPort}) {
         const auto found = documents_.find({place, path});
         if (found != documents_.end()) return found->second;

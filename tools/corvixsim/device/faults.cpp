@@ -58,6 +58,7 @@ const FaultWord* FindWord(std::string_view word) {
 }
 
 uint64_t NumberOf(std::string_view word, std::string_view value) {
+    // 32 bits: as milliseconds or bytes more than anybody waits for.
     const auto number = ParseNumber(value, UINT32_MAX);
     if (!number) throw std::invalid_argument(std::string(word) + " needs a number");
     return *number;
@@ -88,6 +89,7 @@ void FaultSet::Merge(const FaultSet& other) {
 }
 
 void FaultTable::Add(std::string_view text) {
+    // All are parsed before any is added: a mistake in the last line leaves the table as it was.
     std::vector<Rule> rules;
     for (const std::string_view line : SplitLines(text)) {
         if (!Trim(line).empty()) rules.push_back(Parse(line));
@@ -113,6 +115,7 @@ void FaultTable::OnChange(std::function<void()> changed) {
 }
 
 void FaultTable::TellOfChange() {
+    // Not under the lock of the rules: the listener asks which services are refused.
     const std::lock_guard lock(changedMutex_);
     if (changed_) changed_();
 }
@@ -179,12 +182,14 @@ void FaultTable::ParseWord(std::string_view word, Rule& rule) {
 }
 
 bool FaultTable::Fits(const Rule& rule, const Exchange& exchange) {
+    // See Match(): each question is answered by the rules of its kind only.
     return rule.operation.empty() == exchange.operation.empty() &&
            MatchesPattern(rule.operation, exchange.operation) &&
            MatchesPattern(rule.service, exchange.service) && MatchesPattern(rule.path, exchange.path);
 }
 
 bool FaultTable::Strikes(Rule& rule) {
+    // Counted whether it strikes or not, so that "every third" is every third of those that fit.
     const uint64_t seen = rule.seen++;
     if (seen < rule.skip) return false;
     const uint64_t place = seen - rule.skip;

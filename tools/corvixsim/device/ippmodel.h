@@ -45,6 +45,11 @@ private:
     IppStatus status_;
 };
 
+/// Throws IppError unless the condition holds.
+inline void Demand(bool condition, IppStatus status, const std::string& otherwise) {
+    if (!condition) throw IppError(status, otherwise);
+}
+
 struct IppAttribute;
 
 /// A value as it lies on the wire; a collection has members instead of bytes.

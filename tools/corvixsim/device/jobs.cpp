@@ -9,26 +9,20 @@ namespace {
 
 using std::chrono::milliseconds;
 
+// So that a printer that is kept printing does not grow without end.
 constexpr size_t kMaxJobs = 10000;
 
+/// The reason that goes with each state unless another is given, from Pending on.
+constexpr const char* kUsualReasons[] = {"none",
+                                         "job-hold-until-specified",
+                                         "job-printing",
+                                         "printer-stopped",
+                                         "job-canceled-by-user",
+                                         "aborted-by-system",
+                                         "job-completed-successfully"};
+
 const char* UsualReason(JobState state) {
-    switch (state) {
-        case JobState::Pending:
-            return "none";
-        case JobState::PendingHeld:
-            return "job-hold-until-specified";
-        case JobState::Processing:
-            return "job-printing";
-        case JobState::ProcessingStopped:
-            return "printer-stopped";
-        case JobState::Canceled:
-            return "job-canceled-by-user";
-        case JobState::Aborted:
-            return "aborted-by-system";
-        case JobState::Completed:
-            return "job-completed-successfully";
-    }
-    return "none";
+    return kUsualReasons[static_cast<int>(state) - static_cast<int>(JobState::Pending)];
 }
 
 /// How each protocol names a state of the printer.
@@ -74,6 +68,7 @@ Jobs::~Jobs() {
 void Jobs::Run() {
     std::unique_lock lock(mutex_);
     while (!stopping_) {
+        // Every change notifies, so the thread sleeps until a step is due or something happens.
         const std::optional<Clock::time_point> due = Advance(Clock::now());
         if (due) {
             changed_.wait_until(lock, *due);
@@ -93,6 +88,7 @@ std::optional<Jobs::Clock::time_point> Jobs::Advance(Clock::time_point now) {
 }
 
 std::optional<Jobs::Clock::time_point> Jobs::AdvanceJob(Entry& entry, Clock::time_point now) {
+    // One at a time, in the order of their numbers: map order is that order.
     if (!entry.started) {
         const bool busy = std::any_of(entries_.begin(), entries_.end(), [](const auto& other) {
             return other.second.started && !other.second.job.Final();
@@ -105,6 +101,7 @@ std::optional<Jobs::Clock::time_point> Jobs::AdvanceJob(Entry& entry, Clock::tim
         const JobScript::Timed& next = entry.script.timed[entry.nextTimed];
         const Clock::time_point due = entry.last + milliseconds(next.delay);
         if (due > now) return due;
+        // Counted from when the step was due, not from now: delays do not add up.
         entry.last = due;
         ++entry.nextTimed;
         TakeStep(entry, next.step);
@@ -115,6 +112,7 @@ std::optional<Jobs::Clock::time_point> Jobs::AdvanceJob(Entry& entry, Clock::tim
 }
 
 std::optional<Jobs::Clock::time_point> Jobs::AwaitDocuments(Entry& entry, Clock::time_point now) {
+    // While a document arrives, however slowly, nobody is waiting for one.
     if (entry.receiving != 0) return std::nullopt;
     const auto patience = std::chrono::seconds(Seconds(values_.Get("multiple-operation-time-out")));
     const Clock::time_point due = entry.last + patience;
@@ -134,6 +132,7 @@ void Jobs::TakeStep(Entry& entry, const JobStep& step) {
 void Jobs::ChangeState(Entry& entry, JobState state, std::vector<std::string> reasons) {
     Job& job = entry.job;
     if (job.Final()) return;
+    // Whoever names no reason means the usual one of the state.
     if (reasons.empty()) reasons.emplace_back(UsualReason(state));
     job.state = state;
     job.reasons = std::move(reasons);
@@ -161,6 +160,7 @@ void Jobs::ShowPrinterState() {
     }
     values_.Set("queued-jobs", std::to_string(queued));
     const PrinterStateNames& names = NamesOf(processing, stopped);
+    // Only a change is shown: a person may have set the state by hand, and keeps it until a job changes it.
     if (values_.Get("printer-state") == names.state) return;
     values_.Set("printer-state", names.state);
     values_.Set("printer-state-message", names.message);
@@ -197,6 +197,7 @@ int Jobs::Create(Job job) {
     job.createdAt = Seconds(values_.Get("uptime"));
     job.createdDate = values_.Get("now");
     Entry& entry = entries_[job.id];
+    // The script as it is now: a scenario set later is for later jobs.
     entry.script = scenario_.ScriptFor(job.id);
     entry.last = Clock::now();
     entry.job = std::move(job);
@@ -243,6 +244,7 @@ void Jobs::EndDocument(int id, bool complete, bool last) {
     Entry& entry = found->second;
     --entry.receiving;
     entry.last = Clock::now();
+    // A document that broke off takes the job with it, as on a real device.
     if (!complete) ChangeState(entry, JobState::Aborted, {});
     if (last) entry.job.closed = true;
     if (entry.job.closed && entry.job.state == JobState::Pending) entry.job.reasons = {"none"};

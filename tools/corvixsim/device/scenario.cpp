@@ -9,6 +9,7 @@ namespace CorvixSim {
 namespace {
 
 JobState StateOf(std::string_view name) {
+    // IPP names the states; here they only run from the first to the last.
     for (int number = static_cast<int>(JobState::Pending); number <= static_cast<int>(JobState::Completed);
          ++number) {
         if (name == NameOf(static_cast<JobState>(number))) return static_cast<JobState>(number);

@@ -23,6 +23,7 @@ void Values::Load(std::string_view text) {
         }
         loaded[name] = Trim(line.substr(equals + 1));
     }
+    // Only now: a text with a mistake changes nothing, and others see all of the change or none.
     const std::lock_guard lock(mutex_);
     for (auto& [name, value] : loaded)
         values_[name] = std::move(value);
@@ -44,6 +45,7 @@ std::string Values::Get(const std::string& name) const {
 }
 
 std::string Values::GetLocked(const std::string& name) const {
+    // A value that was set hides a computed one of its name: a test may stop the clock.
     if (const auto found = values_.find(name); found != values_.end()) return found->second;
     const auto computed = computed_.find(name);
     return computed == computed_.end() ? std::string() : computed->second();
@@ -63,9 +65,11 @@ std::string Values::ExpandLocked(std::string_view text, Escape escape, int depth
         if (close == std::string_view::npos) return expanded.append(text);
         const std::string name(text.substr(open + 2, close - open - 2));
         expanded.append(text.substr(0, open));
+        // Braces that name nothing are text: a document may hold some of its own.
         if (values_.count(name) + computed_.count(name) == 0) {
             expanded.append(text.substr(open, close + 2 - open));
         } else {
+            // Escaped once, at the outermost: an inner value is part of the outer one's text.
             const std::string value = ExpandLocked(GetLocked(name), nullptr, depth + 1);
             expanded += escape ? escape(value) : value;
         }

@@ -9,6 +9,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
+// A length that no body reaches stands for a body without an end.
 constexpr uint64_t kEndless = UINT64_MAX;
 constexpr size_t kFillerPiece = 65536;
 
@@ -31,6 +32,7 @@ size_t InsideRoot(const std::string& body) {
     return end + 1;
 }
 
+// Filler goes into a comment, so that the document stays well-formed and only its size is wrong.
 bool LooksLikeXml(const std::string& body) { return InsideRoot(body) != body.size(); }
 
 void DropLastClosingTag(std::string& body) { body.erase(std::min(body.rfind("</"), body.size())); }
@@ -56,6 +58,7 @@ void AddDepth(std::string& body, uint64_t levels) {
 }
 
 BodyPlan PlanBody(std::string body, const FaultSet& faults) {
+    // The last closing tag is dropped last, so that it is that of the document whatever was put in.
     if (faults.Has(FaultKind::Deep)) AddDepth(body, faults.Number(FaultKind::Deep));
     if (faults.Has(FaultKind::Doctype)) AddDocumentType(body);
     if (faults.Has(FaultKind::Malformed)) DropLastClosingTag(body);
@@ -78,6 +81,7 @@ public:
     }
 
     void Send(std::string_view data) {
+        // The length was announced in full: stopping short of it is what truncates the body.
         cut_ = cut_ || data.size() > left_;
         data = data.substr(0, static_cast<size_t>(std::min<uint64_t>(data.size(), left_)));
         left_ -= data.size();
@@ -126,6 +130,7 @@ std::string HeadOf(const HttpResponse& response, const BodyPlan& plan, bool keep
 
 AfterAnswer WriteAnswer(const Socket& socket, const HttpRequest& request, HttpResponse response,
                         const FaultSet& faults, Stopper& stopper) {
+    // Delays and drips sleep against the stopper: the end of the program does not wait for them.
     if (!stopper.Sleep(std::chrono::milliseconds(faults.Number(FaultKind::Delay)))) return AfterAnswer::Close;
     if (faults.Has(FaultKind::Reset)) return AfterAnswer::Reset;
     if (faults.Has(FaultKind::CloseUnanswered)) return AfterAnswer::Close;
@@ -137,6 +142,7 @@ AfterAnswer WriteAnswer(const Socket& socket, const HttpRequest& request, HttpRe
         response = PlainResponse(static_cast<int>(faults.Number(FaultKind::Status)));
     }
     const BodyPlan plan = PlanBody(std::move(response.body), faults);
+    // A body that is cut or endless ends with the connection; nothing can follow it.
     const bool keepAlive = request.keepAlive && plan.filler != kEndless && !faults.Has(FaultKind::Truncate);
     SendAll(socket, HeadOf(response, plan, keepAlive));
     if (request.method == "HEAD" || !HasBody(response.status)) {

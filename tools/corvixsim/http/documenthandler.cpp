@@ -7,6 +7,7 @@ namespace {
 
 /// The text with the values of the device in it; what is no text stays as it is.
 std::string Filled(const Document& document, const Values& values) {
+    // An image may hold two braces by chance.
     if (!StartsWith(document.contentType, "text/")) return document.text;
     return values.Expand(document.text, StartsWith(document.contentType, "text/xml") ? EscapeXml : nullptr);
 }

@@ -10,6 +10,7 @@ namespace {
 
 namespace Http = Corvix::Http;
 
+// Heads are short. Bodies are handed on as they come, so that their length is no matter here.
 constexpr Http::Limits kLimits = {16384, UINT64_MAX};
 
 void SplitTarget(std::string_view target, HttpRequest& request) {
@@ -24,6 +25,7 @@ void SplitTarget(std::string_view target, HttpRequest& request) {
 }  // namespace
 
 bool HttpReceiver::Feed() {
+    // What came behind the message before is the beginning of this one.
     if (received_.empty()) {
         received_ = {buffer_.data(), ReceiveSome(socket_, buffer_.data(), buffer_.size())};
         if (received_.empty()) return false;
@@ -37,6 +39,7 @@ std::optional<HttpRequest> HttpReceiver::ReadHead() {
     reader_.emplace(kLimits);
     while (!reader_->HasHead()) {
         if (Feed()) continue;
+        // The end between two requests is in order.
         if (!reader_->HasBegun()) return std::nullopt;
         throw HttpError(400);
     }
@@ -54,6 +57,7 @@ std::optional<HttpRequest> HttpReceiver::ReadHead() {
 }
 
 void HttpReceiver::Continue() {
+    // Said only when somebody wants the body: a refusal that comes first spares the client sending it.
     if (!expectsContinue_) return;
     expectsContinue_ = false;
     SendAll(socket_, "HTTP/1.1 100 Continue\r\n\r\n");
@@ -69,6 +73,7 @@ size_t HttpReceiver::Read(char* buffer, size_t size) {
         Continue();
         if (!Feed()) throw HttpError(400);
     }
+    // Cut where a fault drops the connection, so that exactly so many bytes arrive.
     const size_t piece = std::min({size, body_.size() - next_, static_cast<size_t>(dropAfter_ - read_)});
     std::memcpy(buffer, body_.data() + next_, piece);
     next_ += piece;

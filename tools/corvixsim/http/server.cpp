@@ -5,8 +5,11 @@
 namespace CorvixSim {
 namespace {
 
+// Each connection has a thread; a client that opens them without end must not exhaust the machine.
 constexpr size_t kMaxConnections = 256;
+// A refused body up to this size is read, so that the connection can be kept; beyond it closing is cheaper.
 constexpr uint64_t kMaxDiscarded = 1 << 20;
+// Clients that vanish without closing must not keep their threads for ever.
 constexpr std::chrono::seconds kIdleLimit{120};
 
 bool IsControlPath(const std::string& path) { return path.compare(0, 5, "/sim/") == 0; }
@@ -25,6 +28,7 @@ HttpServer::HttpServer(std::string service, const std::string& address, uint16_t
 }
 
 HttpServer::~HttpServer() {
+    // First no new connections, then the end of those that are open: the other way round one could slip in.
     stopper_.Stop();
     Refuse(true);
     {
@@ -45,28 +49,18 @@ void HttpServer::Refuse(bool refuse) {
     }
 }
 
-bool HttpServer::Refuses() const {
-    const std::lock_guard lock(mutex_);
-    return !listening_;
-}
-
 void HttpServer::StartListening() {
     if (listener_) return;
     listener_ = ListenOn(Endpoint(address_, port_));
     if (port_ == 0) port_ = LocalPort(listener_);  // and the same one whenever it listens again
-    {
-        const std::lock_guard lock(mutex_);
-        listening_ = true;
-    }
+    listening_ = true;
     acceptor_ = std::thread([this] { AcceptConnections(); });
 }
 
 void HttpServer::StopListening() {
     if (!listener_) return;
-    {
-        const std::lock_guard lock(mutex_);
-        listening_ = false;
-    }
+    listening_ = false;
+    // Closing a listening socket does not wake a thread that waits in accept() everywhere; a connection does.
     KnockAt(Endpoint(address_, port_), SOCK_STREAM);
     acceptor_.join();
     listener_.Close();
@@ -75,7 +69,8 @@ void HttpServer::StopListening() {
 void HttpServer::AcceptConnections() {
     for (;;) {
         Socket socket(accept(listener_.Get(), nullptr, nullptr));
-        if (Refuses()) return socket.CloseWithReset();
+        // The knock of StopListening(), or a client that came at the same moment.
+        if (!listening_) return socket.CloseWithReset();
         if (socket) {
             AddConnection(std::move(socket));
         } else {
@@ -86,6 +81,7 @@ void HttpServer::AcceptConnections() {
 }
 
 void HttpServer::AddConnection(Socket socket) {
+    // A thread cannot join itself: those that have ended are joined when the next connection comes.
     RemoveEnded();
     socket.TuneConnection(kIdleLimit);
     const std::lock_guard lock(mutex_);
@@ -108,6 +104,7 @@ void HttpServer::RemoveEnded() {
             if (current->ended) ended.splice(ended.end(), connections_, current);
         }
     }
+    // Joined without the lock, which an ending thread takes last.
     for (Connection& connection : ended)
         connection.thread.join();
 }
@@ -128,6 +125,7 @@ AfterAnswer HttpServer::Serve(const Socket& socket) {
     bool counted = false;
     try {
         while (std::optional<HttpRequest> request = receiver.ReadHead()) {
+            // Only connections that ask for something of the device count, not those that command it.
             if (!counted && !IsControlPath(request->path)) device_.counters.CountConnection(service_);
             counted = counted || !IsControlPath(request->path);
             const AfterAnswer after = ServeRequest(socket, receiver, std::move(*request));
@@ -151,7 +149,8 @@ AfterAnswer HttpServer::Serve(const Socket& socket) {
 
 AfterAnswer HttpServer::ServeRequest(const Socket& socket, HttpReceiver& body, HttpRequest request) {
     const bool isControl = IsControlPath(request.path);
-    if (!isControl && Refuses()) return AfterAnswer::Reset;
+    // A rule may refuse the service while connections are open: they end with the next request.
+    if (!isControl && !listening_) return AfterAnswer::Reset;
     if (!isControl) {
         device_.counters.Count(service_, request.path);
         request.faults = device_.faults.Match({service_, request.path, {}});
@@ -159,7 +158,9 @@ AfterAnswer HttpServer::ServeRequest(const Socket& socket, HttpReceiver& body, H
     if (request.faults.Has(FaultKind::ReceiveOnly)) {
         body.DropAfter(request.faults.Number(FaultKind::ReceiveOnly));
     }
+    // What the handler leaves of the body is discarded below, before the answer: many clients read only then.
     HttpResponse response = Handle(request, body, isControl);
+    // Faults by path are known before the request is handled, those by operation only after.
     FaultSet faults = request.faults;
     faults.Merge(response.faults);
     const bool bodyDone = body.Discard(kMaxDiscarded);

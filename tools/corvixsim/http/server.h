@@ -1,6 +1,7 @@
 // Serves one HTTP port: accepts connections, a thread for each, and applies the faults.
 #pragma once
 
+#include <atomic>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -48,7 +49,6 @@ private:
     AfterAnswer Serve(const Socket& socket);
     AfterAnswer ServeRequest(const Socket& socket, HttpReceiver& receiver, HttpRequest request);
     HttpResponse Handle(const HttpRequest& request, HttpReceiver& body, bool isControl);
-    bool Refuses() const;
 
     const std::string service_;
     const std::string address_;
@@ -58,9 +58,9 @@ private:
     HttpHandler& control_;
     Stopper stopper_;
 
-    std::mutex listenMutex_;    ///< held while listening starts or stops
-    mutable std::mutex mutex_;  ///< guards what follows
-    bool listening_ = false;
+    std::mutex listenMutex_;  ///< held while listening starts or stops
+    std::atomic<bool> listening_{false};
+    std::mutex mutex_;  ///< guards what follows
     std::list<Connection> connections_;
 
     Socket listener_;

@@ -11,6 +11,7 @@
 namespace CorvixSim {
 namespace {
 
+// Collections are read by recursion; files of a device are trusted, typing mistakes are not.
 constexpr int kMaxDepth = 8;
 
 /// The words, quoted texts and separators of a text.
@@ -35,6 +36,7 @@ public:
         return text_[next_] == '"' ? TakeQuoted() : TakeBare();
     }
 
+    // A value list goes on only after a comma, which belongs to the next token.
     Token Peek() {
         const size_t place = next_;
         Token token = Take();
@@ -102,6 +104,7 @@ Encoded EncodeTruth(const std::string& text) {
 }
 
 Encoded EncodeRange(const std::string& text) {
+    // From the second character on: the first may be a minus sign.
     const size_t dash = text.find('-', 1);
     if (dash == std::string::npos) return std::nullopt;
     const auto low = ParseInteger(text.substr(0, dash));
@@ -136,6 +139,7 @@ Encoded EncodeDateTime(const std::string& text) {
     std::string bytes = {static_cast<char>(year >> 8), static_cast<char>(year)};
     for (const int part : parts)
         bytes += static_cast<char>(part);
+    // No tenths of a second, and no distance from UTC, which is the only zone that is read.
     return bytes + std::string("\0+\0\0", 4);
 }
 

@@ -32,6 +32,7 @@ std::string HostOf(const HttpRequest& request) {
 
 IppMessage IppHandler::Carry(const HttpRequest& http, IppSource& source, const IppMessage& request,
                              const FaultSet& faults) {
+    // Told to fail: the printer is not even asked, so nothing changes.
     if (faults.Has(FaultKind::IppStatus)) {
         return AnswerTo(request, static_cast<IppStatus>(faults.Number(FaultKind::IppStatus)), "as told");
     }
@@ -67,6 +68,7 @@ HttpResponse IppHandler::Handle(const HttpRequest& http, HttpReceiver& body) {
     char dropped[16384];
     while (source.ReadDocument(dropped, sizeof dropped) != 0) {
     }
+    // From whatever the answer became: clients cope with attributes that are missing from refusals, too.
     if (faults.Has(FaultKind::Omit)) Omit(answer, faults.Text(FaultKind::Omit));
     response.contentType = kContentType;
     response.body = EncodeIppMessage(answer);

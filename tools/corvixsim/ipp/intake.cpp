@@ -7,6 +7,7 @@
 namespace CorvixSim {
 namespace {
 
+// Documents go from the socket to the file in pieces: their size is limited by the disk alone.
 constexpr size_t kPiece = 65536;
 
 struct Ending {
@@ -33,6 +34,7 @@ public:
     Receipt(Jobs& jobs, int id, JobDocument document) : jobs_(jobs), id_(id) {
         place_ = jobs.BeginDocument(id, std::move(document));
     }
+    // Without Finish() an exception is on its way: the connection broke, or the file could not be written.
     ~Receipt() {
         if (!finished_) jobs_.EndDocument(id_, false, true);
     }
@@ -86,6 +88,7 @@ void IppIntake::Receive(int id, const IppMessage& request, IppSource& source, bo
         wanted = wanted && receipt.Add(length);
         if (wanted && file.is_open()) file.write(piece.data(), static_cast<std::streamsize>(length));
     }
+    // The document is complete even where nobody wants it any more; the answer tells which.
     receipt.Finish(last);
     if (!wanted) throw IppError(IppStatus::JobCanceled, "the job was canceled");
 }
@@ -97,10 +100,9 @@ void IppIntake::Refer(int id, const IppMessage& request, bool last) {
 void IppIntake::CheckUri(const IppMessage& request) {
     const std::string uri = request.OperandText("document-uri");
     const std::string scheme = uri.substr(0, uri.find(':'));
-    if (uri.empty()) throw IppError(IppStatus::BadRequest, "document-uri is missing");
-    if (scheme != "http" && scheme != "https" && scheme != "ftp") {
-        throw IppError(IppStatus::UriSchemeNotSupported, "not a scheme that is supported: " + scheme);
-    }
+    Demand(!uri.empty(), IppStatus::BadRequest, "document-uri is missing");
+    Demand(scheme == "http" || scheme == "https" || scheme == "ftp", IppStatus::UriSchemeNotSupported,
+           "not a scheme that is supported: " + scheme);
 }
 
 }  // namespace CorvixSim

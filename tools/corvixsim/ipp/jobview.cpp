@@ -41,6 +41,7 @@ std::string JobUuid(const std::string& printerUuid, int id) {
 std::vector<IppAttribute> DescriptionOf(const Job& job, const JobView& view) {
     const std::string printer = "ipp://" + view.host + "/ipp/print";
     const auto documents = static_cast<int32_t>(job.documents.size());
+    // Nothing is rendered: each document counts as one page, once the job is completed.
     const int32_t pages = job.state == JobState::Completed ? documents : 0;
     return {
         NumberAttribute(Ipp::Tag::Integer, "job-id", job.id),

@@ -9,7 +9,9 @@
 namespace CorvixSim {
 namespace {
 
+// Far more than any client sends, and little enough for many of them at once.
 constexpr size_t kMaxAttributeBytes = 4 << 20;
+// Copies of collections are made by recursion, which the wire must not be able to deepen at will.
 constexpr int kMaxDepth = 16;
 
 IppAttribute CopyOf(const Ipp::Message& message, const Ipp::Attribute& attribute, int depth);
@@ -108,6 +110,7 @@ IppAttribute TextAttribute(uint8_t tag, std::string name, std::string text) {
 IppMessage AnswerTo(const IppMessage& request, IppStatus status, const std::string& message) {
     IppMessage answer;
     const uint8_t major = request.header.major;
+    // A version that is not spoken here is answered in the highest that is.
     if (major == 1 || major == 2) answer.header = request.header;
     answer.header.code = static_cast<uint16_t>(status);
     answer.header.requestId = request.header.requestId;
@@ -126,6 +129,7 @@ void IppSource::ReadRequest(IppMessage& request) {
     char piece[16384];
     size_t total = 0;
     bool wantsMore = true;
+    // In pieces, as the document behind the attributes may be long and must not be read here.
     while (wantsMore && total <= kMaxAttributeBytes) {
         const size_t length = body_.Read(piece, sizeof piece);
         if (length == 0) break;
@@ -134,16 +138,19 @@ void IppSource::ReadRequest(IppMessage& request) {
     }
     rest_ = reader.Rest();
     const Ipp::Message message = reader.Finish();
+    // Before any complaint: a refusal carries the version and the id of its request.
     request.header = message.Header();
     if (wantsMore && total > kMaxAttributeBytes)
         throw IppError(IppStatus::RequestEntityTooLarge, "too many attributes");
     if (message.GetFault()) throw IppError(IppStatus::BadRequest, message.GetFault()->reason);
+    // The reader tolerates a missing end in answers of devices; a request without one has broken off.
     if (!message.HasEndTag()) throw IppError(IppStatus::BadRequest, "the request breaks off");
     for (uint32_t index = 0; index < message.GroupCount(); ++index)
         request.groups.push_back(CopyOf(message, message.GetGroup(index)));
 }
 
 size_t IppSource::ReadDocument(char* buffer, size_t size) {
+    // First what arrived in one piece with the attributes.
     if (next_ == rest_.size()) return body_.Read(buffer, size);
     const size_t piece = std::min(size, rest_.size() - next_);
     std::memcpy(buffer, rest_.data() + next_, piece);

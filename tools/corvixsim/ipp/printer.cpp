@@ -25,34 +25,27 @@ std::set<std::string> RequestedNames(const IppMessage& request, const std::set<s
 
 bool IsLast(const IppCall& call) {
     const IppValue* last = call.request.Operand("last-document");
-    if (!last || last->tag != Ipp::Tag::Boolean)
-        throw IppError(IppStatus::BadRequest, "last-document is missing");
+    Demand(last && last->tag == Ipp::Tag::Boolean, IppStatus::BadRequest, "last-document is missing");
     return last->Number() != 0;
 }
 
 /// The operation attributes that every request begins with, and the target that it must name.
 void CheckCommon(const IppMessage& request) {
-    if (request.header.major != 1 && request.header.major != 2) {
-        throw IppError(IppStatus::VersionNotSupported, "only IPP/1.x and IPP/2.x are spoken here");
-    }
-    if (request.header.requestId == 0 || request.header.requestId > INT32_MAX) {
-        throw IppError(IppStatus::BadRequest, "not a request id");
-    }
-    if (request.groups.empty() || request.groups.front().tag != Ipp::Tag::OperationAttributes) {
-        throw IppError(IppStatus::BadRequest, "the operation attributes are missing");
-    }
+    const Ipp::MessageHeader& header = request.header;
+    Demand(header.major == 1 || header.major == 2, IppStatus::VersionNotSupported,
+           "only IPP/1.x and IPP/2.x are spoken here");
+    Demand(header.requestId != 0 && header.requestId <= INT32_MAX, IppStatus::BadRequest, "not a request id");
+    Demand(!request.groups.empty() && request.groups.front().tag == Ipp::Tag::OperationAttributes,
+           IppStatus::BadRequest, "the operation attributes are missing");
     const std::vector<IppAttribute>& operands = request.groups.front().attributes;
-    if (operands.size() < 2 || operands[0].name != "attributes-charset" ||
-        operands[1].name != "attributes-natural-language") {
-        throw IppError(IppStatus::BadRequest, "charset and language must come first");
-    }
-    if (!Corvix::Ascii::EqualsIgnoringCase(operands[0].values.front().bytes, "utf-8") &&
-        !Corvix::Ascii::EqualsIgnoringCase(operands[0].values.front().bytes, "us-ascii")) {
-        throw IppError(IppStatus::CharsetNotSupported, "not a charset that is supported");
-    }
-    if (!request.Operand("printer-uri") && !request.Operand("job-uri")) {
-        throw IppError(IppStatus::BadRequest, "neither printer-uri nor job-uri");
-    }
+    Demand(operands.size() >= 2 && operands[0].name == "attributes-charset" &&
+               operands[1].name == "attributes-natural-language",
+           IppStatus::BadRequest, "charset and language must come first");
+    const std::string charset = Corvix::Ascii::ToLower(operands[0].values.front().bytes);
+    Demand(charset == "utf-8" || charset == "us-ascii", IppStatus::CharsetNotSupported,
+           "not a charset that is supported");
+    Demand(request.Operand("printer-uri") || request.Operand("job-uri"), IppStatus::BadRequest,
+           "neither printer-uri nor job-uri");
 }
 
 }  // namespace
@@ -89,6 +82,7 @@ IppMessage IppPrinter::Carry(const IppCall& call) {
 
 IppAttributeGroups IppPrinter::PrinterAttributes(const IppCall& call) const {
     const std::string language = call.request.OperandText("attributes-natural-language");
+    // Parsed for every request: values change at run time, and a client may be told other URIs than the next.
     std::string text = device_.File("ipp/printer.txt");
     text = ReplaceAll(text, "{{printer-host}}", QuoteForIppAttributes(call.host));
     text = ReplaceAll(text, "{{client-language}}", language.substr(0, 2) == "de" ? "de" : "en");
@@ -113,16 +107,13 @@ IppMessage IppPrinter::GetPrinterAttributes(const IppCall& call) {
 
 void IppPrinter::CheckDocumentFormat(const IppCall& call) const {
     const std::string compression = call.request.OperandText("compression");
-    if (!compression.empty() && compression != "none") {
-        throw IppError(IppStatus::CompressionNotSupported, "no compression is supported");
-    }
+    Demand(compression.empty() || compression == "none", IppStatus::CompressionNotSupported,
+           "no compression is supported");
+    // Without a format the printer would detect it: anything is taken.
     const IppValue* format = call.request.Operand("document-format");
     if (!format) return;
-    const IppAttributeGroups printer = PrinterAttributes(call);
-    if (!IsSupported(printer, {"document-format", {*format}})) {
-        throw IppError(IppStatus::DocumentFormatNotSupported,
-                       "not a format that is supported: " + format->bytes);
-    }
+    Demand(IsSupported(PrinterAttributes(call), {"document-format", {*format}}),
+           IppStatus::DocumentFormatNotSupported, "not a format that is supported: " + format->bytes);
 }
 
 IppGroup IppPrinter::UnsupportedOf(const IppCall& call) const {
@@ -144,11 +135,13 @@ int IppPrinter::NewJob(const IppCall& call, const IppGroup& unsupported) {
     Job job;
     job.name = call.request.OperandText("job-name");
     if (job.name.empty()) job.name = call.request.OperandText("document-name");
+    // IPP wants every job to have a name and an owner.
     if (job.name.empty()) job.name = "Untitled";
     job.user = call.request.OperandText("requesting-user-name");
     if (job.user.empty()) job.user = "anonymous";
     if (const IppGroup* wanted = call.request.Group(Ipp::Tag::JobAttributes)) {
         for (const IppAttribute& attribute : wanted->attributes) {
+            // What is not supported is ignored, and the answer says so, unless the client wants fidelity.
             if (!unsupported.Find(attribute.name)) job.attributes.push_back(attribute);
         }
     }
@@ -157,7 +150,7 @@ int IppPrinter::NewJob(const IppCall& call, const IppGroup& unsupported) {
 
 IppMessage IppPrinter::JobAnswer(const IppCall& call, int id, const IppGroup& unsupported) const {
     const std::optional<Job> job = device_.jobs.Find(id);
-    if (!job) throw IppError(IppStatus::NotFound, "the job is gone");
+    Demand(job.has_value(), IppStatus::NotFound, "the job is gone");
     IppMessage answer = AnswerTo(
         call.request, unsupported.attributes.empty() ? IppStatus::Ok : IppStatus::OkIgnoredOrSubstituted);
     if (!unsupported.attributes.empty()) answer.groups.push_back(unsupported);
@@ -234,6 +227,7 @@ IppMessage IppPrinter::CancelMyJobs(const IppCall& call) {
 
 IppMessage IppPrinter::IdentifyPrinter(const IppCall& call) {
     const std::string message = call.request.OperandText("message");
+    // The display of this device is its second console line, which SNMP and the embedded pages show.
     device_.values.Set("console-line-2", message.empty() ? "Here I am" : message);
     return AnswerTo(call.request);
 }
@@ -251,9 +245,8 @@ Job IppPrinter::JobOf(const IppCall& call) const {
 
 std::vector<Job> IppPrinter::JobsFor(const IppCall& call) const {
     const std::string which = call.request.OperandText("which-jobs");
-    if (!which.empty() && which != "completed" && which != "not-completed" && which != "all") {
-        throw IppError(IppStatus::AttributesOrValuesNotSupported, "not supported: which-jobs " + which);
-    }
+    Demand(which.empty() || which == "completed" || which == "not-completed" || which == "all",
+           IppStatus::AttributesOrValuesNotSupported, "not supported: which-jobs " + which);
     const std::string user =
         call.request.OperandNumber("my-jobs") != 0 ? call.request.OperandText("requesting-user-name") : "";
     std::vector<Job> jobs = device_.jobs.All();

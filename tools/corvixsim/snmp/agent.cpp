@@ -7,7 +7,9 @@ namespace {
 
 namespace Ber = Snmp::Ber;
 
+// What a UDP datagram over IPv4 holds, with some room.
 constexpr size_t kMaxDatagram = 65000;
+// A manager may ask for two thousand million repetitions; the datagram is full long before.
 constexpr int64_t kMaxRepetitions = 10000;
 
 void Fail(Snmp::Message& response, int32_t error, size_t index) {
@@ -46,7 +48,8 @@ Snmp::Message Bent(Snmp::Message response, const FaultSet& faults) {
         for (Snmp::VarBind& binding : response.variables)
             binding.value = OfWrongType(binding.value);
     }
-    if (faults.Has(FaultKind::WrongId)) ++response.requestId;
+    // Other bits, not a higher number: the highest has none above it.
+    if (faults.Has(FaultKind::WrongId)) response.requestId ^= 3;
     if (faults.Has(FaultKind::WrongCommunity)) response.community = "somebody-else";
     if (faults.Has(FaultKind::TooBig)) Fail(response, Snmp::ErrorStatus::TooBig, 0);
     if (faults.Has(FaultKind::ErrorStatus)) {
@@ -59,6 +62,7 @@ Snmp::Message Bent(Snmp::Message response, const FaultSet& faults) {
 std::string Datagram(Snmp::Message response, const FaultSet& faults) {
     if (faults.Has(FaultKind::Garbage)) return "\x30\x82\xff\xff garbage";
     std::string datagram = Snmp::Encode(response);
+    // As the protocol has it, an answer that does not fit is told without its variables.
     if (datagram.size() > kMaxDatagram) {
         Fail(response, Snmp::ErrorStatus::TooBig, 0);
         response.variables.clear();
@@ -99,10 +103,12 @@ std::vector<SnmpReply> SnmpAgent::Answer(std::string_view datagram) {
     const std::optional<Snmp::Message> request = Snmp::DecodeMessage(datagram);
     const Operation* operation = FindOperation(request);
     device_.counters.Count("snmp", operation ? operation->name : "malformed");
+    // Strangers get no answer at all, as from a real agent.
     if (!operation || !MayRead(*request)) return {};
 
     const std::string path =
         request->variables.empty() ? "" : Snmp::FormatOid(request->variables.front().oid);
+    // Asked twice: rules without an operation fit exchanges without one, see FaultTable::Match().
     FaultSet faults = device_.faults.Match({"snmp", path, {}});
     faults.Merge(device_.faults.Match({"snmp", path, operation->name}));
     if (faults.Has(FaultKind::Drop) || device_.faults.Refuses("snmp")) return {};
@@ -129,6 +135,7 @@ void SnmpAgent::RespondToGet(const Snmp::Message& request, const FaultSet&, Snmp
         const Snmp::Oid& oid = request.variables[i].oid;
         const std::optional<Snmp::Value> value = table_.Get(oid);
         const bool isV1 = request.version == Snmp::Version::V1;
+        // Version 1 has no Counter64: to its managers such an object does not exist.
         if (value && !(isV1 && value->tag == Snmp::Tag::Counter64)) {
             response.variables[i].value = *value;
         } else if (isV1) {
@@ -148,6 +155,7 @@ std::optional<Snmp::VarBind> SnmpAgent::Next(const Snmp::Oid& oid, Snmp::Version
                                              const FaultSet& faults) const {
     if (faults.Has(FaultKind::EndOfView)) return std::nullopt;
     if (faults.Has(FaultKind::Stuck)) return Snmp::VarBind{oid, {Ber::Integer, Ber::IntegerContent(1)}};
+    // Behind every column there is another instance, so a walk neither leaves its subtree nor ends.
     if (faults.Has(FaultKind::Endless) && !table_.HasBelow(oid)) {
         return Snmp::VarBind{Sibling(oid), {Ber::Integer, Ber::IntegerContent(1)}};
     }
@@ -188,6 +196,7 @@ void SnmpAgent::RespondToGetBulk(const Snmp::Message& request, const FaultSet& f
     for (size_t i = 0; i < single; ++i)
         add(request.variables[i].oid);
     const size_t repeaters = request.variables.size() - single;
+    // Half a datagram is enough for any test, and leaves room for a last long round.
     for (int64_t round = 0; repeaters != 0 && round < repetitions && size < kMaxDatagram / 2; ++round) {
         bool ended = true;
         for (size_t i = 0; i < repeaters; ++i) {

@@ -5,6 +5,7 @@
 namespace CorvixSim {
 namespace {
 
+// Answers that wait for their delay to pass. Whoever floods the agent while a rule delays answers loses some.
 constexpr size_t kMaxPending = 10000;
 
 }  // namespace
@@ -19,12 +20,14 @@ SnmpServer::SnmpServer(const std::string& address, uint16_t port, Device& device
 
 SnmpServer::~SnmpServer() {
     stopper_.Stop();
+    // The thread waits for a datagram, maybe for a minute: it gets one.
     KnockAt(Endpoint(address_, port_), SOCK_DGRAM);
     thread_.join();
 }
 
 void SnmpServer::Run() {
     while (!stopper_.Stopped()) {
+        // One thread does all: it wakes for a datagram or for the next answer that is due.
         if (WaitForDatagram(socket_, TimeToNextAnswer())) Receive();
         SendDue();
     }
@@ -32,6 +35,7 @@ void SnmpServer::Run() {
 
 std::chrono::microseconds SnmpServer::TimeToNextAnswer() const {
     constexpr std::chrono::minutes longest{1};
+    // Nothing to send: any time will do, since a datagram or the end wakes the thread.
     if (pending_.empty()) return longest;
     const auto left = pending_.begin()->first - Clock::now();
     return std::min<std::chrono::microseconds>(longest,

@@ -13,12 +13,9 @@ std::string EncodeNumberText(std::string_view text) {
     return Ber::IntegerContent(ParseInteger(text).value_or(0));
 }
 
-std::string EncodeUnsigned32Text(std::string_view text) {
-    return Ber::UnsignedContent(ParseNumber(text, UINT32_MAX).value_or(0));
-}
-
-std::string EncodeUnsigned64Text(std::string_view text) {
-    return Ber::UnsignedContent(ParseNumber(text, UINT64_MAX).value_or(0));
+template <uint64_t max>
+std::string EncodeUnsignedText(std::string_view text) {
+    return Ber::UnsignedContent(ParseNumber(text, max).value_or(0));
 }
 
 std::string EncodePlainText(std::string_view text) { return std::string(text); }
@@ -40,15 +37,13 @@ std::string EncodeIpText(std::string_view text) {
 
 using Decoded = std::optional<std::string>;
 
-Decoded DecodeNumberText(const std::string& content) {
-    const auto number = Ber::DecodeInteger(content);
+template <typename Number>
+Decoded TextOf(const std::optional<Number>& number) {
     return number ? Decoded(std::to_string(*number)) : std::nullopt;
 }
 
-Decoded DecodeUnsignedText(const std::string& content) {
-    const auto number = Ber::DecodeUnsigned(content);
-    return number ? Decoded(std::to_string(*number)) : std::nullopt;
-}
+Decoded DecodeNumberText(const std::string& content) { return TextOf(Ber::DecodeInteger(content)); }
+Decoded DecodeUnsignedText(const std::string& content) { return TextOf(Ber::DecodeUnsigned(content)); }
 
 Decoded DecodePlainText(const std::string& content) { return content; }
 
@@ -97,7 +92,9 @@ std::optional<std::string> SoleValueName(const std::string& text) {
 struct SnmpTable::Type {
     std::string_view name;
     uint8_t tag;
+    // The object's text, with the values of the device in it, to its content on the wire.
     std::string (*encode)(std::string_view text);
+    // And back, for a value that is set; nothing for a content that is none of this type.
     Decoded (*decode)(const std::string& content);
 };
 
@@ -107,10 +104,10 @@ const SnmpTable::Type SnmpTable::kTypes[] = {
     {"hex", Ber::OctetString, EncodeHexText, DecodeHexText},
     {"oid", Ber::ObjectIdentifier, EncodeOidText, DecodeOidValueText},
     {"ip", Snmp::Tag::IpAddress, EncodeIpText, DecodeIpText},
-    {"counter", Snmp::Tag::Counter32, EncodeUnsigned32Text, DecodeUnsignedText},
-    {"gauge", Snmp::Tag::Gauge32, EncodeUnsigned32Text, DecodeUnsignedText},
-    {"ticks", Snmp::Tag::TimeTicks, EncodeUnsigned32Text, DecodeUnsignedText},
-    {"counter64", Snmp::Tag::Counter64, EncodeUnsigned64Text, DecodeUnsignedText},
+    {"counter", Snmp::Tag::Counter32, EncodeUnsignedText<UINT32_MAX>, DecodeUnsignedText},
+    {"gauge", Snmp::Tag::Gauge32, EncodeUnsignedText<UINT32_MAX>, DecodeUnsignedText},
+    {"ticks", Snmp::Tag::TimeTicks, EncodeUnsignedText<UINT32_MAX>, DecodeUnsignedText},
+    {"counter64", Snmp::Tag::Counter64, EncodeUnsignedText<UINT64_MAX>, DecodeUnsignedText},
 };
 
 const SnmpTable::Type& SnmpTable::FindType(std::string_view name) {
@@ -165,6 +162,7 @@ void SnmpTable::AddColumn(std::string_view column, std::string_view rest, const 
     }
     const Snmp::Oid columnOid = Joined(rows.entry, ParsedArcs(column));
     for (size_t i = 0; i < cells.size(); ++i) {
+        // Tables have holes: a row without this column.
         if (cells[i] != "~")
             AddObject(Joined(columnOid, rows.indices[i]), type + " " + std::string(cells[i]));
     }
@@ -217,6 +215,7 @@ void SnmpTable::Set(const Snmp::VarBind& binding) {
     const std::lock_guard lock(mutex_);
     Object& object = objects_.at(binding.oid);
     const std::string text = object.type->decode(binding.value.content).value_or("");
+    // What shows a value of the device changes that value, and so what every other service shows.
     if (const std::optional<std::string> name = SoleValueName(object.text)) {
         values_.Set(*name, text);
     } else {

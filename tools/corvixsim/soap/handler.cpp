@@ -46,6 +46,7 @@ HttpResponse SoapHandler::Answer(const SoapRequest& request) const {
 }
 
 HttpResponse SoapHandler::AnswerGet(const SoapRequest& request) const {
+    // Names of files, not paths: what is not embedded or below the device's folder cannot be reached.
     const auto file = device_.files.find("soap/Get/" + LastPart(request.resource) + ".xml");
     if (file == device_.files.end()) {
         return FaultResponse(request, "wsa:DestinationUnreachable", "no such resource: " + request.resource);
@@ -57,6 +58,7 @@ HttpResponse SoapHandler::AnswerGet(const SoapRequest& request) const {
 std::string SoapHandler::ElementData(const std::string& name) const {
     const auto file = device_.files.find("soap/PrinterElements/" + name + ".xml");
     const std::string start = "<wprt:ElementData Name=\"wprt:" + EscapeXml(name) + "\" Valid=";
+    // The protocol answers for each element: one that does not exist is named and not valid.
     if (file == device_.files.end()) return start + "\"false\"/>\n";
     return start + "\"true\">\n" + device_.values.Expand(file->second, EscapeXml) + "</wprt:ElementData>\n";
 }

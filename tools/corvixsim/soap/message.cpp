@@ -7,32 +7,6 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 
-struct Reference {
-    std::string_view name;
-    char character;
-};
-
-constexpr Reference kReferences[] = {
-    {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}};
-
-char TakeCharacter(std::string_view& text) {
-    for (const Reference& reference : kReferences) {
-        if (!StartsWith(text, reference.name)) continue;
-        text.remove_prefix(reference.name.size());
-        return reference.character;
-    }
-    const char c = text.front();
-    text.remove_prefix(1);
-    return c;
-}
-
-std::string Unescape(std::string_view text) {
-    std::string plain;
-    while (!text.empty())
-        plain += TakeCharacter(text);
-    return plain;
-}
-
 std::string LocalName(std::string_view name) { return std::string(name.substr(name.find(':') + 1)); }
 
 /// Walks over the tags of a document and keeps the leaves.
@@ -56,7 +30,9 @@ private:
         rest_.remove_prefix(tag);
         if (StartsWith(rest_, "<!--")) return Skip("-->");
         if (StartsWith(rest_, "<?")) return Skip("?>");
+        // A document type has no place in SOAP, and what entities it declares is not to be found out here.
         if (StartsWith(rest_, "<!")) return Fail();
+        // Attributes are passed over: nothing that is asked for here depends on one.
         const size_t end = rest_.find('>');
         if (end == std::string_view::npos) return Fail();
         const std::string_view content = rest_.substr(1, end - 1);
@@ -81,7 +57,8 @@ private:
     bool Close(std::string_view name) {
         name = name.substr(0, name.find_first_of(kBlanks));
         if (open_.empty() || open_.back() != name) return Fail();
-        if (afterStart_) leaves.push_back({LocalName(name), Unescape(Trim(text_))});
+        // Text counts only between a start tag and its own end tag.
+        if (afterStart_) leaves.push_back({LocalName(name), UnescapeXml(Trim(text_))});
         open_.pop_back();
         afterStart_ = false;
         return true;
@@ -134,6 +111,7 @@ std::optional<SoapRequest> ReadSoapRequest(std::string_view xml) {
     }
     SoapRequest request;
     for (const XmlLeaf& leaf : *leaves) {
+        // By their local names: clients differ in the prefixes, and even in the version of WS-Addressing.
         if (leaf.name == "Action") request.action = leaf.text;
         if (leaf.name == "MessageID") request.messageId = leaf.text;
         if (leaf.name == "ResourceURI") request.resource = leaf.text;
