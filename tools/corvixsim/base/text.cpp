@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <stdexcept>
 
 #include "wire/ascii.h"
 
@@ -44,6 +45,21 @@ std::vector<std::string_view> SplitLines(std::string_view text) {
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
     return lines;
+}
+
+void ForEachLine(std::string_view text, const char* what,
+                 const std::function<void(std::string_view line)>& take) {
+    int number = 0;
+    for (const std::string_view line : SplitLines(text)) {
+        ++number;
+        if (Trim(line).empty() || Trim(line).front() == '#') continue;
+        try {
+            take(line);
+        } catch (const std::invalid_argument& error) {
+            throw std::invalid_argument(std::string(what) + ", line " + std::to_string(number) + ": " +
+                                        error.what());
+        }
+    }
 }
 
 std::vector<std::string_view> Split(std::string_view text, char separator) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,11 @@ std::string_view Trim(std::string_view text);
 
 /// The lines of a text without their ends; a last line without an end counts.
 std::vector<std::string_view> SplitLines(std::string_view text);
+
+/// Hands on each line that is neither blank nor begins with '#'. A std::invalid_argument thrown meanwhile goes on with
+/// `what` and the number of the line before its reason.
+void ForEachLine(std::string_view text, const char* what,
+                 const std::function<void(std::string_view line)>& take);
 
 /// The parts between separators, trimmed; empty parts are kept. An empty text has no parts.
 std::vector<std::string_view> Split(std::string_view text, char separator);

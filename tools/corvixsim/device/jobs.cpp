@@ -98,8 +98,8 @@ std::optional<Jobs::Clock::time_point> Jobs::AdvanceJob(Entry& entry, Clock::tim
         entry.last = now;
     }
     while (!entry.job.Final() && entry.nextTimed < entry.script.timed.size()) {
-        const JobScript::Timed& next = entry.script.timed[entry.nextTimed];
-        const Clock::time_point due = entry.last + milliseconds(next.delay);
+        const JobScript::Entry& next = entry.script.timed[entry.nextTimed];
+        const Clock::time_point due = entry.last + milliseconds(next.at);
         if (due > now) return due;
         // Counted from when the step was due, not from now: delays do not add up.
         entry.last = due;
@@ -230,7 +230,7 @@ bool Jobs::AddOctets(int id, size_t place, uint64_t octets) {
     entry.job.octets += octets;
     const size_t before = entry.nextCounted;
     while (entry.nextCounted < entry.script.counted.size() &&
-           entry.script.counted[entry.nextCounted].octets <= entry.job.octets) {
+           entry.script.counted[entry.nextCounted].at <= entry.job.octets) {
         TakeStep(entry, entry.script.counted[entry.nextCounted++].step);
     }
     if (entry.nextCounted != before) changed_.notify_all();

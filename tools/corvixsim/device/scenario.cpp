@@ -48,16 +48,7 @@ JobStep ParseJobStep(std::string_view text) {
 
 Scenario::Scenario(std::string_view text) {
     JobScript* script = nullptr;
-    int number = 0;
-    for (const std::string_view line : SplitLines(text)) {
-        ++number;
-        if (Trim(line).empty() || Trim(line).front() == '#') continue;
-        try {
-            ParseLine(line, script);
-        } catch (const std::invalid_argument& error) {
-            throw std::invalid_argument("scenario, line " + std::to_string(number) + ": " + error.what());
-        }
-    }
+    ForEachLine(text, "scenario", [&](std::string_view line) { ParseLine(line, script); });
 }
 
 void Scenario::ParseLine(std::string_view line, JobScript*& script) {

@@ -39,16 +39,12 @@ JobStep ParseJobStep(std::string_view text);
 
 /// What happens to one job.
 struct JobScript {
-    struct Timed {
-        uint64_t delay;  ///< milliseconds after the step before
+    struct Entry {
+        uint64_t at;
         JobStep step;
     };
-    struct Counted {
-        uint64_t octets;  ///< of documents that have arrived
-        JobStep step;
-    };
-    std::vector<Timed> timed;
-    std::vector<Counted> counted;
+    std::vector<Entry> timed;    ///< each so many milliseconds after the one before
+    std::vector<Entry> counted;  ///< each when so many bytes of documents have arrived
 };
 
 class Scenario {

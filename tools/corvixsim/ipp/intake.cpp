@@ -93,7 +93,8 @@ void IppIntake::Receive(int id, const IppMessage& request, IppSource& source, bo
     if (!wanted) throw IppError(IppStatus::JobCanceled, "the job was canceled");
 }
 
-void IppIntake::Refer(int id, const IppMessage& request, bool last) {
+void IppIntake::Refer(int id, const IppMessage& request, IppSource&, bool last) {
+    CheckUri(request);
     Receipt(jobs_, id, DocumentOf(request)).Finish(last);
 }
 

@@ -19,7 +19,10 @@ public:
     void Receive(int id, const IppMessage& request, IppSource& source, bool last);
 
     /// Notes the document that a request refers to. Throws as Receive() does, and for a URI that cannot be printed.
-    void Refer(int id, const IppMessage& request, bool last);
+    void Refer(int id, const IppMessage& request, IppSource&, bool last);
+
+    /// One of these two.
+    using Way = void (IppIntake::*)(int id, const IppMessage& request, IppSource& source, bool last);
 
     /// Throws IppError for a "document-uri" that is missing or of an unknown scheme.
     static void CheckUri(const IppMessage& request);

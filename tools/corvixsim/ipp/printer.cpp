@@ -159,22 +159,31 @@ IppMessage IppPrinter::JobAnswer(const IppCall& call, int id, const IppGroup& un
     return answer;
 }
 
-IppMessage IppPrinter::PrintJob(const IppCall& call) {
+IppMessage IppPrinter::Print(const IppCall& call, IppIntake::Way take) {
     CheckDocumentFormat(call);
     const IppGroup unsupported = UnsupportedOf(call);
     const int id = NewJob(call, unsupported);
-    intake_.Receive(id, call.request, call.source, true);
+    (intake_.*take)(id, call.request, call.source, true);
     return JobAnswer(call, id, unsupported);
 }
 
-IppMessage IppPrinter::PrintUri(const IppCall& call) {
-    IppIntake::CheckUri(call.request);
+IppMessage IppPrinter::Send(const IppCall& call, IppIntake::Way take) {
+    const int id = JobOf(call).id;
+    const bool last = IsLast(call);
     CheckDocumentFormat(call);
-    const IppGroup unsupported = UnsupportedOf(call);
-    const int id = NewJob(call, unsupported);
-    intake_.Refer(id, call.request, true);
-    return JobAnswer(call, id, unsupported);
+    (intake_.*take)(id, call.request, call.source, last);
+    return JobAnswer(call, id, {});
 }
+
+IppMessage IppPrinter::PrintJob(const IppCall& call) { return Print(call, &IppIntake::Receive); }
+IppMessage IppPrinter::SendDocument(const IppCall& call) { return Send(call, &IppIntake::Receive); }
+
+IppMessage IppPrinter::PrintUri(const IppCall& call) {
+    IppIntake::CheckUri(call.request);  // before there is a job for it
+    return Print(call, &IppIntake::Refer);
+}
+
+IppMessage IppPrinter::SendUri(const IppCall& call) { return Send(call, &IppIntake::Refer); }
 
 IppMessage IppPrinter::ValidateJob(const IppCall& call) {
     CheckDocumentFormat(call);
@@ -188,22 +197,6 @@ IppMessage IppPrinter::ValidateJob(const IppCall& call) {
 IppMessage IppPrinter::CreateJob(const IppCall& call) {
     const IppGroup unsupported = UnsupportedOf(call);
     return JobAnswer(call, NewJob(call, unsupported), unsupported);
-}
-
-IppMessage IppPrinter::SendDocument(const IppCall& call) {
-    const int id = JobOf(call).id;
-    const bool last = IsLast(call);
-    CheckDocumentFormat(call);
-    intake_.Receive(id, call.request, call.source, last);
-    return JobAnswer(call, id, {});
-}
-
-IppMessage IppPrinter::SendUri(const IppCall& call) {
-    const int id = JobOf(call).id;
-    const bool last = IsLast(call);
-    IppIntake::CheckUri(call.request);
-    intake_.Refer(id, call.request, last);
-    return JobAnswer(call, id, {});
 }
 
 IppMessage IppPrinter::CloseJob(const IppCall& call) {

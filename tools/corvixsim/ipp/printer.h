@@ -49,6 +49,8 @@ private:
     IppMessage GetPrinterAttributes(const IppCall& call);
     IppMessage IdentifyPrinter(const IppCall& call);
 
+    IppMessage Print(const IppCall& call, IppIntake::Way take);
+    IppMessage Send(const IppCall& call, IppIntake::Way take);
     IppAttributeGroups PrinterAttributes(const IppCall& call) const;
     IppGroup UnsupportedOf(const IppCall& call) const;
     int NewJob(const IppCall& call, const IppGroup& unsupported);

@@ -119,17 +119,7 @@ const SnmpTable::Type& SnmpTable::FindType(std::string_view name) {
 
 SnmpTable::SnmpTable(std::string_view text, Values& values) : values_(values) {
     Rows rows;
-    int number = 0;
-    for (const std::string_view line : SplitLines(text)) {
-        ++number;
-        if (Trim(line).empty() || Trim(line).front() == '#') continue;
-        try {
-            ParseLine(line, rows);
-        } catch (const std::invalid_argument& error) {
-            throw std::invalid_argument("managed objects, line " + std::to_string(number) + ": " +
-                                        error.what());
-        }
-    }
+    ForEachLine(text, "managed objects", [&](std::string_view line) { ParseLine(line, rows); });
 }
 
 void SnmpTable::ParseLine(std::string_view line, Rows& rows) {

@@ -9,10 +9,10 @@ constexpr std::string_view kBlanks = " \t\r\n";
 
 std::string LocalName(std::string_view name) { return std::string(name.substr(name.find(':') + 1)); }
 
-/// Walks over the tags of a document and keeps the leaves.
-class LeafReader {
+/// Walks over the tags of a document and keeps what a request says in elements without child elements.
+class SoapReader {
 public:
-    explicit LeafReader(std::string_view xml) : rest_(xml) {}
+    explicit SoapReader(std::string_view xml) : rest_(xml) {}
 
     bool Read() {
         while (Next()) {
@@ -20,7 +20,7 @@ public:
         return !failed_ && sawElement_ && open_.empty();
     }
 
-    std::vector<XmlLeaf> leaves;
+    SoapRequest request;
 
 private:
     bool Next() {
@@ -47,7 +47,7 @@ private:
         sawElement_ = true;
         afterStart_ = !isEmpty;
         if (isEmpty) {
-            leaves.push_back({LocalName(name), {}});
+            Keep(name, {});
         } else {
             open_.push_back(name);
         }
@@ -58,10 +58,19 @@ private:
         name = name.substr(0, name.find_first_of(kBlanks));
         if (open_.empty() || open_.back() != name) return Fail();
         // Text counts only between a start tag and its own end tag.
-        if (afterStart_) leaves.push_back({LocalName(name), UnescapeXml(Trim(text_))});
+        if (afterStart_) Keep(name, UnescapeXml(Trim(text_)));
         open_.pop_back();
         afterStart_ = false;
         return true;
+    }
+
+    // By their local names: clients differ in the prefixes, and even in the version of WS-Addressing.
+    void Keep(std::string_view prefixedName, const std::string& text) {
+        const std::string name = LocalName(prefixedName);
+        if (name == "Action") request.action = text;
+        if (name == "MessageID") request.messageId = text;
+        if (name == "ResourceURI") request.resource = text;
+        if (name == "Name") request.elementNames.push_back(LocalName(text));
     }
 
     bool Skip(std::string_view ending) {
@@ -96,29 +105,14 @@ std::string Envelope(const SoapRequest& request, const std::string& action, cons
 
 }  // namespace
 
-std::optional<std::vector<XmlLeaf>> ReadLeaves(std::string_view xml) {
-    LeafReader reader(xml);
-    if (!reader.Read()) return std::nullopt;
-    return std::move(reader.leaves);
-}
-
 std::string SoapRequest::Operation() const { return action.substr(action.rfind('/') + 1); }
 
 std::optional<SoapRequest> ReadSoapRequest(std::string_view xml) {
-    const std::optional<std::vector<XmlLeaf>> leaves = ReadLeaves(xml);
-    if (!leaves || xml.find("http://www.w3.org/2003/05/soap-envelope") == std::string_view::npos) {
-        return std::nullopt;
-    }
-    SoapRequest request;
-    for (const XmlLeaf& leaf : *leaves) {
-        // By their local names: clients differ in the prefixes, and even in the version of WS-Addressing.
-        if (leaf.name == "Action") request.action = leaf.text;
-        if (leaf.name == "MessageID") request.messageId = leaf.text;
-        if (leaf.name == "ResourceURI") request.resource = leaf.text;
-        if (leaf.name == "Name") request.elementNames.push_back(LocalName(leaf.text));
-    }
-    if (request.action.empty()) return std::nullopt;
-    return request;
+    SoapReader reader(xml);
+    const bool isSoap =
+        reader.Read() && xml.find("http://www.w3.org/2003/05/soap-envelope") != std::string_view::npos;
+    if (!isSoap || reader.request.action.empty()) return std::nullopt;
+    return std::move(reader.request);
 }
 
 std::string SoapAnswer(const SoapRequest& request, const std::string& action, const std::string& body) {

@@ -8,16 +8,6 @@
 
 namespace CorvixSim {
 
-/// An element without child elements.
-struct XmlLeaf {
-    std::string name;  ///< without its prefix
-    std::string text;  ///< references resolved
-};
-
-/// The leaves of a document in their order; nothing when its elements are not properly nested or it holds a
-/// document type declaration.
-std::optional<std::vector<XmlLeaf>> ReadLeaves(std::string_view xml);
-
 struct SoapRequest {
     std::string action;
     std::string messageId;
@@ -28,7 +18,7 @@ struct SoapRequest {
     std::string Operation() const;
 };
 
-/// Nothing when the text is no SOAP envelope with an action.
+/// Nothing when the text is no SOAP envelope with an action, is not well nested or holds a document type declaration.
 std::optional<SoapRequest> ReadSoapRequest(std::string_view xml);
 
 /// An envelope around `body` that relates to the request. The prefix wprt is declared in it.
