@@ -66,7 +66,8 @@ strike() {
 }
 
 # ipp OPERATION [LINE...]: an IPP request by ipptool, with these lines of its language and the file $document (or
-# "text") if one of them is FILE $filename, for $user; shows the status and the attributes. job ID [PATTERN]: the attributes of a job.
+# "text") if one of them is FILE $filename, for $user; shows the status and the attributes. job ID [PATTERN]: what a job tells in its
+# state and reasons, or in attributes by another pattern.
 ipp() {
     local operation=$1
     shift
@@ -81,7 +82,9 @@ send() {
         sed 's/^ *//; s/status-code = \([^ ]*\) (\1)/\1/; s/status-code = //'
 }
 
-job() { ipp Get-Job-Attributes "ATTR integer job-id $1" | grep -E "${2-^job-state(-reasons)? }"; }
+job() {
+    ipp Get-Job-Attributes "ATTR integer job-id $1" | grep -E "${2-^job-state(-reasons)? }" | sed 's/.* = //' | paste -sd ' '
+}
 
 # field TAG NAME VALUE: an attribute as it travels; raw_ipp: posts what it reads, and shows version and status.
 sized() { printf "\\x00\\x$(printf %02x ${#1})%s" "$1"; }
