@@ -69,12 +69,8 @@ void Jobs::Run() {
     std::unique_lock lock(mutex_);
     while (!stopping_) {
         // Every change notifies, so the thread sleeps until a step is due or something happens.
-        const std::optional<Clock::time_point> due = Advance(Clock::now());
-        if (due) {
-            changed_.wait_until(lock, *due);
-        } else {
-            changed_.wait(lock);
-        }
+        const Clock::time_point now = Clock::now();
+        changed_.wait_until(lock, Advance(now).value_or(now + std::chrono::hours(1)));
     }
 }
 

@@ -41,22 +41,14 @@ void Values::SetComputed(const std::string& name, std::function<std::string()> c
 
 std::string Values::Get(const std::string& name) const {
     const std::lock_guard lock(mutex_);
-    return GetLocked(name);
-}
-
-std::string Values::GetLocked(const std::string& name) const {
     // A value that was set hides a computed one of its name: a test may stop the clock.
     if (const auto found = values_.find(name); found != values_.end()) return found->second;
     const auto computed = computed_.find(name);
     return computed == computed_.end() ? std::string() : computed->second();
 }
 
-std::string Values::Expand(std::string_view text, Escape escape) const {
+std::string Values::Expand(std::string_view text, Escape escape, int depth) const {
     const std::lock_guard lock(mutex_);
-    return ExpandLocked(text, escape, 0);
-}
-
-std::string Values::ExpandLocked(std::string_view text, Escape escape, int depth) const {
     if (depth == kMaxDepth) return std::string(text);
     std::string expanded;
     for (;;) {
@@ -70,7 +62,7 @@ std::string Values::ExpandLocked(std::string_view text, Escape escape, int depth
             expanded.append(text.substr(open, close + 2 - open));
         } else {
             // Escaped once, at the outermost: an inner value is part of the outer one's text.
-            const std::string value = ExpandLocked(GetLocked(name), nullptr, depth + 1);
+            const std::string value = Expand(Get(name), nullptr, depth + 1);
             expanded += escape ? escape(value) : value;
         }
         text.remove_prefix(close + 2);

@@ -27,16 +27,13 @@ public:
     std::string Get(const std::string& name) const;
 
     /// The text with each {{name}} replaced by the value, escaped if `escape` is given. Values may name
-    /// others in their turn. Unknown names stay.
-    std::string Expand(std::string_view text, Escape escape = nullptr) const;
+    /// others in their turn; `depth` counts how often they do. Unknown names stay.
+    std::string Expand(std::string_view text, Escape escape = nullptr, int depth = 0) const;
 
     std::string Json() const;
 
 private:
-    std::string GetLocked(const std::string& name) const;
-    std::string ExpandLocked(std::string_view text, Escape escape, int depth) const;
-
-    mutable std::mutex mutex_;
+    mutable std::recursive_mutex mutex_;  ///< values name each other: one is worked out within another
     std::map<std::string, std::string> values_;
     std::map<std::string, std::function<std::string()>> computed_;
 };

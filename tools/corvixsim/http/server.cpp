@@ -42,11 +42,7 @@ HttpServer::~HttpServer() {
 
 void HttpServer::Refuse(bool refuse) {
     const std::lock_guard lock(listenMutex_);
-    if (refuse) {
-        StopListening();
-    } else {
-        StartListening();
-    }
+    refuse ? StopListening() : StartListening();
 }
 
 void HttpServer::StartListening() {
@@ -112,11 +108,8 @@ void HttpServer::RemoveEnded() {
 void HttpServer::Run(Connection& connection) {
     const AfterAnswer after = Serve(connection.socket);
     const std::lock_guard lock(mutex_);
-    if (after == AfterAnswer::Reset) {
-        connection.socket.CloseWithReset();
-    } else {
-        connection.socket.Close();
-    }
+    if (after == AfterAnswer::Reset) connection.socket.CloseWithReset();
+    connection.socket.Close();
     connection.ended = true;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/text.h"
 #include "ipp/attributetext.h"
 
 namespace CorvixSim {
@@ -38,15 +39,15 @@ std::string JobUuid(const std::string& printerUuid, int id) {
     return "urn:uuid:" + printerUuid.substr(0, 24) + node;
 }
 
-std::vector<IppAttribute> DescriptionOf(const Job& job, const JobView& view) {
-    const std::string printer = "ipp://" + view.host + "/ipp/print";
+std::vector<IppAttribute> DescriptionOf(const Job& job, const std::string& host, const Values& values) {
+    const std::string printer = "ipp://" + host + "/ipp/print";
     const auto documents = static_cast<int32_t>(job.documents.size());
     // Nothing is rendered: each document counts as one page, once the job is completed.
     const int32_t pages = job.state == JobState::Completed ? documents : 0;
     return {
         NumberAttribute(Ipp::Tag::Integer, "job-id", job.id),
         TextAttribute(Ipp::Tag::Uri, "job-uri", printer + "/" + std::to_string(job.id)),
-        TextAttribute(Ipp::Tag::Uri, "job-uuid", JobUuid(view.printerUuid, job.id)),
+        TextAttribute(Ipp::Tag::Uri, "job-uuid", JobUuid(values.Get("uuid"), job.id)),
         TextAttribute(Ipp::Tag::Uri, "job-printer-uri", printer),
         TextAttribute(Ipp::Tag::NameWithoutLanguage, "job-name", job.name),
         TextAttribute(Ipp::Tag::NameWithoutLanguage, "job-originating-user-name", job.user),
@@ -58,7 +59,8 @@ std::vector<IppAttribute> DescriptionOf(const Job& job, const JobView& view) {
         NumberAttribute(Ipp::Tag::Integer, "job-impressions-completed", pages),
         NumberAttribute(Ipp::Tag::Integer, "job-media-sheets-completed", pages),
         NumberAttribute(Ipp::Tag::Integer, "number-of-documents", documents),
-        NumberAttribute(Ipp::Tag::Integer, "job-printer-up-time", view.uptime),
+        NumberAttribute(Ipp::Tag::Integer, "job-printer-up-time",
+                        ParseInteger(values.Get("uptime")).value_or(0)),
         NumberAttribute(Ipp::Tag::Integer, "time-at-creation", job.createdAt),
         OptionalNumber("time-at-processing", job.processingAt),
         OptionalNumber("time-at-completed", job.completedAt),
@@ -70,7 +72,8 @@ std::vector<IppAttribute> DescriptionOf(const Job& job, const JobView& view) {
 
 }  // namespace
 
-IppGroup ShowJob(const Job& job, const JobView& view, const std::set<std::string>& names) {
+IppGroup ShowJob(const Job& job, const std::string& host, const Values& values,
+                 const std::set<std::string>& names) {
     IppGroup group{Ipp::Tag::JobAttributes, {}};
     const auto add = [&](const std::vector<IppAttribute>& attributes, const char* groupName) {
         const bool whole = names.count("all") + names.count(groupName) != 0;
@@ -78,7 +81,7 @@ IppGroup ShowJob(const Job& job, const JobView& view, const std::set<std::string
             if (whole || names.count(attribute.name) != 0) group.attributes.push_back(attribute);
         }
     };
-    add(DescriptionOf(job, view), "job-description");
+    add(DescriptionOf(job, host, values), "job-description");
     add(job.attributes, "job-template");
     return group;
 }

@@ -154,8 +154,9 @@ IppMessage IppPrinter::JobAnswer(const IppCall& call, int id, const IppGroup& un
     IppMessage answer = AnswerTo(
         call.request, unsupported.attributes.empty() ? IppStatus::Ok : IppStatus::OkIgnoredOrSubstituted);
     if (!unsupported.attributes.empty()) answer.groups.push_back(unsupported);
-    answer.groups.push_back(ShowJob(
-        *job, ViewOf(call), {"job-id", "job-uri", "job-state", "job-state-reasons", "job-state-message"}));
+    answer.groups.push_back(
+        ShowJob(*job, call.host, device_.values,
+                {"job-id", "job-uri", "job-state", "job-state-reasons", "job-state-message"}));
     return answer;
 }
 
@@ -259,19 +260,15 @@ IppMessage IppPrinter::GetJobs(const IppCall& call) {
     const std::set<std::string> names = RequestedNames(call.request, {"job-id", "job-uri"});
     IppMessage answer = AnswerTo(call.request);
     for (const Job& job : JobsFor(call))
-        answer.groups.push_back(ShowJob(job, ViewOf(call), names));
+        answer.groups.push_back(ShowJob(job, call.host, device_.values, names));
     return answer;
 }
 
 IppMessage IppPrinter::GetJobAttributes(const IppCall& call) {
     const std::set<std::string> names = RequestedNames(call.request, {"all"});
     IppMessage answer = AnswerTo(call.request);
-    answer.groups.push_back(ShowJob(JobOf(call), ViewOf(call), names));
+    answer.groups.push_back(ShowJob(JobOf(call), call.host, device_.values, names));
     return answer;
-}
-
-JobView IppPrinter::ViewOf(const IppCall& call) const {
-    return {call.host, device_.values.Get("uuid"), ParseInteger(device_.values.Get("uptime")).value_or(0)};
 }
 
 }  // namespace CorvixSim

@@ -57,7 +57,6 @@ private:
     void CheckDocumentFormat(const IppCall& call) const;
     Job JobOf(const IppCall& call) const;
     std::vector<Job> JobsFor(const IppCall& call) const;
-    JobView ViewOf(const IppCall& call) const;
     IppMessage JobAnswer(const IppCall& call, int id, const IppGroup& unsupported) const;
 
     Device& device_;
