@@ -140,7 +140,7 @@ unsigned long ReadMilliseconds(std::wstring_view option, const std::wstring& tex
     return static_cast<unsigned long>(milliseconds);
 }
 
-std::wstring ClosestWord(std::wstring_view typed, const std::vector<std::wstring>& words) {
+std::wstring DidYouMean(std::wstring_view typed, const std::vector<std::wstring>& words) {
     std::wstring closest;
     size_t least = 1 + typed.size() / 3;  // further away it is another word, not a slip
     for (const std::wstring& word : words) {
@@ -150,11 +150,6 @@ std::wstring ClosestWord(std::wstring_view typed, const std::vector<std::wstring
         least = distance;
         closest = word;
     }
-    return closest;
-}
-
-std::wstring DidYouMean(std::wstring_view typed, const std::vector<std::wstring>& words) {
-    const std::wstring closest = ClosestWord(typed, words);
     return closest.empty() ? L"" : L"; did you mean " + closest + L"?";
 }
 

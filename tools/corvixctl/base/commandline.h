@@ -45,9 +45,7 @@ unsigned long ReadNumber(std::wstring_view option, const std::wstring& text, uns
 // A time such as "2.5" (seconds), "2.5s" or "800ms", in milliseconds.
 unsigned long ReadMilliseconds(std::wstring_view option, const std::wstring& text);
 
-// The word of a list that a mistyped one was meant to be; empty when there is no likely one.
-std::wstring ClosestWord(std::wstring_view typed, const std::vector<std::wstring>& words);
-// "; did you mean X?", or nothing.
+// "; did you mean X?" with the word of a list that a mistyped one was meant to be, or nothing.
 std::wstring DidYouMean(std::wstring_view typed, const std::vector<std::wstring>& words);
 
 }  // namespace CorvixCtl

@@ -18,10 +18,8 @@ std::wstring SystemText(unsigned long code) {
     line.erase(line.find_last_not_of(L" .\r\n") + 1);
     if (!line.empty()) return line;
     // Small codes are looked up in decimal, results of COM in hexadecimal.
-    return L"error " + (code > 0xFFFF ? ToHex(code) : std::to_wstring(code));
+    return L"error " + Formatted(code > 0xFFFF ? L"0x%08lX" : L"%lu", code);
 }
-
-std::wstring ToHex(unsigned long code) { return Formatted(L"0x%08lX", code); }
 
 double SecondsSince(unsigned long long fileTime) {
     FILETIME now = {};

@@ -44,21 +44,6 @@ std::wstring Indented(const std::wstring& lines) {
     return text + L"\n";
 }
 
-const std::vector<Entry>& ExitCodes() {
-    static const std::vector<Entry> codes = {
-        {L"0", L"everything that was asked for was answered"},
-        {L"1", L"some of it failed"},
-        {L"2", L"the command line is wrong"},
-        {L"3", L"the device is not reachable"},
-        {L"4", L"the data map cannot be read"},
-        {L"5", L"the printer did not take the job, as when it is busy"},
-        {L"6", L"the job was aborted, or broke off on its way to the printer"},
-        {L"7", L"the job was canceled, at the printer or by somebody else"},
-        {L"130", L"interrupted with Ctrl-C; print cancels its job then"},
-    };
-    return codes;
-}
-
 }  // namespace
 
 std::wstring ProgramHelp() {
@@ -72,7 +57,16 @@ std::wstring ProgramHelp() {
            List(commands) + L"\nOptions\n" +
            List({{L"--help", L"this text; after a command, that command's"},
                  {L"--version", L"the program's version"}}) +
-           L"\nExit codes\n" + List(ExitCodes()) +
+           L"\nExit codes\n" +
+           List({{L"0", L"everything that was asked for was answered"},
+                 {L"1", L"some of it failed"},
+                 {L"2", L"the command line is wrong"},
+                 {L"3", L"the device is not reachable"},
+                 {L"4", L"the data map cannot be read"},
+                 {L"5", L"the printer did not take the job, as when it is busy"},
+                 {L"6", L"the job was aborted, or broke off on its way to the printer"},
+                 {L"7", L"the job was canceled, at the printer or by somebody else"},
+                 {L"130", L"interrupted with Ctrl-C; print cancels its job then"}}) +
            L"\nExamples\n"
            L"  corvixctl items maps/plsxml.xml\n"
            L"  corvixctl get --device 192.0.2.7 --map maps/plsxml.xml\n"

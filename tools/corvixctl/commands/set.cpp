@@ -22,21 +22,6 @@ const OptionGroup mapOptions = {
     {{L"map", L"FILE", L"a data map document with one OIDDataMap that holds the one item to write"}},
 };
 
-// What the library makes of a request that a readable map led to.
-struct StatusText {
-    RequestStatus status;
-    ExitCode code;
-    const wchar_t* text;
-};
-constexpr StatusText statusTexts[] = {
-    {RequestStatus::UnsupportedMap, ExitCode::BadMap, L"only an OIDDataMap can be written"},
-    {RequestStatus::WebServiceReadOnly, ExitCode::BadMap, L"only an OIDDataMap can be written"},
-    {RequestStatus::NoItemName, ExitCode::BadMap, L"its first map holds no item to write"},
-    {RequestStatus::NoOidItem, ExitCode::BadMap, L"the item has no OID"},
-    {RequestStatus::SnmpWriteFailed, ExitCode::Incomplete,
-     L"the device answers, but did not take the value: not writable, or another --community"},
-};
-
 int ReadInteger(const std::wstring& text) {
     wchar_t* end = nullptr;
     errno = 0;
@@ -71,12 +56,12 @@ void Write(const Device& device, const MapFile& file, int number) {
     if (result == S_OK) return;
     StopIfInterrupted();
     const auto status = static_cast<RequestStatus>(result);
+    if (status == RequestStatus::NoOidItem) throw Failure(ExitCode::BadMap, L"set: the item has no OID");
     // One status for "not taken" and "not there": asking for something else tells which.
     if (status == RequestStatus::SnmpWriteFailed) {
         if (const auto reason = WhyNoSnmp(*device.address)) FailAsUnreachable(device, *reason);
-    }
-    for (const StatusText& known : statusTexts) {
-        if (known.status == status) throw Failure(known.code, L"set: " + std::wstring(known.text));
+        throw Failure(ExitCode::Incomplete, L"set: the device answers, but did not take the value: not " +
+                                                std::wstring(L"writable, or another --community"));
     }
     throw Failure(ExitCode::Incomplete, L"set: " + SystemText(static_cast<unsigned long>(result)));
 }

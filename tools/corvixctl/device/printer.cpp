@@ -102,15 +102,6 @@ Printer OpenResource(const Arguments& arguments, const std::wstring& usualResour
 
 // ---- failures
 
-struct LibraryError {
-    IPPError code;
-    const wchar_t* text;
-};
-constexpr LibraryError libraryErrors[] = {
-    {IPPError::PathMissing, L"the path is missing; such as /ipp/print"},
-    {IPPError::PathTooShort, L"the path is too short; such as /ipp/print"},
-};
-
 [[noreturn]] void FailAsOutOfReach(const Printer& printer, const CorvixTransport::ExchangeRecord& exchange) {
     const std::wstring reason = DescribeConnection(exchange);
     if (!printer.isNamedByUri) FailAsUnreachable(printer.device, reason);
@@ -150,9 +141,10 @@ DisposablePtr<IPPAttributes> QueryPrinter(const Printer& printer, const std::str
 }
 
 std::wstring ReasonOfIppFailure(const Printer& printer, unsigned long lastError) {
-    for (const LibraryError& known : libraryErrors) {
-        if (static_cast<unsigned long>(known.code) == lastError) return known.text;
-    }
+    if (lastError == static_cast<unsigned long>(IPPError::PathMissing))
+        return L"the path is missing; such as /ipp/print";
+    if (lastError == static_cast<unsigned long>(IPPError::PathTooShort))
+        return L"the path is too short; such as /ipp/print";
     // What the transport saw says more than the library's last error, which has one number for many causes.
     if (const auto& exchange = printer.device.journal->Last())
         return DescribeIppExchange(*exchange, notReadable);

@@ -22,26 +22,13 @@ std::string ReadMapFile(const std::wstring& path) {
     return bytes;
 }
 
-std::wstring ReasonOf(IXMLDOMDocument& document) {
-    ComPtr<IXMLDOMParseError> error;
-    Bstr reason;
-    if (FAILED(document.get_parseError(&error)) || FAILED(error->get_reason(reason.Receive()))) return {};
-    std::wstring text(reason.View());
-    text.erase(text.find_last_not_of(L" .\r\n") + 1);
-    // Some parsers know no better.
-    return text == L"error" ? std::wstring() : text;
-}
-
-// The DOM of some systems gives no line. So the place comes from another reader of the same bytes; where that one is
-// content, the DOM's own words have to do.
-Failure NotXml(const std::wstring& path, const std::string& bytes, IXMLDOMDocument& document) {
+// The DOM of some systems gives neither line nor reason, so both come from another reader of the same bytes.
+Failure NotXml(const std::wstring& path, const std::string& bytes) {
     Corvix::DocumentFault fault = {};
-    if (FindDocumentFault(bytes.data(), static_cast<unsigned long>(bytes.size()), &fault) == S_OK) {
-        return BadMap(path, L"not well-formed XML at line " + std::to_wstring(fault.line) + L", column " +
-                                std::to_wstring(fault.column) + L": " + fault.reason);
-    }
-    const std::wstring reason = ReasonOf(document);
-    return BadMap(path, L"not well-formed XML" + (reason.empty() ? L"" : L": " + reason));
+    if (FindDocumentFault(bytes.data(), static_cast<unsigned long>(bytes.size()), &fault) != S_OK)
+        return BadMap(path, L"not well-formed XML");
+    return BadMap(path, L"not well-formed XML at line " + std::to_wstring(fault.line) + L", column " +
+                            std::to_wstring(fault.column) + L": " + fault.reason);
 }
 
 ComPtr<IXMLDOMDocument> ParseMap(const std::wstring& path, const std::string& bytes) {
@@ -59,7 +46,7 @@ ComPtr<IXMLDOMDocument> ParseMap(const std::wstring& path, const std::string& by
     // Otherwise load() returns before it knows.
     document->put_async(VARIANT_FALSE);
     if (!stream || FAILED(document->load(source, &loaded)) || loaded != VARIANT_TRUE)
-        throw NotXml(path, bytes, *document.Get());
+        throw NotXml(path, bytes);
     return document;
 }
 

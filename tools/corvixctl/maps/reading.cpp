@@ -53,22 +53,23 @@ std::wstring ResultText(HRESULT result) {
     return L"not answered by the device: " + SystemText(static_cast<unsigned long>(result));
 }
 
-bool IsNamed(const MapItem& item, std::wstring_view name) { return item.name == name; }
-
-const MapItem* FindNamed(const MapInfo& map, std::wstring_view name) {
+const MapItem* FindExactly(const MapInfo& map, std::wstring_view name) {
     const auto found = std::find_if(map.items.begin(), map.items.end(),
-                                    [&](const MapItem& item) { return IsNamed(item, name); });
+                                    [&](const MapItem& item) { return item.name == name; });
     return found == map.items.end() ? nullptr : &*found;
+}
+
+// A name with a prefix asks for the item of the name without it.
+const MapItem* FindNamed(const MapInfo& map, std::wstring_view name) {
+    const MapItem* item = FindExactly(map, name);
+    const size_t colon = name.find(L':');
+    return item || colon == std::wstring_view::npos ? item : FindExactly(map, name.substr(colon + 1));
 }
 
 }  // namespace
 
 void ItemReader::Read(const std::wstring& name) {
     const MapItem* item = FindNamed(map_, name);
-    const size_t colon = name.find(L':');
-    // A name with a prefix asks for the item of the name without it.
-    if (!item && colon != std::wstring::npos)
-        item = FindNamed(map_, std::wstring_view(name).substr(colon + 1));
     if (item && item->elements) return ReadElements(name, *item->elements);
     readings_.push_back(ReadOne(name));
 }
@@ -147,12 +148,10 @@ std::wstring ItemReader::ReasonOfFailure(const std::wstring& name, const MapItem
 }
 
 const MapItem* ItemReader::FindItem(const std::wstring& name) const {
-    if (const MapItem* item = FindNamed(map_, name)) return item;
-    const size_t colon = name.find(L':');
-    const std::wstring_view bare =
-        std::wstring_view(name).substr(colon == std::wstring::npos ? 0 : colon + 1);
-    const MapItem* item = FindNamed(map_, bare);
-    return item ? item : FindNamed(map_, bare.substr(0, bare.find(L'.')));
+    const MapItem* item = FindNamed(map_, name);
+    // An element of a walk or a table, such as "supplies.003".
+    return item ? item
+                : FindNamed(map_, std::wstring_view(name).substr(0, name.find(L'.', name.find(L':') + 1)));
 }
 
 std::wstring ItemReader::ReasonOfUnknown(const std::wstring& name) const {

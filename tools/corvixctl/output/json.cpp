@@ -10,21 +10,8 @@ constexpr const wchar_t* lineStart = L"\n  ";
 // Everything above the controls may stand for itself: the output is UTF-8. Only DEL, which steers some terminals, is
 // escaped besides.
 std::wstring ToJsonCharacter(wchar_t c) {
-    switch (c) {
-        case L'"':
-            return L"\\\"";
-        case L'\\':
-            return L"\\\\";
-        case L'\n':
-            return L"\\n";
-        case L'\r':
-            return L"\\r";
-        case L'\t':
-            return L"\\t";
-        default:
-            return c < 0x20 || c == 0x7F ? Formatted(L"\\u%04x", static_cast<unsigned>(c))
-                                         : std::wstring(1, c);
-    }
+    if (c == L'"' || c == L'\\') return {L'\\', c};
+    return c < 0x20 || c == 0x7F ? Escaped(c) : std::wstring(1, c);
 }
 
 // Half of a surrogate pair is left to the conversion to UTF-8, which has U+FFFD for it.
