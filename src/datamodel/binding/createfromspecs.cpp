@@ -37,7 +37,7 @@ BoundMap BindFirstIppMap(IPPProvider& provider, const DataMapSpecCollection& map
 }
 
 /// "urn:uuid:1234" and "1234" are the same device.
-std::wstring WithoutUuidScheme(std::wstring identity) {
+std::wstring WithoutUuidScheme(const std::wstring& identity) {
     constexpr std::wstring_view mark = L"uuid:";
     const size_t found = identity.find(mark);
     return found == std::wstring::npos ? identity : identity.substr(found + mark.size());
@@ -60,7 +60,7 @@ BoundMap BindRemembering(Address& address, const DataMapSpecCollection& maps, Re
 /// be another device's.
 DisposablePtr<ICacheProvider> KeyByDevice(RegCacheProvider& cache, std::wstring identity,
                                           const DataMapSpec& map) {
-    identity = WithoutUuidScheme(std::move(identity));
+    identity = WithoutUuidScheme(identity);
     if (!IsBlank(identity)) return DeviceCache::Create(cache, std::move(identity), map.GetProtocolType());
     if (cache.HasBaseKey()) logSource.Warning(L"The device has no identity: its values are not cached");
     return {};

@@ -1,5 +1,6 @@
 #include "datamodel/binding/mapbinders.h"
 
+#include <cwchar>
 #include <utility>
 
 #include "datamodel/binding/deferredproviders.h"
@@ -49,7 +50,9 @@ std::wstring ReadXmlIdentity(IXMLProvider& provider) {
     std::wstring text(where.textChars, L'\0');
     const HRESULT result =
         provider.GetValue(where.uri, where.xpath, text.data(), where.textChars, nullptr, true, 0);
-    return result == S_OK ? text.c_str() : std::wstring();
+    if (result != S_OK) return {};
+    text.resize(std::wcslen(text.c_str()));
+    return text;
 }
 
 template <unsigned kind>

@@ -49,10 +49,10 @@ std::optional<std::wstring> TakeInlineValue(std::wstring& word) {
 size_t EditDistance(std::wstring_view left, std::wstring_view right) {
     std::vector<size_t> row(right.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < left.size(); ++i) {
+    for (const wchar_t letter : left) {
         size_t diagonal = row[0]++;
         for (size_t j = 0; j < right.size(); ++j) {
-            const size_t replaced = diagonal + (left[i] == right[j] ? 0 : 1);
+            const size_t replaced = diagonal + (letter == right[j] ? 0 : 1);
             diagonal = row[j + 1];
             row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
         }

@@ -1,6 +1,7 @@
 #include "printing/progress.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/console.h"
 #include "base/text.h"
@@ -17,7 +18,7 @@ constexpr Seconds measureInterval{0.5};
 // "7 s", "2:05", "1:00:09".
 std::wstring ToReadableSpan(double seconds) {
     constexpr double longest = 99 * 3600;
-    const auto whole = static_cast<unsigned long>(std::min(seconds, longest) + 0.5);
+    const auto whole = static_cast<unsigned long>(std::lround(std::min(seconds, longest)));
     if (whole < 60) return Formatted(L"%lu s", whole);
     if (whole < 3600) return Formatted(L"%lu:%02lu", whole / 60, whole % 60);
     return Formatted(L"%lu:%02lu:%02lu", whole / 3600, whole / 60 % 60, whole % 60);

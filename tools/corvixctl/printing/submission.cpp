@@ -119,14 +119,14 @@ std::optional<Submission::Found> Submission::Find() const {
 JobRef Submission::LookForJob() {
     const Failure unanswered = Unanswered();
     // The job that a refused document belongs to is there all the same.
-    if (unanswered.Code() == ExitCode::Refused && job_.IsKnown()) throw unanswered;
+    if (unanswered.Code() == ExitCode::Refused && job_.IsKnown()) throw Failure(unanswered);
     std::optional<Found> found;
     try {
         found = Find();
     } catch (const Failure&) {
-        throw unanswered;  // it tells more than that the list was not to be had either
+        throw Failure(unanswered);  // it tells more than that the list was not to be had either
     }
-    if (!found) throw unanswered;
+    if (!found) throw Failure(unanswered);
     const std::wstring named = unanswered.Message() + L"; job " + std::to_wstring(found->job.id);
     const IPPJobState state = found->status.state;
     if (HasEnded(state) && state != IPPJobState::Completed)

@@ -146,7 +146,7 @@ std::wstring WithNameForIpv6Literal(std::wstring uri) {
     const size_t begin = uri.find(L'[', HostOf(uri));
     const size_t end = uri.find(L']', std::min(begin, uri.size()));
     const bool isInHost = end < uri.find(L'/', HostOf(uri));
-    if (isInHost) std::fill(uri.begin() + begin, uri.begin() + end + 1, L'x');
+    if (isInHost) uri.replace(begin, end + 1 - begin, end + 1 - begin, L'x');
     return uri;
 }
 
