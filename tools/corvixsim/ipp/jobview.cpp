@@ -39,10 +39,10 @@ std::string JobUuid(const std::string& printerUuid, int id) {
     return "urn:uuid:" + printerUuid.substr(0, 24) + node;
 }
 
+// Nothing is rendered: each document counts as one page, once the job is completed.
 std::vector<IppAttribute> DescriptionOf(const Job& job, const std::string& host, const Values& values) {
     const std::string printer = "ipp://" + host + "/ipp/print";
     const auto documents = static_cast<int32_t>(job.documents.size());
-    // Nothing is rendered: each document counts as one page, once the job is completed.
     const int32_t pages = job.state == JobState::Completed ? documents : 0;
     return {
         NumberAttribute(Ipp::Tag::Integer, "job-id", job.id),
