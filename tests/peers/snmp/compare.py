@@ -7,14 +7,18 @@ import sys
 import xml.etree.ElementTree as ElementTree
 
 
-def value_of(text):
+PHYSICAL_ADDRESS = (1, 3, 6, 1, 2, 1, 2, 2, 1, 6)
+
+
+def value_of(oid, text):
     kind, _, rest = text.partition(': ')
     if kind == 'OID':
         return rest[1:]
     if kind == 'Hex-STRING' or text == '""':
         octets = bytes.fromhex(rest)
         control = any(octet < 32 or octet == 127 for octet in octets)
-        return octets.hex(' ').upper() if control else octets.decode()
+        shown_as_bytes = control or oid[:len(PHYSICAL_ADDRESS)] == PHYSICAL_ADDRESS
+        return octets.hex(' ').upper() if shown_as_bytes else octets.decode()
     number = int(rest or kind) & 0xFFFFFFFF  # a VARIANT's 32 bits, which have a sign
     return number - (number >> 31 << 32)
 
@@ -22,7 +26,8 @@ def value_of(text):
 lines = open(sys.argv[2]).read().replace('\n.', '\0.').split('\0')
 objects = {}
 for name, _, text in (line.replace('\n', '').partition(' = ') for line in lines):
-    objects[tuple(map(int, name[1:].split('.')))] = value_of(text)
+    oid = tuple(map(int, name[1:].split('.')))
+    objects[oid] = value_of(oid, text)
 items = list(ElementTree.parse(sys.argv[1]).getroot().find('OIDDataMap'))
 
 
