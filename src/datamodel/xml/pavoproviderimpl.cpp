@@ -52,7 +52,7 @@ HRESULT PavoProviderImpl::ReadResourceURI(const wchar_t* resourceType, std::wstr
         text.resize(needed);
         result = GetResourceURI(resourceType, text.data(), needed, &needed, 0);
     }
-    if (result == S_OK) uri = text.c_str();
+    if (result == S_OK) uri.assign(text, 0, text.find(L'\0'));
     return result;
 }
 
