@@ -41,7 +41,7 @@ public:
 private:
     using Variables = SnmpExchange::Variables;
 
-    HRESULT ReadAll(Variables asked, Variables* given);
+    HRESULT ReadAll(const Variables& asked, Variables* given);
     HRESULT ReadHalves(const Variables& asked, Variables* given);
     HRESULT ReadNext(Snmp::Oid oid);
     HRESULT Ask(Snmp::PduType type, Variables asked, Variables* given);
@@ -59,7 +59,7 @@ HRESULT SnmpConnection::Ask(Snmp::PduType type, Variables asked, Variables* give
 }
 
 // One request for all objects; when the answer would be too big for the agent, one for each half, recursively.
-HRESULT SnmpConnection::ReadAll(Variables asked, Variables* given) {
+HRESULT SnmpConnection::ReadAll(const Variables& asked, Variables* given) {
     Variables answered;
     const HRESULT result = Ask(Snmp::PduType::Get, asked, &answered);
     if (exchange_.LastErrorStatus() == Snmp::ErrorStatus::TooBig && asked.size() > 1)
@@ -90,7 +90,7 @@ HRESULT SnmpConnection::GetMultipleValues(const wchar_t** oids, VARIANT* values,
             asked.push_back({std::move(*oid), {}});
         }
         Variables given;
-        HRESULT result = ReadAll(std::move(asked), &given);
+        HRESULT result = ReadAll(asked, &given);
         // The caller gets all of the values or none.
         std::vector<KyUtils::Variant> read(given.size());
         for (size_t i = 0; SUCCEEDED(result) && i < given.size(); ++i)
